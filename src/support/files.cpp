@@ -1,0 +1,138 @@
+#include "support/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "support/errors.h"
+
+namespace vellandra {
+namespace {
+
+constexpr off_t largestTextFile = 256LL * 1024 * 1024;
+
+/// A file descriptor that closes itself.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  int get() const { return fd_; }
+  /// The result of closing: the last moment at which a write can turn out to have failed.
+  bool close() {
+    const int fd = fd_;
+    fd_ = -1;
+    return ::close(fd) == 0;
+  }
+
+ private:
+  int fd_;
+};
+
+bool writeAll(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t count = ::write(fd, content.data(), content.size());
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    content.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+/// Where a rename must go so that a symbolic link stays a link.
+std::string linkTarget(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr), &std::free);
+  return target ? target.get() : path;
+}
+
+mode_t modeOf(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0) return status.st_mode & 07777;
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
+}
+
+/// A writer may rename over a file it could not have opened for writing: that would replace a write-protected file.
+bool isProtected(const std::string& path) { return fileExists(path) && ::access(path.c_str(), W_OK) != 0; }
+
+}  // namespace
+
+TextFile::TextFile(const std::string& path) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (file.get() < 0 || ::fstat(file.get(), &status) != 0) throw FileError(path + ": " + std::strerror(errno));
+  if (!S_ISREG(status.st_mode)) throw FileError(path + " is not a file");
+  if (status.st_size > largestTextFile) throw FileError(path + " is too large for a calibration");
+  content_.resize(static_cast<std::size_t>(status.st_size));
+  std::size_t filled = 0;
+  while (filled < content_.size()) {
+    const ssize_t count = ::read(file.get(), content_.data() + filled, content_.size() - filled);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw FileError(path + ": " + std::strerror(errno));
+    if (count == 0) break;
+    filled += static_cast<std::size_t>(count);
+  }
+  content_.resize(filled);
+  if (content_.starts_with("\xEF\xBB\xBF")) position_ = 3;
+}
+
+bool getline(TextFile& file, std::string_view& line) {
+  const std::string& content = file.content_;
+  if (file.position_ >= content.size()) return false;
+  const std::size_t end = content.find_first_of("\r\n", file.position_);
+  line = std::string_view(content).substr(file.position_, end - file.position_);
+  if (end == std::string::npos) {
+    file.position_ = content.size();
+  } else {
+    const bool two = content[end] == '\r' && end + 1 < content.size() && content[end + 1] == '\n';
+    file.position_ = end + (two ? 2 : 1);
+  }
+  return true;
+}
+
+bool fileExists(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
+std::string temporaryName(const std::string& path) { return linkTarget(path) + ".vellandra-part"; }
+
+bool replaceFile(const std::string& prepared, const std::string& path) {
+  const bool flushed = [&] {
+    Descriptor file(::open(prepared.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.get() >= 0 && ::fsync(file.get()) == 0 && file.close();
+  }();
+  if (flushed && !isProtected(path) && ::rename(prepared.c_str(), linkTarget(path).c_str()) == 0) return true;
+  ::unlink(prepared.c_str());
+  return false;
+}
+
+bool writeWholeFile(const std::string& path, std::string_view content) {
+  const std::string prepared = temporaryName(path);
+  if (isProtected(path)) return false;
+  {
+    Descriptor file(::open(prepared.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (file.get() < 0) return false;
+    const bool written = writeAll(file.get(), content) && ::fchmod(file.get(), modeOf(path)) == 0;
+    if (!written || !file.close()) {
+      ::unlink(prepared.c_str());
+      return false;
+    }
+  }
+  return replaceFile(prepared, path);
+}
+
+}  // namespace vellandra

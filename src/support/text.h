@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vellandra {
+
+/// ASCII letters only; every other byte stays as it is, so text in Windows-1252 or UTF-8 is not harmed.
+std::string upperCase(std::string_view text);
+std::string lowerCase(std::string_view text);
+
+/// Without blanks and tabs at both ends.
+std::string_view trim(std::string_view text);
+
+/// `text` up to and including its last character that is not a blank. Blanks alone give one blank, empty gives empty.
+std::string TrimRight(std::string_view text);
+
+/// Splits at every one of the characters in `separators`; neighbouring separators give empty fields. At most
+/// `maxFields` fields are returned, what lies behind them is dropped.
+std::vector<std::string_view> splitFields(std::string_view text, std::string_view separators,
+                                          std::size_t maxFields = 64);
+
+/// Splits at runs of blanks; leading and trailing blanks give no field.
+std::vector<std::string_view> splitAtBlanks(std::string_view text, std::size_t maxFields = 500);
+
+/// Field `index` of `fields`, trimmed; empty when the line is shorter.
+std::string_view field(const std::vector<std::string_view>& fields, std::size_t index);
+
+/// Replaces the first occurrence of `placeholder` in `line`; a line without it stays as it is.
+std::string replaceToken(std::string line, std::string_view placeholder, std::string_view value);
+
+bool isUtf8(std::string_view bytes);
+
+/// The text as UTF-8: unchanged when it is UTF-8 already, else read as Windows-1252.
+std::string toUtf8(std::string_view bytes);
+
+/// UTF-8 text as Windows-1252; empty when a character has no place there.
+std::string toWindows1252(std::string_view utf8);
+
+/// Folds case for comparing names in UTF-8 without regard to case, in every alphabet the C library knows.
+std::string foldCase(std::string_view utf8);
+
+}  // namespace vellandra

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vellandra {
+
+enum class Buttons { ok, okCancel, yesNo };
+enum class Icon { none, question, warning, error };
+enum class Answer { ok, cancel, yes, no };
+
+struct MessageBox {
+  std::string text;
+  std::string title = "Vellandra";
+  Buttons buttons = Buttons::ok;
+  Icon icon = Icon::none;
+};
+
+/// An open or save dialog. `filter` is a list of "description|pattern" pairs joined by "|", patterns joined by ";".
+struct FilePicker {
+  std::string title;
+  std::string defaultName;
+  std::string filter;
+};
+
+/// What a world file in grid coordinates does not say itself.
+struct WorldFileAnswer {
+  enum class Datum { none, wgs84, notWgs84 };
+  Datum datum = Datum::none;  ///< none: closed without a choice
+  std::int16_t zone = 0;      ///< 1 to 60, 0 for the British national grid
+  bool southern = false;
+};
+
+/// Which commands of the main window can be used.
+struct MenuStates {
+  bool calibratedImage = false;  ///< an image is loaded and its calibration fits
+};
+
+/// The port to the person: everything that asks or tells goes through here. Texts are bytes as the core holds them
+/// (UTF-8 or Windows-1252); an implementation turns them into what it shows.
+class UserInterface {
+ public:
+  virtual ~UserInterface() = default;
+
+  virtual Answer messageBox(const MessageBox& box) = 0;
+
+  /// The chosen path; empty when cancelled.
+  virtual std::string askOpenFile(const FilePicker& picker) = 0;
+  virtual std::string askSaveFile(const FilePicker& picker) = 0;
+
+  /// "Match datums": `prompt` stands above the list `names`. Returns the chosen position counted from 1; 0 for none.
+  virtual int chooseDatum(const std::string& prompt, const std::vector<std::string>& names) = 0;
+
+  /// "TFW Parameters": `lines` are the world file's lines, `zones` the entries of the zone list (1 to 60, then the
+  /// British grid).
+  virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
+
+  /// The whole text of the message panel, each line ended by CR LF.
+  virtual void showPanel(const std::string& message) = 0;
+
+  /// `done` of `total` steps of a long piece of work; `total` steps done ends the display.
+  virtual void showProgress(int done, int total) = 0;
+
+  virtual void setMenuStates(const MenuStates& states) = 0;
+};
+
+/// The implementation in use; `setUserInterface` must have been called before.
+UserInterface& userInterface();
+void setUserInterface(UserInterface& implementation);
+
+/// Shows `text` with an OK button.
+void tell(const std::string& text, const std::string& title = "Vellandra");
+
+}  // namespace vellandra
