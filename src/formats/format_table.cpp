@@ -1,0 +1,28 @@
+#include "formats/format_table.h"
+
+#include <array>
+
+#include "formats/map_file.h"
+#include "formats/world_file.h"
+
+namespace vellandra {
+
+std::span<const ReaderRow> readerTable() {
+  static constexpr std::array rows = {
+      ReaderRow{"map", "map", readMap},
+      ReaderRow{"jgw", "tfw", readWorldFile},
+      ReaderRow{"tfw", "tfw", readWorldFile},
+      ReaderRow{"pgw", "tfw", readWorldFile},
+  };
+  return rows;
+}
+
+std::span<const WriterRow> writerTable() {
+  static constexpr std::array rows = {
+      WriterRow{WriterMoment::worldFile, "", writeWorldFile},
+      WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
+  };
+  return rows;
+}
+
+}  // namespace vellandra

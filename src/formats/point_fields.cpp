@@ -1,0 +1,76 @@
+#include "formats/point_fields.h"
+
+#include <string>
+
+#include "calibration/calibration.h"
+#include "geodesy/datum.h"
+#include "geodesy/national_grids.h"
+#include "geodesy/utm.h"
+#include "support/numbers.h"
+#include "support/text.h"
+
+namespace vellandra {
+namespace {
+
+bool areNumbers(std::string_view a, std::string_view b) {
+  return beginsWithNumber(a) && beginsWithNumber(b);
+}
+
+bool isGridLetters(std::string_view letters, std::size_t count) {
+  return letters.size() == count && letters.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") == std::string_view::npos;
+}
+
+}  // namespace
+
+void readPixel(int slot, std::string_view x, std::string_view y) {
+  if (areNumbers(x, y)) calibration.setPixel(slot, parseInt32(x), parseInt32(y));
+}
+
+void readDegrees(int slot, std::string_view latitude, std::string_view longitude) {
+  if (areNumbers(latitude, longitude)) calibration.setPosition(slot, parseNumber(latitude), parseNumber(longitude));
+}
+
+int pointNumber(std::string_view text, int most) {
+  const std::int32_t number = parseInt32(text);
+  if (number < 0 || number > most) throw SubscriptOutOfRange("point " + std::to_string(number));
+  return number;
+}
+
+void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
+             std::string_view northing) {
+  if (!areNumbers(easting, northing) || !beginsWithNumber(zone)) return;
+  const double zoneNumber = parseNumber(zone);
+  if (!(zoneNumber >= 1 && zoneNumber <= 60)) return;
+  const auto datum = static_cast<std::size_t>(datumIndex);
+  const double fromEquator = parseNumber(northing) - (southern ? 10000000 : 0);
+  double lat = 0;
+  double lon = 0;
+  UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, parseNumber(easting), datumTable.dA[datum],
+               datumTable.dF[datum], lat, lon);
+  calibration.setPosition(slot, lat, lon);
+}
+
+void readBritishGrid(int slot, std::string_view letters, std::string_view easting, std::string_view northing) {
+  const std::string square = letters.empty() ? "SV" : upperCase(letters);
+  if (!areNumbers(easting, northing) || !isGridLetters(square, 2)) return;
+  double lat = 0;
+  double lon = 0;
+  OsGridToLatLong(square, parseNumber(northing), parseNumber(easting), lat, lon);
+  calibration.setPosition(slot, lat, lon);
+}
+
+void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing) {
+  const std::string square = letter.empty() ? "V" : upperCase(letter);
+  if (!areNumbers(easting, northing) || !isGridLetters(square, 1)) return;
+  double lat = 0;
+  double lon = 0;
+  IrishGridToLatLong(square, parseNumber(easting), parseNumber(northing), lat, lon);
+  calibration.setPosition(slot, lat, lon);
+}
+
+bool isSouthernBand(char letter) {
+  const std::string upper = upperCase(std::string_view(&letter, 1));
+  return upper[0] >= 'C' && upper[0] <= 'M' && upper[0] != 'I';
+}
+
+}  // namespace vellandra
