@@ -11,6 +11,7 @@
 #include "console/console.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
+#include "imaging/map_image.h"
 
 namespace {
 
@@ -38,7 +39,7 @@ int main(int argc, char** argv) {
   }
   vellandra::Console console(std::cin, std::cout, std::cerr, isatty(STDIN_FILENO) != 0);
   vellandra::setUserInterface(console);
-  vellandra::setFormatTable({vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, nullptr});
+  vellandra::setFormatTable({vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
   vellandra::startSession();
   const int status = vellandra::runBatch(vellandra::batchPath(arguments));
   vellandra::closeLog();

@@ -149,6 +149,8 @@ void Console::showProgress(int done, int total) {
   print("\r" + std::to_string(100LL * done / total) + " %" + (done >= total ? "\n" : ""));
 }
 
+void Console::showBusy(bool) {}
+
 void Console::setMenuStates(const MenuStates&) {}
 
 }  // namespace vellandra

@@ -20,6 +20,7 @@ class Console : public UserInterface {
   WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) override;
   void showPanel(const std::string& message) override;
   void showProgress(int done, int total) override;
+  void showBusy(bool busy) override;
   void setMenuStates(const MenuStates& states) override;
 
  private:
