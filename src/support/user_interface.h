@@ -62,6 +62,9 @@ class UserInterface {
   /// `done` of `total` steps of a long piece of work; `total` steps done ends the display.
   virtual void showProgress(int done, int total) = 0;
 
+  /// Shows the hourglass in place of the mouse pointer while a piece of work without progress display runs.
+  virtual void showBusy(bool busy) = 0;
+
   virtual void setMenuStates(const MenuStates& states) = 0;
 };
 
