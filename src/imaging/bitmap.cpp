@@ -1,0 +1,452 @@
+#include "imaging/bitmap.h"
+
+#include <FreeImage.h>
+#include <tiffio.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "calibration/log.h"
+#include "calibration/messages.h"
+#include "support/errors.h"
+#include "support/files.h"
+#include "support/text.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+
+/// Hands the library's image out of and into a `Bitmap`.
+struct BitmapAccess {
+  /// The library reads through pointers that are not const; it changes nothing where it is handed a const `Bitmap`.
+  static FIBITMAP* image(const Bitmap& bitmap) { return bitmap.image_.get(); }
+  static Bitmap own(FIBITMAP* image, int paletteEntriesUsed = 0) {
+    Bitmap bitmap;
+    bitmap.image_.reset(image);
+    bitmap.paletteEntriesUsed_ = paletteEntriesUsed;
+    return bitmap;
+  }
+  static int paletteEntriesUsed(const Bitmap& bitmap) { return bitmap.paletteEntriesUsed_; }
+};
+
+namespace {
+
+using Access = BitmapAccess;
+
+constexpr std::int64_t largestSide = 32767;
+constexpr int tileColors = 128;
+
+struct ImageType {
+  std::string_view ending;
+  ImageFormat format;
+  /// The most bytes of pixels that one byte of such a file can stand for, with room to spare; guards against a header
+  /// that claims gigabytes. TIFF: a line of 32767 pixels in a bit (Group 4) and 128 KB in four bytes (Zstandard). JPEG:
+  /// 64 pixels of three bytes in a bit. PNG: deflate's 1032, at one bit a pixel. BMP: an empty run-length line in two
+  /// bytes. GIF: 4096 pixels in 12 bits.
+  double largestExpansion;
+};
+constexpr std::array<ImageType, 5> imageTypes{{{"TIF", ImageFormat::tiff, 32768},
+                                               {"JPG", ImageFormat::jpeg, 1536},
+                                               {"PNG", ImageFormat::png, 8 * 1032},
+                                               {"BMP", ImageFormat::bmp, 16384},
+                                               {"GIF", ImageFormat::gif, 2731}}};
+
+const ImageType* imageTypeOf(const std::string& path) {
+  if (path.size() < 3) return nullptr;
+  const std::string ending = upperCase(std::string_view(path).substr(path.size() - 3));
+  const auto type = std::ranges::find(imageTypes, ending, &ImageType::ending);
+  return type == imageTypes.end() ? nullptr : type;
+}
+
+FREE_IMAGE_FORMAT identifier(ImageFormat format) {
+  return static_cast<FREE_IMAGE_FORMAT>(format);
+}
+
+/// Gathers what the libraries say while one file is worked on. A damaged file can cause a message a line, so the log
+/// gets the first few and their number.
+class LibraryMessages {
+ public:
+  explicit LibraryMessages(std::string path) : path_(std::move(path)), outer_(current_) { current_ = this; }
+  LibraryMessages(const LibraryMessages&) = delete;
+  LibraryMessages& operator=(const LibraryMessages&) = delete;
+  ~LibraryMessages() {
+    current_ = outer_;
+    if (count_ > logged) writeLog(path_ + ": " + std::to_string(count_ - logged) + " more messages");
+  }
+
+  /// Called from inside C code, which an exception must not pass through.
+  static void add(std::string_view text) noexcept {
+    try {
+      if (current_ == nullptr)
+        writeLog(text);
+      else if (++current_->count_ <= logged)
+        writeLog(current_->path_ + ": " + std::string(text));
+    } catch (const std::exception&) {
+      return;
+    }
+  }
+
+ private:
+  static constexpr int logged = 10;
+  static inline thread_local LibraryMessages* current_ = nullptr;
+  std::string path_;
+  LibraryMessages* outer_;
+  int count_ = 0;
+};
+
+void freeImageMessage(FREE_IMAGE_FORMAT, const char* message) {
+  LibraryMessages::add(message);
+}
+
+void tiffMessage(const char* module, const char* format, std::va_list arguments) {
+  // FreeImage looks for camera tags in the main directory, which libtiff reports for every single TIFF.
+  if (module != nullptr && std::string_view(module) == "TIFFFieldWithTag") return;
+  std::array<char, 500> text{};
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  LibraryMessages::add(text.data());
+}
+
+/// Both libraries' messages to the log; libtiff would write them to the terminal, past FreeImage.
+void divertMessages() {
+  static const bool diverted = [] {
+    FreeImage_SetOutputMessage(freeImageMessage);
+    TIFFSetErrorHandler(tiffMessage);
+    TIFFSetWarningHandler(tiffMessage);
+    return true;
+  }();
+  static_cast<void>(diverted);
+}
+
+/// Runs `work`, which yields an image or null; also null when memory runs out inside the library.
+template <typename Work>
+FIBITMAP* guarded(const Work& work) {
+  divertMessages();
+  try {
+    return work();
+  } catch (const std::exception& error) {
+    LibraryMessages::add(error.what());
+    return nullptr;
+  }
+}
+
+using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
+
+/// Empty for anything but a regular file: a folder has no bytes, a pipe might never give any.
+File openImage(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return nullptr;
+  return File(std::fopen(path.c_str(), "rbe"));
+}
+
+// The library puts the names of files it opens itself into a message buffer of fixed size, where long paths overflow.
+// So it reads from files that are open already.
+unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle file) {
+  return static_cast<unsigned>(std::fread(buffer, size, count, static_cast<std::FILE*>(file)));
+}
+int seekProc(fi_handle file, long offset, int origin) {
+  return std::fseek(static_cast<std::FILE*>(file), offset, origin);
+}
+long tellProc(fi_handle file) {
+  return std::ftell(static_cast<std::FILE*>(file));
+}
+
+FreeImageIO readingFile() {
+  return {readProc, nullptr, seekProc, tellProc};
+}
+
+bool holdsType(const ImageType& type, std::FILE* file) {
+  FreeImageIO io = readingFile();
+  std::rewind(file);
+  return FreeImage_ValidateFromHandle(identifier(type.format), &io, file) != FALSE;
+}
+
+void logWhyNoImage(const std::string& path, const ImageType& named, std::FILE* file) {
+  for (const ImageType& type : imageTypes) {
+    if (type.format == named.format || !holdsType(type, file)) continue;
+    writeLog(path + ": no image, the file's content is " + std::string(type.ending) + ", not " +
+             std::string(named.ending) + " as its name says");
+    return;
+  }
+  writeLog(path + ": no image of type " + std::string(named.ending) + ", or damaged");
+}
+
+Bitmap decode(ImageFormat format, std::FILE* file, int flags) {
+  FreeImageIO io = readingFile();
+  std::rewind(file);
+  return Access::own(guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, file, flags); }));
+}
+
+bool skipSubBlocks(std::FILE* file) {
+  int length = 0;
+  while ((length = std::fgetc(file)) > 0) std::fseek(file, length, SEEK_CUR);
+  return length == 0;
+}
+
+/// The size of the first image of a GIF, which is what gets loaded; FreeImage cannot tell it without decoding the file.
+/// Layout: GIF89a specification, W3C 1990.
+std::optional<ImageSize> gifSize(std::FILE* file) {
+  constexpr int extension = 0x21, imageDescriptor = 0x2C, colorTable = 0x80;
+  std::array<unsigned char, 13> screen{};
+  std::rewind(file);
+  if (std::fread(screen.data(), screen.size(), 1, file) != 1) return std::nullopt;
+  const std::string_view signature(reinterpret_cast<const char*>(screen.data()), 6);
+  if (signature != "GIF87a" && signature != "GIF89a") return std::nullopt;
+  if ((screen[10] & colorTable) != 0) std::fseek(file, 3L << ((screen[10] & 7) + 1), SEEK_CUR);
+  for (;;) {
+    const int block = std::fgetc(file);
+    if (block == extension) {
+      std::fgetc(file);
+      if (!skipSubBlocks(file)) return std::nullopt;
+    } else if (block == imageDescriptor) {
+      std::array<unsigned char, 9> image{};
+      if (std::fread(image.data(), image.size(), 1, file) != 1) return std::nullopt;
+      return ImageSize{image[4] | image[5] << 8, image[6] | image[7] << 8};
+    } else {
+      return std::nullopt;
+    }
+  }
+}
+
+struct Header {
+  ImageSize size;
+  int bitsPerPixel = 0;
+};
+
+std::optional<Header> readHeader(ImageFormat format, std::FILE* file) {
+  if (format == ImageFormat::gif) {
+    const std::optional<ImageSize> size = gifSize(file);
+    if (!size) return std::nullopt;
+    return Header{*size, 8};
+  }
+  const Bitmap header = decode(format, file, FIF_LOAD_NOPIXELS);
+  if (!header) return std::nullopt;
+  return Header{{header.width(), header.height()}, header.bitsPerPixel()};
+}
+
+std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& type, std::FILE* file) {
+  const std::optional<Header> header = readHeader(type.format, file);
+  if (!header || header->size.width < 1 || header->size.height < 1) {
+    logWhyNoImage(path, type, file);
+    return std::nullopt;
+  }
+  const ImageSize size = header->size;
+  const double claimed = static_cast<double>(size.width) * static_cast<double>(size.height) * header->bitsPerPixel / 8;
+  std::error_code error;
+  const auto fileSize = static_cast<double>(std::filesystem::file_size(path, error));
+  if (error || claimed > fileSize * type.largestExpansion) {
+    writeLog(path + ": no image, its header claims " + std::to_string(size.width) + " x " +
+             std::to_string(size.height) + " pixels, more than the file can hold");
+    return std::nullopt;
+  }
+  return size;
+}
+
+/// The hourglass, for as long as this lives.
+class Busy {
+ public:
+  Busy() { userInterface().showBusy(true); }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { userInterface().showBusy(false); }
+};
+
+PixelColor fromLibrary(const RGBQUAD& color) {
+  return {color.rgbRed, color.rgbGreen, color.rgbBlue, color.rgbReserved};
+}
+
+RGBQUAD toLibrary(const PixelColor& color) {
+  RGBQUAD quad{};
+  quad.rgbRed = color.red;
+  quad.rgbGreen = color.green;
+  quad.rgbBlue = color.blue;
+  quad.rgbReserved = color.reserved;
+  return quad;
+}
+
+unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
+  if (y < 0 || y >= height) {
+    throw SubscriptOutOfRange("row " + std::to_string(y) + " of an image of " + std::to_string(height) + " rows");
+  }
+  return FreeImage_GetScanLine(image, height - 1 - y);
+}
+
+}  // namespace
+
+void Bitmap::Release::operator()(FIBITMAP* image) const {
+  FreeImage_Unload(image);
+}
+
+int Bitmap::width() const {
+  return image_ ? static_cast<int>(FreeImage_GetWidth(image_.get())) : 0;
+}
+int Bitmap::height() const {
+  return image_ ? static_cast<int>(FreeImage_GetHeight(image_.get())) : 0;
+}
+int Bitmap::bitsPerPixel() const {
+  return image_ ? static_cast<int>(FreeImage_GetBPP(image_.get())) : 0;
+}
+int Bitmap::pitch() const {
+  return image_ ? static_cast<int>(FreeImage_GetPitch(image_.get())) : 0;
+}
+
+int Bitmap::paletteEntryCount() const {
+  if (!image_) return 0;
+  return paletteEntriesUsed_ > 0 ? paletteEntriesUsed_ : static_cast<int>(FreeImage_GetColorsUsed(image_.get()));
+}
+
+PixelColor Bitmap::paletteEntry(int index) const {
+  if (index < 0 || index >= paletteEntryCount()) throw SubscriptOutOfRange("palette entry " + std::to_string(index));
+  return fromLibrary(FreeImage_GetPalette(image_.get())[index]);
+}
+
+std::span<std::uint8_t> Bitmap::row(int y) {
+  return {rowAddress(image_.get(), y, height()), static_cast<std::size_t>(pitch())};
+}
+
+std::span<const std::uint8_t> Bitmap::row(int y) const {
+  return {rowAddress(image_.get(), y, height()), static_cast<std::size_t>(pitch())};
+}
+
+std::optional<ImageSize> imageSize(const std::string& path) {
+  const ImageType* type = imageTypeOf(path);
+  const File file = type != nullptr ? openImage(path) : nullptr;
+  if (!file) return std::nullopt;
+  const LibraryMessages messages(path);
+  return checkedSize(path, *type, file.get());
+}
+
+Bitmap LoadImageByExtension(const std::string& path) {
+  const ImageType* type = imageTypeOf(path);
+  const File file = type != nullptr ? openImage(path) : nullptr;
+  if (!file) {
+    writeLog(path + (type == nullptr ? ": no image type has this ending" : ": no such file"));
+    return {};
+  }
+  const LibraryMessages messages(path);
+  const std::optional<ImageSize> size = checkedSize(path, *type, file.get());
+  if (!size) return {};
+  if (size->width > largestSide || size->height > largestSide) {
+    throw Overflow("image " + path + " is " + std::to_string(size->width) + " x " + std::to_string(size->height) +
+                   ", past 32767 pixels");
+  }
+  Bitmap bitmap = decode(type->format, file.get(), 0);
+  if (!bitmap) writeLog(path + ": the image cannot be decoded");
+  return bitmap;
+}
+
+Bitmap LoadQuantized(const std::string& path) {
+  const Busy busy;
+  Bitmap loaded = LoadImageByExtension(path);
+  showMessage("Rebuilding palette, please wait...");
+  Bitmap reduced = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, tileColors, 0);
+  if (reduced) return reduced;
+  showMessage(path + "already quantized");
+  return loaded;
+}
+
+Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
+                       std::span<const PixelColor> reservePalette) {
+  if (!bitmap) return {};
+  Bitmap converted;
+  if (bitmap.bitsPerPixel() != 24) {
+    converted = convertTo24Bits(bitmap);
+    if (unloadSource) bitmap.reset();
+  } else if (unloadSource) {
+    converted = std::move(bitmap);
+  }
+  const Bitmap& source = converted ? converted : bitmap;
+  if (source.bitsPerPixel() != 24) return {};
+  paletteSize = std::clamp(paletteSize, 2, 256);
+  std::vector<RGBQUAD> reserved;
+  for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
+  reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
+  FIBITMAP* reduced = guarded([&] {
+    return FreeImage_ColorQuantizeEx(Access::image(source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+                                     reserveSize, reserved.empty() ? nullptr : reserved.data());
+  });
+  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
+  if (reduced != nullptr) {
+    RGBQUAD* palette = FreeImage_GetPalette(reduced);
+    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+  }
+  return Access::own(reduced, paletteSize);
+}
+
+bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags) {
+  if (!bitmap) return false;
+  const LibraryMessages messages(path);
+  divertMessages();
+  // Through memory, because the library does not notice a disk that is full.
+  using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
+  const Memory memory(FreeImage_OpenMemory());
+  BYTE* bytes = nullptr;
+  DWORD length = 0;
+  return memory && FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) != FALSE &&
+         FreeImage_AcquireMemory(memory.get(), &bytes, &length) != FALSE &&
+         writeWholeFile(path, {reinterpret_cast<const char*>(bytes), length});
+}
+
+bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
+  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
+  RGBQUAD quad{};
+  const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
+  if (FreeImage_GetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) == FALSE) return false;
+  color = fromLibrary(quad);
+  return true;
+}
+
+bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color) {
+  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
+  RGBQUAD quad = toLibrary(color);
+  const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
+  return FreeImage_SetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) != FALSE;
+}
+
+bool Paste(Bitmap& destination, const Bitmap& source, int left, int top, int alpha) {
+  divertMessages();
+  return destination && source &&
+         FreeImage_Paste(Access::image(destination), Access::image(source), left, top, alpha) != FALSE;
+}
+
+Bitmap copyRectangle(const Bitmap& bitmap, int left, int top, int right, int bottom) {
+  if (!bitmap || left >= right || top >= bottom) return {};
+  return Access::own(guarded([&] { return FreeImage_Copy(Access::image(bitmap), left, top, right, bottom); }),
+                     Access::paletteEntriesUsed(bitmap));
+}
+
+Bitmap rescale(const Bitmap& bitmap, int width, int height) {
+  if (!bitmap || width < 1 || height < 1) return {};
+  return Access::own(
+      guarded([&] { return FreeImage_Rescale(Access::image(bitmap), width, height, FILTER_CATMULLROM); }));
+}
+
+Bitmap allocate24Bits(int width, int height, const PixelColor& fill) {
+  if (width < 1 || height < 1) return {};
+  const RGBQUAD color = toLibrary(fill);
+  return Access::own(guarded([&] { return FreeImage_AllocateEx(width, height, 24, &color); }));
+}
+
+Bitmap convertTo24Bits(const Bitmap& bitmap) {
+  if (!bitmap) return {};
+  FIBITMAP* image = Access::image(bitmap);
+  if (FreeImage_GetImageType(image) != FIT_UINT16) {
+    return Access::own(guarded([&] { return FreeImage_ConvertTo24Bits(image); }));
+  }
+  const Bitmap grey = Access::own(guarded([&] { return FreeImage_ConvertTo8Bits(image); }));
+  return convertTo24Bits(grey);
+}
+
+Bitmap clone(const Bitmap& bitmap) {
+  if (!bitmap) return {};
+  return Access::own(guarded([&] { return FreeImage_Clone(Access::image(bitmap)); }),
+                     Access::paletteEntriesUsed(bitmap));
+}
+
+}  // namespace vellandra

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+struct FIBITMAP;
+
+namespace vellandra {
+
+/// A pixel's or palette entry's colour, each part 0 to 255. `reserved` is the alpha where the image has one, else 0.
+struct PixelColor {
+  std::uint8_t red = 0, green = 0, blue = 0, reserved = 0;
+  bool operator==(const PixelColor&) const = default;
+};
+
+enum class ImageFormat { bmp = 0, jpeg = 2, png = 13, tiff = 18, gif = 25 };
+enum class QuantizeMethod { neuQuant = 1 };
+
+/// Flags of `SaveImage` for a JPEG; 0 leaves the quality to the library. For PNG the flags are 0.
+enum JpegFlags : int { jpegSuperb = 128, jpegGood = 256, jpegNormal = 512, jpegAverage = 1024, jpegBad = 2048 };
+
+/// An image in memory and its owner: released with its owner, moved but never copied by accident (see `clone`). Default
+/// constructed or moved from it is empty: no image, all sizes 0. Rows count from the top, as everywhere in the program.
+class Bitmap {
+ public:
+  Bitmap() = default;
+  explicit operator bool() const { return image_ != nullptr; }
+  void reset() { *this = Bitmap(); }
+
+  int width() const;
+  int height() const;
+  int bitsPerPixel() const;
+  /// Bytes from one row to the next in memory: a row's bytes, filled up to a multiple of four.
+  int pitch() const;
+  /// Palette entries in use; 0 for an image without palette.
+  int paletteEntryCount() const;
+  /// Throws SubscriptOutOfRange for an entry outside 0 to `paletteEntryCount()` - 1.
+  PixelColor paletteEntry(int index) const;
+
+  /// The `pitch()` bytes of row `y`; pixels of 24 bits are blue, green, red in memory.
+  /// Throws SubscriptOutOfRange for a row outside 0 to `height()` - 1.
+  std::span<std::uint8_t> row(int y);
+  std::span<const std::uint8_t> row(int y) const;
+
+ private:
+  friend struct BitmapAccess;
+  struct Release {
+    void operator()(FIBITMAP* image) const;
+  };
+  std::unique_ptr<FIBITMAP, Release> image_;
+  int paletteEntriesUsed_ = 0;  ///< 0: the whole palette
+};
+
+struct ImageSize {
+  std::int64_t width = 0, height = 0;
+};
+
+/// The size of the image in `path`, from its header alone; the type goes by the last three characters as in
+/// `LoadImageByExtension`. Nothing for a file that is no image of that type, or whose header claims more pixels than
+/// the file can hold. Sizes past 32767 are returned as they are.
+std::optional<ImageSize> imageSize(const std::string& path);
+
+/// Loads "TIF", "JPG", "PNG", "BMP" or "GIF", told by the last three characters of `path` without regard to case. Empty
+/// for any other ending, and for a file that is no such image; why is in the log. A damaged file may load in part.
+/// Throws Overflow for an image past 32767 pixels, before its pixels are decoded.
+Bitmap LoadImageByExtension(const std::string& path);
+
+/// Loads as above and reduces the image to 128 colours, with the hourglass and a line in the message panel. The image
+/// as loaded when it cannot be reduced, which the panel says.
+Bitmap LoadQuantized(const std::string& path);
+
+/// `bitmap` with a palette of `paletteSize` colours (brought to 2 to 256), of which the last `reserveSize` come from
+/// `reservePalette`; empty when that fails. `bitmap` keeps its pixels, or is released when `unloadSource`, in any case.
+Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize = 256,
+                       int reserveSize = 0, std::span<const PixelColor> reservePalette = {});
+
+/// Writes `bitmap` so that the file appears whole or not at all. False on failure, with an old file intact. JPEGs are
+/// baseline. A JPEG takes 8-bit and 24-bit images only.
+bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags = 0);
+
+/// False outside the image, and for more than 8 bits a channel.
+bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color);
+bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color);
+
+/// Draws `source` into `destination` with its top-left corner at (left, top); `alpha` 0 to 255 blends, above it
+/// replaces. False when it does not fit inside.
+bool Paste(Bitmap& destination, const Bitmap& source, int left, int top, int alpha);
+
+/// The rectangle from (left, top) to (right, bottom), the latter exclusive; empty when it is not inside `bitmap`.
+Bitmap copyRectangle(const Bitmap& bitmap, int left, int top, int right, int bottom);
+
+/// Resampled with the Catmull-Rom filter; a palette image becomes a colour image. Empty on failure.
+Bitmap rescale(const Bitmap& bitmap, int width, int height);
+
+/// A new image of 24 bits in one colour; empty when there is no memory or a side is below 1.
+Bitmap allocate24Bits(int width, int height, const PixelColor& fill = {});
+
+/// Empty when the pixels are no colours (floating-point numbers).
+Bitmap convertTo24Bits(const Bitmap& bitmap);
+
+Bitmap clone(const Bitmap& bitmap);
+
+/// The smaller of two; clips tile rectangles at the image's right and bottom edges.
+constexpr std::int32_t Min(std::int32_t a, std::int32_t b) {
+  return b < a ? b : a;
+}
+
+}  // namespace vellandra
