@@ -24,6 +24,7 @@
 #include "calibration/session.h"
 #include "support/paths.h"
 #include "ui/commands.h"
+#include "ui/preferences_dialog.h"
 #include "ui/qt_text.h"
 #include "ui/window_settings.h"
 
@@ -115,6 +116,8 @@ void MainWindow::buildMenus() {
              QKeySequence("Ctrl+M"), [viewer] { return mnuvc(viewer); });
 
   QMenu* edit = menu("mnuedit", "&Edit");
+  addCommand(edit, "mnupref", " &Preferences", "Settings of output, viewer and tiles", QKeySequence("Ctrl+,"),
+             [this] { return editPreferences(this); });
   addCommand(edit, "eldf", " Locate &Datums File", "Chooses the table of datums", {},
              [] { return locateDatumsFile(); });
   addCommand(edit, "mnuel7z", " Locate &7-Zip program", "Chooses the program that packs Garmin Custom Maps", {},
