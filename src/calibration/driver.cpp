@@ -43,7 +43,7 @@ struct MenuStatesAtEnd {
   MenuStatesAtEnd& operator=(const MenuStatesAtEnd&) = delete;
   ~MenuStatesAtEnd() {
     flushLog();
-    userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
+    updateMenuStates();
   }
 };
 
@@ -55,7 +55,7 @@ bool obtainInputPath() {
     return true;
   }
   std::string chosen = std::exchange(driver.offeredPath, {});
-  if (chosen.empty()) chosen = getfile("Open calibration file for map");
+  if (chosen.empty()) chosen = getfile(driver.pickerTitle);
   if (chosen.empty()) return stop("No input file specified", "No input");
   const std::string found = findFile(chosen);
   if (found.empty()) return stop("Missing input file");
@@ -233,6 +233,10 @@ void splitInputPath(const std::string& path) {
   driver.inputFolder = parts.folder;
   driver.inputBase = parts.base;
   driver.inputExtension = parts.extension;
+}
+
+void updateMenuStates() {
+  userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
 }
 
 bool do_it() {

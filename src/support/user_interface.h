@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,26 @@ struct WorldFileAnswer {
   Datum datum = Datum::none;  ///< none: closed without a choice
   std::int16_t zone = 0;      ///< 1 to 60, 0 for the British national grid
   bool southern = false;
+};
+
+/// The dialog "Merge Maps" as it opens, and again after each of its actions.
+struct MergeQuestion {
+  std::string expandCaption;      ///< beside the box for enlarging the base map
+  bool merged = false;            ///< there is a result, which can be saved
+  std::string percentage = "50";  ///< the field labelled transparency, as it was left
+  bool enlarge = false;           ///< the box, as it was left
+};
+
+struct MergeAnswer {
+  enum class Action { close, merge, save };
+  Action action = Action::close;
+  std::string percentage;  ///< as typed
+  bool enlarge = false;    ///< the base map is enlarged first
+};
+
+/// Columns `left` to `right` - 1 and rows `top` to `bottom` - 1 of an image.
+struct PixelRectangle {
+  int left = 0, top = 0, right = 0, bottom = 0;
 };
 
 /// A picture as the clipboard holds it: rows from the top, pixels of blue, green, red, nothing between the rows. Empty
@@ -62,6 +83,15 @@ class UserInterface {
   /// "TFW Parameters": `lines` are the world file's lines, `zones` the entries of the zone list (1 to 60, then the
   /// British grid).
   virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
+
+  /// "Merge Maps": what the person wants done next.
+  virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+
+  /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
+  virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;
+
+  /// A part of an image of `width` x `height` pixels, which the answer need not lie in; nothing when cancelled.
+  virtual std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) = 0;
 
   /// The whole text of the message panel, each line ended by CR LF.
   virtual void showPanel(const std::string& message) = 0;
