@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <string_view>
 #include <vector>
@@ -137,8 +138,11 @@ FIBITMAP* guarded(const Work& work) {
 // The library puts the names of files it opens itself into a message buffer of fixed size, which long paths overflow.
 // So it is given files that are open already.
 unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle file) {
-  if (size == 0) return 0;
-  return static_cast<unsigned>(static_cast<ImageFile*>(file)->read(buffer, std::size_t{size} * count) / size);
+  const std::size_t wanted = std::size_t{size} * count;
+  const std::size_t length = static_cast<ImageFile*>(file)->read(buffer, wanted);
+  // At the end of a file that is cut off the library goes on with what its buffer holds.
+  std::memset(static_cast<char*>(buffer) + length, 0, wanted - length);
+  return size == 0 ? 0 : static_cast<unsigned>(length / size);
 }
 int seekProc(fi_handle file, long offset, int origin) {
   return static_cast<ImageFile*>(file)->seek(offset, origin) ? 0 : -1;
