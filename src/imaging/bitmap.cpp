@@ -83,10 +83,8 @@ class LibraryMessages {
   /// Called from inside C code, which an exception must not pass through.
   static void add(std::string_view text) noexcept {
     try {
-      if (current_ == nullptr)
-        writeLog(text);
-      else if (++current_->count_ <= logged)
-        writeLog(current_->path_ + ": " + std::string(text));
+      if (current_ == nullptr) return writeLog(text);
+      if (++current_->count_ <= logged) writeLog(current_->path_ + ": " + std::string(text));
     } catch (const std::exception&) {
       return;
     }
@@ -320,21 +318,23 @@ Bitmap LoadQuantized(const std::string& path) {
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
                        std::span<const PixelColor> reservePalette) {
   if (!bitmap) return {};
-  Bitmap converted;
+  Bitmap temporary;
+  const Bitmap* source = &temporary;
   if (bitmap.bitsPerPixel() != 24) {
-    converted = convertTo24Bits(bitmap);
+    temporary = convertTo24Bits(bitmap);
     if (unloadSource) bitmap.reset();
   } else if (unloadSource) {
-    converted = std::move(bitmap);
+    temporary = std::move(bitmap);
+  } else {
+    source = &bitmap;
   }
-  const Bitmap& source = converted ? converted : bitmap;
-  if (source.bitsPerPixel() != 24) return {};
+  if (!*source) return {};
   paletteSize = std::clamp(paletteSize, 2, 256);
   std::vector<RGBQUAD> reserved;
   for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
   reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
   FIBITMAP* reduced = guarded([&] {
-    return FreeImage_ColorQuantizeEx(Access::image(source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+    return FreeImage_ColorQuantizeEx(Access::image(*source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
                                      reserveSize, reserved.empty() ? nullptr : reserved.data());
   });
   // A palette always has 256 places; the library leaves shades of grey in those it does not use.
@@ -359,8 +359,8 @@ bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path
          writeWholeFile(path, {reinterpret_cast<const char*>(bytes), length});
 }
 
+// A coordinate below 0 becomes one past the image, which the library refuses.
 bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
-  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
   RGBQUAD quad{};
   const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
   if (FreeImage_GetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) == FALSE) return false;
@@ -369,7 +369,6 @@ bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
 }
 
 bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color) {
-  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
   RGBQUAD quad = toLibrary(color);
   const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
   return FreeImage_SetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) != FALSE;

@@ -36,8 +36,7 @@ ImageFile::ImageFile(const std::string& path) {
   const std::uintmax_t size = std::filesystem::file_size(path, error);
   if (error) return;
   size_ = static_cast<std::int64_t>(size);
-  file_.reset(std::fopen(path.c_str(), "rbe"));
-  if (file_) shortenBmpHeader();
+  if (file_.open(path, std::ios::in | std::ios::binary) != nullptr) shortenBmpHeader();
 }
 
 void ImageFile::shortenBmpHeader() {
@@ -46,7 +45,7 @@ void ImageFile::shortenBmpHeader() {
   constexpr std::uint32_t bitFields = 3, largestHeader = 124;
   std::vector<unsigned char> head(fileHeader + infoHeader + masks);
   const std::size_t count = read(head.data(), head.size());
-  std::rewind(file_.get());
+  seek(0, SEEK_SET);
   if (count != head.size() || head[0] != 'B' || head[1] != 'M') return;
   const std::uint32_t pixels = littleEndian32(&head[10]), header = littleEndian32(&head[fileHeader]);
   // The channel masks, when there are any, stand behind the 40 bytes in every version.
@@ -60,7 +59,7 @@ void ImageFile::shortenBmpHeader() {
 }
 
 std::size_t ImageFile::read(void* buffer, std::size_t length) {
-  auto* bytes = static_cast<unsigned char*>(buffer);
+  auto* bytes = static_cast<char*>(buffer);
   const auto position = static_cast<std::size_t>(tell());
   std::size_t count = 0;
   if (position < head_.size()) {
@@ -68,18 +67,20 @@ std::size_t ImageFile::read(void* buffer, std::size_t length) {
     std::memcpy(bytes, &head_[position], count);
     seek(static_cast<long>(count), SEEK_CUR);
   }
-  return count < length ? count + std::fread(bytes + count, 1, length - count, file_.get()) : count;
+  const std::streamsize rest = file_.sgetn(bytes + count, static_cast<std::streamsize>(length - count));
+  return count + static_cast<std::size_t>(rest);
 }
 
 bool ImageFile::seek(long offset, int origin) {
-  if (origin == SEEK_END) return std::fseek(file_.get(), offset, SEEK_END) == 0;
+  const std::streamoff failed = -1;
+  if (origin == SEEK_END) return file_.pubseekoff(offset, std::ios::end, std::ios::in) != failed;
   const long target = origin == SEEK_CUR ? tell() + offset : offset;
   const bool inHead = target < static_cast<long>(head_.size());
-  return std::fseek(file_.get(), inHead ? target : target + cut_, SEEK_SET) == 0;
+  return file_.pubseekoff(inHead ? target : target + cut_, std::ios::beg, std::ios::in) != failed;
 }
 
-long ImageFile::tell() const {
-  const long position = std::ftell(file_.get());
+long ImageFile::tell() {
+  const auto position = static_cast<long>(file_.pubseekoff(0, std::ios::cur, std::ios::in));
   return position < static_cast<long>(head_.size()) ? position : position - cut_;
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,7 +18,7 @@ class ImageFile {
  public:
   /// Empty for anything but a regular file: a folder has no bytes, a pipe might never give any.
   explicit ImageFile(const std::string& path);
-  explicit operator bool() const { return file_ != nullptr; }
+  explicit operator bool() const { return file_.is_open(); }
 
   /// Bytes on disk.
   std::int64_t size() const { return size_; }
@@ -26,15 +26,12 @@ class ImageFile {
   std::size_t read(void* buffer, std::size_t length);
   /// `origin` is SEEK_SET, SEEK_CUR or SEEK_END.
   bool seek(long offset, int origin);
-  long tell() const;
+  long tell();
 
  private:
-  struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
   void shortenBmpHeader();
 
-  std::unique_ptr<std::FILE, Close> file_;
+  std::filebuf file_;
   std::int64_t size_ = 0;
   std::vector<unsigned char> head_;  ///< takes the place of the file's first bytes
   long cut_ = 0;                     ///< bytes behind `head_` that are not seen

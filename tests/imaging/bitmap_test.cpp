@@ -127,7 +127,7 @@ TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
 
 TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
   for (const char* name : {"quadrants.png", "quadrants.jpg", "quadrants.bmp", "quadrants.gif", "quadrants.tif",
-                           "palette.bmp", "alpha.png"}) {
+                           "palette.bmp", "alpha.bmp"}) {
     const std::optional<ImageSize> size = imageSize(images + name);
     ASSERT_TRUE(size) << name;
     EXPECT_EQ(size->width, 16) << name;
@@ -152,6 +152,11 @@ TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
   EXPECT_EQ(imageSize(images + "offset.gif")->width, 5);
   EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
   EXPECT_EQ(at(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
+  for (const std::string type : {"jpg", "gif"}) {  // cut off behind the header
+    const std::string whole = bytesOf(images + "quadrants." + type);
+    writeBytes(folder + "header." + type, whole.substr(0, whole.size() - 20));
+    EXPECT_EQ(imageSize(folder + "header." + type)->height, 12) << type;
+  }
 }
 
 TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
@@ -173,6 +178,7 @@ TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
     EXPECT_FALSE(imageSize(path)) << path;
     EXPECT_FALSE(LoadImageByExtension(path)) << path;
   }
+  EXPECT_NE(log().find("text.tif: Error while opening TIFF"), std::string::npos) << log();
 }
 
 TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
@@ -311,7 +317,7 @@ TEST_F(BitmapTest, RectanglesCountFromTheTopLeftAndStayInside) {
   EXPECT_THROW(canvas.row(8), SubscriptOutOfRange);
   EXPECT_FALSE(Paste(canvas, copy, 8, 0, 256));
   EXPECT_FALSE(copyRectangle(canvas, 0, 0, 11, 8));
-  EXPECT_FALSE(copyRectangle(canvas, 4, 0, 4, 8));
+  EXPECT_FALSE(copyRectangle(canvas, 6, 0, 4, 8));
   EXPECT_FALSE(rescale(canvas, 0, 5));
   EXPECT_EQ(rescale(canvas, 20, 5).width(), 20);
   EXPECT_FALSE(allocate24Bits(-10, 8));
