@@ -127,7 +127,7 @@ TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
 
 TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
   for (const char* name : {"quadrants.png", "quadrants.jpg", "quadrants.bmp", "quadrants.gif", "quadrants.tif",
-                           "palette.bmp", "alpha.bmp"}) {
+                           "palette.bmp", "rgb565.bmp"}) {
     const std::optional<ImageSize> size = imageSize(images + name);
     ASSERT_TRUE(size) << name;
     EXPECT_EQ(size->width, 16) << name;
@@ -149,13 +149,13 @@ TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
     EXPECT_GE(bitmap.row(11)[0], 247) << name;  // blue the first
   }
   // The first image, not the screen of 20 x 30 that it stands on.
-  EXPECT_EQ(imageSize(images + "offset.gif")->width, 5);
+  EXPECT_EQ(imageSize(images + "offset.gif").value_or(ImageSize{}).width, 5);
   EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
   EXPECT_EQ(at(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
   for (const std::string type : {"jpg", "gif"}) {  // cut off behind the header
     const std::string whole = bytesOf(images + "quadrants." + type);
     writeBytes(folder + "header." + type, whole.substr(0, whole.size() - 20));
-    EXPECT_EQ(imageSize(folder + "header." + type)->height, 12) << type;
+    EXPECT_EQ(imageSize(folder + "header." + type).value_or(ImageSize{}).height, 12) << type;
   }
 }
 
@@ -184,7 +184,7 @@ TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
 TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
   for (const auto& [format, name] : {std::pair(ImageFormat::png, "wide.png"), {ImageFormat::bmp, "wide.bmp"}}) {
     ASSERT_TRUE(SaveImage(format, allocate24Bits(40000, 2), folder + name));
-    EXPECT_EQ(imageSize(folder + name)->width, 40000);
+    EXPECT_EQ(imageSize(folder + name).value_or(ImageSize{}).width, 40000);
     try {
       LoadImageByExtension(folder + name);
       ADD_FAILURE() << name;
