@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "formats/jpr_file.h"
 #include "formats/map_file.h"
 #include "formats/world_file.h"
 
@@ -9,10 +10,9 @@ namespace vellandra {
 
 std::span<const ReaderRow> readerTable() {
   static constexpr std::array rows = {
-      ReaderRow{"map", "map", readMap},
-      ReaderRow{"jgw", "tfw", readWorldFile},
-      ReaderRow{"tfw", "tfw", readWorldFile},
-      ReaderRow{"pgw", "tfw", readWorldFile},
+      ReaderRow{"map", "map", readMap},       ReaderRow{"jgw", "tfw", readWorldFile},
+      ReaderRow{"tfw", "tfw", readWorldFile}, ReaderRow{"pgw", "tfw", readWorldFile},
+      ReaderRow{"jpr", "jpr", readJpr},
   };
   return rows;
 }
@@ -20,6 +20,7 @@ std::span<const ReaderRow> readerTable() {
 std::span<const WriterRow> writerTable() {
   static constexpr std::array rows = {
       WriterRow{WriterMoment::worldFile, "", writeWorldFile},
+      WriterRow{WriterMoment::threePoints, "", writeJpr},
       WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
   };
   return rows;
