@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "formats/cal_file.h"
 #include "formats/jpr_file.h"
 #include "formats/map_file.h"
 #include "formats/world_file.h"
@@ -12,7 +13,7 @@ std::span<const ReaderRow> readerTable() {
   static constexpr std::array rows = {
       ReaderRow{"map", "map", readMap},       ReaderRow{"jgw", "tfw", readWorldFile},
       ReaderRow{"tfw", "tfw", readWorldFile}, ReaderRow{"pgw", "tfw", readWorldFile},
-      ReaderRow{"jpr", "jpr", readJpr},
+      ReaderRow{"jpr", "jpr", readJpr},       ReaderRow{"cal", "cal", readCal},
   };
   return rows;
 }
@@ -22,6 +23,7 @@ std::span<const WriterRow> writerTable() {
       WriterRow{WriterMoment::worldFile, "", writeWorldFile},
       WriterRow{WriterMoment::threePoints, "", writeJpr},
       WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
+      WriterRow{WriterMoment::last, "cal", writeCal},
   };
   return rows;
 }
