@@ -5,6 +5,8 @@
 #include "formats/cal_file.h"
 #include "formats/jpr_file.h"
 #include "formats/map_file.h"
+#include "formats/script_file.h"
+#include "formats/text_calibration.h"
 #include "formats/world_file.h"
 
 namespace vellandra {
@@ -21,9 +23,11 @@ std::span<const ReaderRow> readerTable() {
 std::span<const WriterRow> writerTable() {
   static constexpr std::array rows = {
       WriterRow{WriterMoment::worldFile, "", writeWorldFile},
+      WriterRow{WriterMoment::worldFile, "", writeScript},
       WriterRow{WriterMoment::threePoints, "", writeJpr},
       WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
       WriterRow{WriterMoment::last, "cal", writeCal},
+      WriterRow{WriterMoment::last, "", writeTextCalibration},
   };
   return rows;
 }
