@@ -1,5 +1,6 @@
 #include "formats/point_fields.h"
 
+#include <cmath>
 #include <string>
 
 #include "calibration/calibration.h"
@@ -31,9 +32,16 @@ void readDegrees(int slot, std::string_view latitude, std::string_view longitude
 }
 
 int pointNumber(std::string_view text, int most) {
-  const std::int32_t number = parseInt32(text);
-  if (number < 0 || number > most) throw SubscriptOutOfRange("point " + std::to_string(number));
-  return number;
+  const double number = std::nearbyint(parseNumber(text));
+  if (!(number >= 0 && number <= most)) throw SubscriptOutOfRange("point " + std::string(trim(text).substr(0, 40)));
+  return static_cast<int>(number);
+}
+
+std::optional<int> pointNumberInKey(std::string_view text, int most) {
+  text = trim(text);
+  const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+  if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
+  return pointNumber(text, most);
 }
 
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace vellandra {
@@ -17,6 +18,10 @@ void readDegrees(int slot, std::string_view latitude, std::string_view longitude
 /// A tie point number as a file gives it; a number that is no slot for a tie point (1 to `most`) throws
 /// SubscriptOutOfRange, 0 gives 0, which is never used.
 int pointNumber(std::string_view text, int most);
+
+/// The same for the number within a key, such as "12" of "rp12"; nothing when `text` is not a whole number, which is to
+/// say that the key is another one.
+std::optional<int> pointNumberInKey(std::string_view text, int most);
 
 /// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60.
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
