@@ -2,18 +2,22 @@
 
 #include <array>
 
+#include "formats/gux_file.h"
 #include "formats/map_file.h"
 #include "formats/world_file.h"
 
 namespace vellandra {
 
 std::span<const ReaderRow> readerTable() {
+  // clang-format off
   static constexpr std::array rows = {
       ReaderRow{"map", "map", readMap},
+      ReaderRow{"gux", "gux", readGux},
       ReaderRow{"jgw", "tfw", readWorldFile},
       ReaderRow{"tfw", "tfw", readWorldFile},
       ReaderRow{"pgw", "tfw", readWorldFile},
   };
+  // clang-format on
   return rows;
 }
 
