@@ -3,6 +3,7 @@
 #include <array>
 
 #include "formats/gux_file.h"
+#include "formats/imp_file.h"
 #include "formats/map_file.h"
 #include "formats/world_file.h"
 
@@ -16,6 +17,7 @@ std::span<const ReaderRow> readerTable() {
       ReaderRow{"jgw", "tfw", readWorldFile},
       ReaderRow{"tfw", "tfw", readWorldFile},
       ReaderRow{"pgw", "tfw", readWorldFile},
+      ReaderRow{"imp", "imp", readImp},
   };
   // clang-format on
   return rows;
