@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "formats/gmi_file.h"
 #include "formats/gux_file.h"
 #include "formats/imp_file.h"
 #include "formats/map_file.h"
@@ -17,6 +18,7 @@ std::span<const ReaderRow> readerTable() {
       ReaderRow{"jgw", "tfw", readWorldFile},
       ReaderRow{"tfw", "tfw", readWorldFile},
       ReaderRow{"pgw", "tfw", readWorldFile},
+      ReaderRow{"gmi", "gmi", readGmi},
       ReaderRow{"imp", "imp", readImp},
   };
   // clang-format on
@@ -27,6 +29,7 @@ std::span<const WriterRow> writerTable() {
   static constexpr std::array rows = {
       WriterRow{WriterMoment::worldFile, "", writeWorldFile},
       WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
+      WriterRow{WriterMoment::last, "gmi", writeGmi},
   };
   return rows;
 }
