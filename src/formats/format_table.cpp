@@ -6,6 +6,7 @@
 #include "formats/gux_file.h"
 #include "formats/imp_file.h"
 #include "formats/map_file.h"
+#include "formats/mcd_file.h"
 #include "formats/world_file.h"
 
 namespace vellandra {
@@ -19,6 +20,7 @@ std::span<const ReaderRow> readerTable() {
       ReaderRow{"tfw", "tfw", readWorldFile},
       ReaderRow{"pgw", "tfw", readWorldFile},
       ReaderRow{"gmi", "gmi", readGmi},
+      ReaderRow{"mcd", "mcd", readMcd},
       ReaderRow{"imp", "imp", readImp},
   };
   // clang-format on
@@ -30,6 +32,7 @@ std::span<const WriterRow> writerTable() {
       WriterRow{WriterMoment::worldFile, "", writeWorldFile},
       WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
       WriterRow{WriterMoment::last, "gmi", writeGmi},
+      WriterRow{WriterMoment::last, "mcd", writeMcd},
   };
   return rows;
 }
