@@ -3,7 +3,7 @@
 #include <cmath>
 #include <string>
 
-#include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -74,6 +74,14 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
   double lon = 0;
   IrishGridToLatLong(square, parseNumber(easting), parseNumber(northing), lat, lon);
   calibration.setPosition(slot, lat, lon);
+}
+
+void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
+  for (int slot = 1; slot <= maxSlot; ++slot) {
+    if (calibration.hasPosition[slot] && !onWgs84[slot]) {
+      shiftToWgs84(datumIndex, calibration.latitude[slot], calibration.longitude[slot]);
+    }
+  }
 }
 
 bool isSouthernBand(char letter) {

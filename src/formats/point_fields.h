@@ -4,6 +4,8 @@
 #include <optional>
 #include <string_view>
 
+#include "calibration/calibration.h"
+
 namespace vellandra {
 
 // What the readers share: texts of a calibration file become tie points of `calibration`. A text that is no number
@@ -33,6 +35,10 @@ void readBritishGrid(int slot, std::string_view letters, std::string_view eastin
 
 /// Position of `slot`, on the Irish grid's own ellipsoid. `letter` is a square, or empty for full grid metres.
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing);
+
+/// Shifts the positions of all slots but those that are on WGS 84 already from datum `datumIndex` of the table to it.
+/// For files that hold British grid points, which come out on WGS 84, beside others.
+void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex);
 
 /// True for a UTM band letter south of the equator, C to M.
 bool isSouthernBand(char letter);

@@ -327,10 +327,10 @@ TEST_F(DriverTest, OutputInTheWayOfAFolderStopsTheRun) {
 }
 
 TEST(BatchPath, JoinsArgumentsAndDropsOnePairOfQuotes) {
-  EXPECT_EQ(batchPath({"my", "map.map"}), "my map.map");
-  EXPECT_EQ(batchPath({"\"my", "map.map\""}), "my map.map");
-  EXPECT_EQ(batchPath({"\"\"x\"\""}), "\"x\"");
-  EXPECT_EQ(batchPath({"\""}), "\"");
+  EXPECT_EQ(batchPath({"my", "map.map"}), fs::current_path() / "my map.map");
+  EXPECT_EQ(batchPath({"\"/my", "map.map\""}), "/my map.map");
+  EXPECT_EQ(batchPath({"\"\"x\"\""}), fs::current_path() / "\"x\"");
+  EXPECT_EQ(batchPath({"\""}), fs::current_path() / "\"");
 }
 
 }  // namespace
