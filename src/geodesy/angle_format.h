@@ -7,12 +7,12 @@ namespace vellandra {
 /// How angles are shown; the numbers are those of the preference "degreeformat".
 enum class DegreeFormat { decimalDegrees = 1, degreesMinutes = 2, degreesMinutesSeconds = 3 };
 
-/// `lat`, `lon` in decimal degrees as the cursor readout shows them: decimal degrees signed and parted by a blank, the
-/// two other forms with hemisphere letters.
+/// `lat`, `lon` in decimal degrees as the cursor readout shows them, in UTF-8: "51.50740 -0.12780",
+/// "N 51° 30.4440'  W 0° 07.6680'" or "N 51° 30' 26.64"  W 0° 07' 40.08"". Throws Overflow when one is not finite.
 std::string positionText(double lat, double lon, DegreeFormat format);
 
-/// What stands beside the position, both on WGS 84: British grid letters, easting and northing inside the grid's area,
-/// elsewhere UTM zone, band letter, easting and northing (no band letter south of 80 S).
+/// What stands beside the position, both on WGS 84: "TQ 30000 80000" inside the British grid's area, elsewhere UTM as
+/// "31U 448251 5411932" (no band letter south of 80 S). Throws Overflow when `lat` or `lon` is not finite.
 std::string gridText(double lat, double lon);
 
 }  // namespace vellandra

@@ -22,8 +22,9 @@ struct DatumTable {
 };
 extern DatumTable datumTable;
 
-/// Fills `datumTable` from the rows of `file` that begin with "M E" (in any case). Throws SubscriptOutOfRange at row 201;
-/// a numeric field that is no number is 0.
+/// Fills `datumTable` from the rows of `file` that begin with "M E" (in any case): name in columns 5 to 24,
+/// from column 26 the fields ellipsoid (not read), dA, dF, dX, dY, dZ, parted by blanks; a field that is no number is
+/// 0. Throws SubscriptOutOfRange at row 201, Overflow for a number past the range of a double.
 void readDatumTable(TextFile& file);
 
 /// The shape in which the table holds a name: trimmed, upper case, cut or padded with blanks to 20 columns.
@@ -33,8 +34,8 @@ std::string datumColumnName(std::string_view name);
 int findDatumByName(std::string_view name);
 
 /// Local datum to WGS 84 by a three-parameter geocentric shift: `lat`, `lon` (degrees) and `h` (metres) are replaced.
-/// `dA`, `dF`, `dX`, `dY`, `dZ` as in `DatumTable`. A longitude that jumps by more than 170 degrees is brought back by 180
-/// once: a point east of 90 E comes out 360 degrees low.
+/// `dA`, `dF`, `dX`, `dY`, `dZ` as in `DatumTable`. A longitude that jumps by more than 170 degrees is brought back by
+/// 180 once: a point east of 90 E comes out 360 degrees low.
 void DatumToWgs84(double dA, double dF, double& lat, double& lon, double& h, double dX, double dY, double dZ);
 
 /// The reverse of `DatumToWgs84`, with the same longitude rule.

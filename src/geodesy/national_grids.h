@@ -13,14 +13,16 @@ void OsLettersToOffset(std::string_view letters, std::int32_t& eastingOffset, st
 /// The same for a one-letter square of the Irish grid ("V" = 0, 0).
 void IrishLetterToOffset(std::string_view letter, std::int32_t& eastingOffset, std::int32_t& northingOffset);
 
-/// The two letters of the 100 km square that holds `easting`, `northing` (full British grid metres). Throws
-/// SubscriptOutOfRange where the grid has no letters.
+/// The two letters of the 100 km square that holds `easting`, `northing` (full British grid metres). The first
+/// square west or south of the false origin counts as the one beside it, with a negative remainder. Throws
+/// SubscriptOutOfRange further out, where no letters name the square.
 void OffsetToOsLetters(std::int32_t easting, std::int32_t northing, std::string& letters);
 
 /// British grid reference (metres within the square) to latitude and longitude on WGS 84, degrees.
 void OsGridToLatLong(std::string_view letters, double northing, double easting, double& lat, double& lon);
 
-/// Latitude and longitude on WGS 84 (degrees) to the British grid: letters and whole metres within the square.
+/// Latitude and longitude on WGS 84 (degrees) to the British grid: letters and whole metres within the square,
+/// rounded half to even. Throws as `OffsetToOsLetters`, and Overflow when the result is not finite.
 void LatLongToOsGrid(double lat, double lon, std::string& letters, double& easting, double& northing);
 
 /// The same position as full grid metres, not rounded.

@@ -66,7 +66,9 @@ mode_t modeOf(const std::string& path) {
 }
 
 /// A writer may rename over a file it could not have opened for writing: that would replace a write-protected file.
-bool isProtected(const std::string& path) { return fileExists(path) && ::access(path.c_str(), W_OK) != 0; }
+bool isProtected(const std::string& path) {
+  return fileExists(path) && ::access(path.c_str(), W_OK) != 0;
+}
 
 }  // namespace
 
@@ -108,7 +110,9 @@ bool fileExists(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
-std::string temporaryName(const std::string& path) { return linkTarget(path) + ".vellandra-part"; }
+std::string temporaryName(const std::string& path) {
+  return linkTarget(path) + ".vellandra-part";
+}
 
 bool replaceFile(const std::string& prepared, const std::string& path) {
   const bool flushed = [&] {

@@ -5,10 +5,12 @@
 
 namespace vellandra {
 
-/// A text file read whole, then given out line by line. A UTF-8 byte-order mark is skipped; CR LF, LF and CR end a line.
+/// A text file read whole, then given out line by line. A UTF-8 byte-order mark is skipped; CR LF, LF and CR end a
+/// line.
 class TextFile {
  public:
-  /// Throws FileError when `path` is no regular file, cannot be read, or is larger than any calibration can be (256 MB).
+  /// Throws FileError when `path` is no regular file, cannot be read, or is larger than any calibration can be (256
+  /// MB).
   explicit TextFile(const std::string& path);
   const std::string& content() const { return content_; }
 

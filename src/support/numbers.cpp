@@ -12,7 +12,9 @@
 namespace vellandra {
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 /// The part of `text` that is a number, behind blanks and without a "+"; empty when there is none.
 std::string_view leadingNumber(std::string_view text) {
@@ -121,11 +123,17 @@ double parseNumber(std::string_view text) {
   return value;
 }
 
-bool beginsWithNumber(std::string_view text) { return !leadingNumber(text).empty(); }
+bool beginsWithNumber(std::string_view text) {
+  return !leadingNumber(text).empty();
+}
 
-std::int16_t parseInt16(std::string_view text) { return parseInteger<std::int16_t>(text); }
+std::int16_t parseInt16(std::string_view text) {
+  return parseInteger<std::int16_t>(text);
+}
 
-std::int32_t parseInt32(std::string_view text) { return parseInteger<std::int32_t>(text); }
+std::int32_t parseInt32(std::string_view text) {
+  return parseInteger<std::int32_t>(text);
+}
 
 std::int32_t roundToInt32(double value) {
   const double rounded = std::nearbyint(value);
@@ -163,8 +171,8 @@ std::string formatNumber(double value, std::string_view pattern) {
 
 std::string formatGeneral(double value) {
   std::array<char, 64> buffer{};
-  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
-                                          std::chars_format::general, significantDigits);
+  const auto [end, error] =
+      std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::general, significantDigits);
   return upperCase(std::string_view(buffer.data(), static_cast<std::size_t>(end - buffer.data())));
 }
 

@@ -17,7 +17,9 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view separators = "\\/";
 
-bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+bool exists(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0;
+}
 
 bool isRegularFile(const std::string& path) {
   struct stat status {};

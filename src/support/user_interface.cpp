@@ -17,8 +17,12 @@ UserInterface& userInterface() {
   return *current();
 }
 
-void setUserInterface(UserInterface& implementation) { current() = &implementation; }
+void setUserInterface(UserInterface& implementation) {
+  current() = &implementation;
+}
 
-void tell(const std::string& text, const std::string& title) { userInterface().messageBox({text, title}); }
+void tell(const std::string& text, const std::string& title) {
+  userInterface().messageBox({text, title});
+}
 
 }  // namespace vellandra

@@ -62,7 +62,7 @@ class UserInterface {
   /// `done` of `total` steps of a long piece of work; `total` steps done ends the display.
   virtual void showProgress(int done, int total) = 0;
 
-  /// Shows the hourglass in place of the mouse pointer while a piece of work without progress display runs.
+  /// The pointer becomes an hourglass while work without steps goes on, and normal again.
   virtual void showBusy(bool busy) = 0;
 
   virtual void setMenuStates(const MenuStates& states) = 0;

@@ -1,0 +1,81 @@
+#include "calibration/datum_matching.h"
+
+#include <cmath>
+#include <vector>
+
+#include "calibration/log.h"
+#include "calibration/pickers.h"
+#include "calibration/preferences.h"
+#include "geodesy/datum.h"
+#include "support/files.h"
+#include "support/paths.h"
+#include "support/text.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+
+std::string inputDatumName;
+
+namespace {
+
+std::string shown(std::string_view name) {
+  return std::string(trim(name));
+}
+
+int chooseFromTable(const std::string& label) {
+  std::vector<std::string> names;
+  for (int i = 1; i <= datumTable.count; ++i) names.push_back(shown(datumTable.name[static_cast<std::size_t>(i)]));
+  const int chosen = userInterface().chooseDatum("Choose to match : " + label, names);
+  return chosen >= 1 && chosen <= datumTable.count ? chosen : 0;
+}
+
+}  // namespace
+
+void LoadDatums() {
+  datumTable = DatumTable();
+  std::string path = findFile(preferences.datumsPath);
+  if (path.empty() && locateDatumsFile()) path = findFile(preferences.datumsPath);
+  if (path.empty()) return;
+  TextFile file(path);
+  readDatumTable(file);
+}
+
+void finddatum(std::string& name, std::int16_t& index) {
+  if (name == preferences.unmatchedName) name = preferences.matchedName;
+  inputDatumName = shown(name);
+  index = static_cast<std::int16_t>(findDatumByName(name));
+  if (index == 0) {
+    index = static_cast<std::int16_t>(chooseFromTable(inputDatumName));
+    if (index > 0) {
+      preferences.unmatchedName = name;
+      preferences.matchedName = datumTable.name[static_cast<std::size_t>(index)];
+      inputDatumName = shown(preferences.matchedName);
+    }
+  }
+  writeLog("finddatum " + shown(name) + " " + std::to_string(index));
+}
+
+int matchDatum(std::string_view name) {
+  std::string shaped = datumColumnName(name);
+  std::int16_t index = 0;
+  finddatum(shaped, index);
+  return index;
+}
+
+int askDatum(const std::string& label) {
+  inputDatumName = label;
+  const int index = chooseFromTable(label);
+  if (index > 0) inputDatumName = shown(datumTable.name[static_cast<std::size_t>(index)]);
+  return index;
+}
+
+void shiftToWgs84(int index, double& lat, double& lon) {
+  const auto i = static_cast<std::size_t>(index);
+  const double before = lon;
+  double height = 0;
+  DatumToWgs84(datumTable.dA[i], datumTable.dF[i], lat, lon, height, datumTable.dX[i], datumTable.dY[i],
+               datumTable.dZ[i]);
+  lon += 360 * std::round((before - lon) / 360);
+}
+
+}  // namespace vellandra

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vellandra {
+
+/// The name of the last datum looked up, as it is shown.
+extern std::string inputDatumName;
+
+/// Fills the datum table from the file that the preferences name. When that is missing, the person is asked for it once
+/// and the answer is kept; without one the table stays empty.
+void LoadDatums();
+
+/// Looks `name` up in the datum table, in the shape of `datumColumnName`: a name matched by hand before is replaced by
+/// its match, and for a name that is not in the table the person is asked. `index` is 0 when there is no match.
+void finddatum(std::string& name, std::int16_t& index);
+
+/// The same for a name as a file gives it; sets `inputDatumName`. Returns the index.
+int matchDatum(std::string_view name);
+
+/// Asks for a datum of the table under `label`, without remembering the answer for other files. Returns the index or 0.
+int askDatum(const std::string& label);
+
+/// Shifts a position (degrees) from datum `index` of the table to WGS 84. The longitude comes out within 180 degrees of
+/// the one that went in.
+void shiftToWgs84(int index, double& lat, double& lon);
+
+}  // namespace vellandra

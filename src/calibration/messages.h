@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string_view>
+
+namespace vellandra {
+
+/// Writes `text` to the log and adds it as a line to the message panel.
+void showMessage(std::string_view text);
+
+/// Adds `text` as a line to the panel's text without showing it yet; the next `showPanel` brings it up.
+void addToMessage(std::string_view text);
+
+/// Shows the panel's text as it stands.
+void showPanel();
+
+}  // namespace vellandra

@@ -1,0 +1,54 @@
+#include "calibration/pickers.h"
+
+#include "calibration/preferences.h"
+#include "support/paths.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+bool keepChosen(const std::string& chosen, std::string& kept) {
+  if (chosen.empty()) return false;
+  kept = chosen;
+  preferencesChanged = true;
+  return true;
+}
+
+}  // namespace
+
+std::string getfile(const std::string& title) {
+  return userInterface().askOpenFile(
+      {title, "*.map",
+       "Ozi Map files (*.map)|*.map|GPSU GUX files (*.gux)|*.gux|World files (*.tfw)|*.tfw"
+       "|MM JPR files (*.jpr)|*.jpr|GMI calibration files(*.gmi)|*.gmi|MCD Calibrations (*.mcd)|*.mcd"
+       "|World files (*.jgw)|*.jgw|World files (*.pgw)|*.pgw|Cal files (*.cal)|*.cal|CompeGPS files (*.imp)|*.imp"});
+}
+
+std::string getifile() {
+  return userInterface().askOpenFile(
+      {"Open image file", "*.png", "Image files(*.png,*.bmp,*.jpg,*.gif,*.tif)|*.png;*.bmp;*.jpg;*.gif;*.tif"});
+}
+
+std::string getdfile() {
+  return userInterface().askOpenFile({"Open datums.txt file ", "*.txt", "Text files(*.txt)|*.txt"});
+}
+
+std::string get7file() {
+  return userInterface().askOpenFile({"Find 7z.exe ", "*.exe", "Exe files(*.exe)|*.exe"});
+}
+
+std::string putpfile() {
+  std::string path = userInterface().askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png"});
+  if (!path.empty() && splitPath(path).extension != "png") path += ".png";
+  return path;
+}
+
+bool locateDatumsFile() {
+  return keepChosen(getdfile(), preferences.datumsPath);
+}
+
+bool locateSevenZip() {
+  return keepChosen(get7file(), preferences.sevenZipPath);
+}
+
+}  // namespace vellandra

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace vellandra {
+
+/// The file dialogs of the program; each returns the chosen path, empty when cancelled.
+std::string getfile(const std::string& title);  ///< a calibration file
+std::string getifile();                         ///< a map image
+std::string getdfile();                         ///< the datum table
+std::string get7file();                         ///< the 7-Zip program
+std::string putpfile();                         ///< where to save an image; ends in ".png"
+
+/// Asks for the datum table, or the 7-Zip program, and keeps the path in the preferences. False when cancelled.
+bool locateDatumsFile();
+bool locateSevenZip();
+
+}  // namespace vellandra

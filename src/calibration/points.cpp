@@ -1,0 +1,95 @@
+#include "calibration/points.h"
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+
+#include "calibration/calibration.h"
+#include "calibration/messages.h"
+#include "calibration/transform.h"
+#include "support/numbers.h"
+
+namespace vellandra {
+namespace {
+
+void placeByTransform(int slot, std::int32_t x, std::int32_t y) {
+  double lat = 0;
+  double lon = 0;
+  pixelToLatLon(x, y, lat, lon);
+  calibration.setPixel(slot, x, y);
+  calibration.setPosition(slot, lat, lon);
+  calibration.datumName[slot] = "WGS 84";
+}
+
+std::int32_t centroid(const Slots<std::int32_t>& pixel) {
+  std::int32_t sum = 0;
+  for (int i = 1; i <= 3; ++i) {
+    if (__builtin_add_overflow(sum, pixel[i], &sum)) throw Overflow("sum of pixels");
+  }
+  return roundToInt32(sum / 3.0);
+}
+
+}  // namespace
+
+void interpolateThirdPoint() {
+  Calibration& c = calibration;
+  if (c.pointCount != 2) return;
+  c.pointCount = 3;
+  placeByTransform(3, c.pixelX[2], c.pixelY[1]);
+  addToMessage("Third point interpolated");
+}
+
+void addFourthPoint() {
+  Calibration& c = calibration;
+  if (c.pointCount != 3) return;
+  c.pointCount = 4;
+  placeByTransform(4, centroid(c.pixelX), centroid(c.pixelY));
+  addToMessage("Fourth point added");
+}
+
+void fillImageCorners() {
+  Calibration& c = calibration;
+  if (c.pointCount > maxTiePoints) {
+    showMessage("Points " + std::to_string(maxTiePoints + 1) + " to " + std::to_string(c.pointCount) +
+                " took part in the fit and are not written");
+    c.pointCount = maxTiePoints;
+  }
+  const std::int32_t right = c.imageWidth - 1;
+  const std::int32_t bottom = c.imageHeight - 1;
+  placeByTransform(firstCornerSlot, 0, 0);
+  placeByTransform(firstCornerSlot + 1, right, 0);
+  placeByTransform(firstCornerSlot + 2, right, bottom);
+  placeByTransform(firstCornerSlot + 3, 0, bottom);
+  c.cornerCount = 4;
+}
+
+void reportFit() {
+  Calibration& c = calibration;
+  double sum = 0;
+  for (int pass = 1; pass <= c.pointCount; ++pass) {
+    // Every pass takes the last point: the figure is that point's residual.
+    std::int32_t x = 0;
+    std::int32_t y = 0;
+    latLonToPixel(c.latitude[c.pointCount], c.longitude[c.pointCount], x, y);
+    sum += std::hypot(static_cast<double>(c.pixelY[c.pointCount]) - y, static_cast<double>(c.pixelX[c.pointCount]) - x);
+  }
+  c.averageError = static_cast<float>(sum / c.pointCount);
+  showMessage("Average error per calibration point=" + formatNumber(static_cast<double>(c.averageError), "####.0000"));
+
+  double squares = 0;
+  double worst = -1;
+  int worstPoint = 0;
+  for (int i = 1; i <= c.pointCount; ++i) {
+    const Pixel pixel = pixelAt(c, c.latitude[i], c.longitude[i]);
+    const double residual = std::hypot(pixel.x - c.pixelX[i], pixel.y - c.pixelY[i]);
+    squares += residual * residual;
+    if (residual > worst) {
+      worst = residual;
+      worstPoint = i;
+    }
+  }
+  showMessage("All points: root mean square " + formatNumber(std::sqrt(squares / c.pointCount), "###0.00") +
+              " pixels, worst is point " + std::to_string(worstPoint) + " with " + formatNumber(worst, "###0.00"));
+}
+
+}  // namespace vellandra

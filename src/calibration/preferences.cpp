@@ -1,0 +1,164 @@
+#include "calibration/preferences.h"
+
+#include <functional>
+#include <vector>
+
+#include "calibration/messages.h"
+#include "geodesy/datum.h"
+#include "support/errors.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/paths.h"
+#include "support/text.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+
+Preferences preferences = defaultPreferences();
+bool preferencesChanged = false;
+
+namespace {
+
+constexpr const char* fileNameOfPreferences = "calconv.ini";
+constexpr const char* header = "'Calibration conversion preferences file";
+
+using Values = std::vector<std::string_view>;  // the text behind the first, the second "="
+
+/// One key of the file: how it is written, and how its value is taken and given.
+struct Key {
+  const char* written;
+  std::function<void(const Values&)> read;
+  std::function<std::string()> text;
+};
+
+Key boolean(const char* written, bool& value) {
+  return {written, [&value](const Values& given) { value = field(given, 0) == "true"; },
+          [&value] { return value ? "True" : "False"; }};
+}
+
+Key path(const char* written, std::string& value) {
+  return {written, [&value](const Values& given) { value = given[0]; }, [&value] { return value; }};
+}
+
+/// A number that is none, does not fit or is outside `least` to `most` is reported and the default stands.
+template <typename Integer>
+Key number(const char* written, Integer& value, int least, int most) {
+  const auto read = [written, &value, least, most](const Values& given) {
+    if (beginsWithNumber(given[0])) {
+      const double rounded = parseNumber(given[0]);
+      if (rounded >= least && rounded <= most) {
+        value = static_cast<Integer>(parseInt32(given[0]));
+        return;
+      }
+    }
+    showMessage(std::string(fileNameOfPreferences) + ": " + written + "=" + std::string(given[0].substr(0, 40)) +
+                " is not allowed, " + std::to_string(value) + " is used");
+  };
+  return {written, read, [&value] { return std::to_string(value); }};
+}
+
+constexpr int largest16 = 32767;
+
+/// All keys, in the order in which they are written.
+std::vector<Key> keys() {
+  Preferences& p = preferences;
+  const Key match = {"matchdatum",
+                     [&p](const Values& given) {
+                       p.unmatchedName = datumColumnName(field(given, 0));
+                       p.matchedName = datumColumnName(field(given, 1));
+                     },
+                     [&p] { return std::string(trim(p.unmatchedName)) + "=" + std::string(trim(p.matchedName)); }};
+  return {boolean("Warnoverwrite", p.warnOverwrite),
+          boolean("WriteWGS84", p.writeWgs84),
+          boolean("stretchnotrotate", p.stretchNotRotate),
+          boolean("ShowGrid", p.showGrid),
+          path("datumstxt", p.datumsPath),
+          path("7zip", p.sevenZipPath),
+          number("degreeformat", p.degreeFormat, 1, 3),
+          match,
+          number("tilewidth", p.tileWidth, -largest16 - 1, largest16),
+          number("tileheight", p.tileHeight, -largest16 - 1, largest16),
+          number("GarminDrawOrder", p.garminDrawOrder, -largest16 - 1, largest16),
+          number("GarminJpegQuality", p.garminJpegQuality, -largest16 - 1, largest16),
+          boolean("AdvancedGarminMapping", p.advancedGarminMapping),
+          number("KMZTransparency", p.kmzTransparency, -largest16 - 1, largest16)};
+}
+
+/// Takes `text` as a tile side into `value`; told and not stored below 1 or past 16 bits.
+void storeTileSide(const std::string& text, const char* name, std::int16_t& value) {
+  try {
+    const std::int16_t side = parseInt16(text);
+    if (side >= 1) {
+      value = side;
+      return;
+    }
+  } catch (const Overflow&) {  // told below like any other value that is no tile side
+  }
+  tell(std::string("Tile ") + name + " must be 1 to 32767");
+}
+
+void storeInRange(const std::string& text, double most, const char* refusal, std::int16_t& value) {
+  const double number = parseNumber(text);
+  if (number >= 1 && number <= most) {
+    value = parseInt16(text);
+  } else {
+    tell(refusal);
+  }
+}
+
+}  // namespace
+
+Preferences defaultPreferences() {
+  Preferences defaults;
+  defaults.datumsPath = programFolder() + "datums.txt";
+  defaults.unmatchedName = defaults.matchedName = datumColumnName("WGS 84");
+  return defaults;
+}
+
+void readPreferences() {
+  preferences = defaultPreferences();
+  preferencesChanged = false;
+  const std::string path = settingsFileForReading(fileNameOfPreferences);
+  if (!fileExists(path)) return;
+  TextFile file(path);
+  const std::vector<Key> known = keys();
+  std::string_view line;
+  while (getline(file, line)) {
+    const std::string lower = lowerCase(line);
+    const Values fields = splitFields(lower, "=", 4);
+    if (fields.size() < 2) continue;
+    for (const Key& key : known) {
+      if (trim(fields[0]) == lowerCase(key.written)) key.read(Values(fields.begin() + 1, fields.end()));
+    }
+  }
+}
+
+bool writePreferences() {
+  std::string content = std::string(header) + "\r\n";
+  for (const Key& key : keys()) content += std::string(key.written) + "=" + key.text() + "\r\n";
+  const std::string path = settingsFolder() + fileNameOfPreferences;
+  if (!writeWholeFile(path, content)) {
+    tell("unable to write " + path);
+    return false;
+  }
+  preferencesChanged = false;
+  return true;
+}
+
+void storePreferences(const PreferencesForm& form) {
+  Preferences& p = preferences;
+  p.warnOverwrite = form.warnOverwrite;
+  p.stretchNotRotate = form.stretchNotRotate;
+  p.writeWgs84 = form.writeWgs84;
+  storeTileSide(form.tileWidth, "width", p.tileWidth);
+  storeTileSide(form.tileHeight, "height", p.tileHeight);
+  p.showGrid = form.showGrid;
+  p.advancedGarminMapping = form.advancedGarminMapping;
+  p.kmzTransparency = form.kmzTransparency ? 1 : 0;
+  storeInRange(form.garminDrawOrder, 99, "Draw order must be 01 to 99", p.garminDrawOrder);
+  storeInRange(form.garminJpegQuality, 5, "JPEG quality must be 01 to 99", p.garminJpegQuality);
+  p.degreeFormat = form.degreeFormat;
+  preferencesChanged = true;
+}
+
+}  // namespace vellandra

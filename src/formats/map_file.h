@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "calibration/driver.h"
+
+namespace vellandra {
+
+/// OziExplorer ".map", version 2.2: numbered lines, fields parted by commas.
+/// Reads `path` into `calibration`: up to 30 tie points in degrees and minutes or on a grid, map corners, image name
+/// and size, projection. Positions are on the file's datum, or on WGS 84 when a point is on the British grid. Throws
+/// SubscriptOutOfRange for a tie point past 30 or a corner outside 1 to 20, Overflow for a pixel past 32 bits or a size
+/// past 16.
+ReadResult readMap(const std::string& path);
+
+/// Writes the calibration as ".map", always in WGS 84 degrees and minutes: into `folder` without a question, else
+/// beside the input by the rules of every format that is read as well.
+WriteOutcome putmap(const std::optional<std::string>& folder = std::nullopt);
+
+}  // namespace vellandra

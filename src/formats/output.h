@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "calibration/driver.h"
+
+namespace vellandra {
+
+/// Writes a calibration file of the current run. An existing file is replaced only when the person agrees, or without a
+/// question when the preference "warnoverwrite" is off. A failed write is told.
+WriteOutcome writeCalibrationFile(const std::string& path, const std::string& content);
+
+/// Input folder and base name, followed by `ending` (such as ".gmi").
+std::string outputPath(const std::string& ending);
+
+/// The path of a format that is read as well: beside the input under `extension` (such as ".map"); for an input of this
+/// `type` under the base name with "wgs84" added, and only when the datum changed and the preference "writewgs84" is
+/// on.
+std::optional<std::string> outputPathUnlessInput(const std::string& type, const std::string& extension);
+
+/// The image's name as calibrations give it: the input's base name, ".", the image's extension; in the encoding of the
+/// input file.
+std::string imageNameForOutput();
+
+/// The extension of the image, its last three characters as on disk.
+std::string imageExtension();
+
+/// `name` in the encoding of the input file.
+std::string inInputEncoding(const std::string& name);
+
+/// A line with its CR LF.
+std::string line(std::string text);
+
+}  // namespace vellandra

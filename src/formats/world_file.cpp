@@ -1,0 +1,158 @@
+#include "formats/world_file.h"
+
+#include <array>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
+#include "calibration/log.h"
+#include "formats/image_identification.h"
+#include "formats/output.h"
+#include "geodesy/datum.h"
+#include "geodesy/national_grids.h"
+#include "geodesy/utm.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/paths.h"
+#include "support/text.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* title = "TFW Input";
+constexpr int corners = 4;
+
+struct WorldFile {
+  WorldFileTerms terms;
+  std::string lines;  ///< as read, for the person to look at
+};
+
+/// Nothing when one of the six lines holds no number; the person has then been told.
+std::optional<WorldFile> readTerms(const std::string& path) {
+  WorldFile world;
+  WorldFileTerms& t = world.terms;
+  TextFile file(path);
+  int number = 0;
+  for (double* term : {&t.A, &t.D, &t.B, &t.E, &t.C, &t.F}) {
+    ++number;
+    std::string_view text;
+    if (!getline(file, text) || !beginsWithNumber(text)) {
+      tell("Line " + std::to_string(number) + " of the world file holds no number", title);
+      return std::nullopt;
+    }
+    *term = parseNumber(text);
+    world.lines.append(text).append("\r\n");
+    writeLog(text);
+  }
+  return world;
+}
+
+/// " 1 : 174-180W" to " 60 : ...", then the British grid.
+std::vector<std::string> zoneList() {
+  std::vector<std::string> zones;
+  for (int k = 1; k <= 60; ++k) {
+    zones.push_back(" " + std::to_string(k) + " : " + std::to_string(std::abs(6 * k - 180)) + "-" +
+                    std::to_string(std::abs(6 * k - 186)) + (k <= 30 ? "W" : "E"));
+  }
+  zones.emplace_back("GB-OrdSvy");
+  return zones;
+}
+
+/// How map positions of the file become latitude and longitude.
+struct Grid {
+  enum class Kind { degrees, utm, british } kind = Kind::degrees;
+  std::int16_t zone = 0;
+  bool southern = false;
+  int datumIndex = 0;
+};
+
+/// Asks for what the file does not say. Nothing when the person makes no choice.
+std::optional<Grid> askGrid(const std::string& lines) {
+  const WorldFileAnswer answer = userInterface().askWorldFile(lines, zoneList());
+  if (answer.datum == WorldFileAnswer::Datum::none || answer.zone < 0 || answer.zone > 60) {
+    tell("No zone chosen", title);
+    return std::nullopt;
+  }
+  if (answer.zone == 0) return Grid{Grid::Kind::british, 0, false, matchDatum("WGS 84")};
+  const bool wgs84 = answer.datum == WorldFileAnswer::Datum::wgs84;
+  return Grid{Grid::Kind::utm, answer.zone, answer.southern, wgs84 ? matchDatum("WGS 84") : askDatum("TFW file datum")};
+}
+
+std::optional<Grid> gridOf(const WorldFile& world) {
+  const WorldFileTerms& t = world.terms;
+  if (std::abs(t.C) <= 180 && std::abs(t.F) <= 90) return Grid{Grid::Kind::degrees, 0, false, matchDatum("WGS 84")};
+  if (t.C >= 0 && t.C <= 1000000 && t.F >= 0) return askGrid(world.lines);
+  tell("Invalid UTM TFW file", title);
+  return std::nullopt;
+}
+
+void placePoint(int slot, const WorldFileTerms& t, const Grid& grid) {
+  const double x = calibration.pixelX[slot];
+  const double y = calibration.pixelY[slot];
+  const double mapX = t.A * x + t.B * y + t.C;
+  const double mapY = t.D * x + t.E * y + t.F;
+  double lat = mapY;
+  double lon = mapX;
+  if (grid.kind == Grid::Kind::utm) {
+    const auto datum = static_cast<std::size_t>(grid.datumIndex);
+    UtmToLatLong(grid.zone, mapY - (grid.southern ? 10000000 : 0), mapX, datumTable.dA[datum], datumTable.dF[datum],
+                 lat, lon);
+  } else if (grid.kind == Grid::Kind::british) {
+    OsGridToLatLong("SV", mapY, mapX, lat, lon);
+  }
+  calibration.setPosition(slot, lat, lon);
+  writeLog("lat " + formatGeneral(lat) + " lon " + formatGeneral(lon));
+}
+
+void placeCorners(const WorldFileTerms& terms, const Grid& grid) {
+  Calibration& c = calibration;
+  const std::int32_t right = c.imageWidth - 1;
+  const std::int32_t bottom = c.imageHeight - 1;
+  const std::array<std::array<std::int32_t, 2>, corners> pixels = {{{0, 0}, {right, 0}, {right, bottom}, {0, bottom}}};
+  for (int k = 0; k < corners; ++k) {
+    const auto [x, y] = pixels[static_cast<std::size_t>(k)];
+    c.setPixel(k + 1, x, y);
+    placePoint(k + 1, terms, grid);
+    c.setPixel(firstCornerSlot + k, x, y);
+    c.setPosition(firstCornerSlot + k, c.latitude[k + 1], c.longitude[k + 1]);
+  }
+  c.pointCount = c.cornerCount = corners;
+}
+
+}  // namespace
+
+ReadResult readWorldFile(const std::string& path) {
+  ReadResult result;
+  result.stopped = true;
+  const std::optional<WorldFile> world = readTerms(path);
+  if (!world) return result;
+
+  const PathParts parts = splitPath(path);
+  calibration.imagePath = parts.folder + parts.base + ".png";
+  getidata(calibration.imagePath, calibration.imageWidth, calibration.imageHeight);
+  if (calibration.imageWidth == 0 || calibration.imageHeight == 0) {
+    tell("Unable to proceed without matching image");
+    return result;
+  }
+  writeLog("using " + calibration.imagePath + " as image file");
+
+  const std::optional<Grid> grid = gridOf(*world);
+  if (!grid) return result;
+  placeCorners(world->terms, *grid);
+  return {grid->datumIndex, false, -1};
+}
+
+WriteOutcome writeWorldFile() {
+  const std::optional<std::string> path = outputPathUnlessInput("tfw", ".tfw");
+  if (!path) return WriteOutcome::skipped;
+  const WorldFileTerms& t = driver.worldFile;
+  std::string content;
+  for (const double term : {t.A, t.D, t.B, t.E}) content += line(formatNumber(term, "###0.000000000"));
+  for (const double term : {t.C, t.F}) content += line(formatNumber(term, "###0.0000000"));
+  return writeCalibrationFile(*path, content);
+}
+
+}  // namespace vellandra

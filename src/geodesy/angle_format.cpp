@@ -1,0 +1,85 @@
+#include "geodesy/angle_format.h"
+
+#include <cmath>
+#include <cstdint>
+
+#include "geodesy/national_grids.h"
+#include "geodesy/utm.h"
+#include "support/errors.h"
+#include "support/numbers.h"
+
+namespace vellandra {
+namespace {
+
+/// An angle without its sign, cut into parts. It is rounded as a whole before it is cut, so that a part never shows 60.
+struct Parts {
+  bool negative;
+  double degrees, minutes, seconds;
+};
+
+/// |angle| in whole units of the last digit that is shown.
+double roundedUnits(double angle, double unitsPerDegree) {
+  return parseNumber(formatNumber(std::abs(angle) * unitsPerDegree, "0"));
+}
+
+Parts degreesAndMinutes(double angle) {
+  constexpr double unitsPerMinute = 10000;
+  const double units = roundedUnits(angle, 60 * unitsPerMinute);
+  return {angle < 0 && units > 0, std::floor(units / (60 * unitsPerMinute)),
+          std::fmod(units, 60 * unitsPerMinute) / unitsPerMinute, 0};
+}
+
+Parts degreesMinutesAndSeconds(double angle) {
+  constexpr double unitsPerSecond = 100;
+  const double units = roundedUnits(angle, 3600 * unitsPerSecond);
+  const double inDegree = std::fmod(units, 3600 * unitsPerSecond);
+  return {angle < 0 && units > 0, std::floor(units / (3600 * unitsPerSecond)),
+          std::floor(inDegree / (60 * unitsPerSecond)), std::fmod(inDegree, 60 * unitsPerSecond) / unitsPerSecond};
+}
+
+std::string angleText(double angle, DegreeFormat format, const char* positive, const char* negative) {
+  const bool seconds = format == DegreeFormat::degreesMinutesSeconds;
+  const Parts parts = seconds ? degreesMinutesAndSeconds(angle) : degreesAndMinutes(angle);
+  std::string text = parts.negative ? negative : positive;
+  text += " " + formatNumber(parts.degrees, "##0") + "\u00B0 ";
+  if (!seconds) return text + formatNumber(parts.minutes, "00.0000") + "'";
+  return text + formatNumber(parts.minutes, "00") + "' " + formatNumber(parts.seconds, "00.00") + "\"";
+}
+
+std::string britishGridText(double lat, double lon) {
+  std::string letters;
+  double easting = 0, northing = 0;
+  LatLongToOsGrid(lat, lon, letters, easting, northing);
+  return letters + " " + formatNumber(easting, "00000") + " " + formatNumber(northing, "00000");
+}
+
+std::string utmText(double lat, double lon) {
+  std::int16_t zone = zoneFromLongitude;
+  double easting = 0, northing = 0;
+  LatLongToUtm(lat, lon, zone, easting, northing);
+  std::string text = formatNumber(zone, "00");
+  if (lat >= -80) text += utmBandLetter(lat);
+  return text + " " + formatNumber(easting, "000000") + " " + formatNumber(northing, "0000000");
+}
+
+}  // namespace
+
+std::string positionText(double lat, double lon, DegreeFormat format) {
+  if (format == DegreeFormat::decimalDegrees) {
+    return formatNumber(lat, "###0.00000") + " " + formatNumber(lon, "###0.00000");
+  }
+  return angleText(lat, format, "N", "S") + angleText(lon, format, "  E", "  W");
+}
+
+std::string gridText(double lat, double lon) {
+  if (InGbGridArea(lat, lon)) {
+    try {
+      return britishGridText(lat, lon);
+    } catch (const SubscriptOutOfRange&) {
+      // The area's south-west corner lies in the sea west of the lettered squares.
+    }
+  }
+  return utmText(lat, lon);
+}
+
+}  // namespace vellandra

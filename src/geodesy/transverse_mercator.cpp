@@ -1,0 +1,96 @@
+#include "geodesy/transverse_mercator.h"
+
+#include <cmath>
+#include <limits>
+
+#include "geodesy/constants.h"
+
+namespace vellandra {
+namespace {
+
+constexpr double arcTolerance = 1e-9;
+
+/// Radii of curvature in the prime vertical and in the meridian, and eta squared.
+struct Curvature {
+  double nu, rho, eta2;
+};
+
+Curvature curvatureAt(const TransverseMercator& projection, double phi) {
+  const double sinPhi = std::sin(phi);
+  const double w = 1 - projection.e2 * sinPhi * sinPhi;
+  const double nu = projection.aF0 / std::sqrt(w);
+  const double rho = projection.aF0 * (1 - projection.e2) * std::pow(w, -1.5);
+  return {nu, rho, nu / rho - 1};
+}
+
+/// Scaled distance along the meridian from the true origin to latitude `phi` (radians), metres.
+double meridionalArc(const TransverseMercator& projection, double phi) {
+  const double n = projection.n, n2 = n * n, n3 = n2 * n;
+  const double phi0 = projection.lat0 * degToRad;
+  const double difference = phi - phi0, sum = phi + phi0;
+  return projection.bF0 * ((1 + n + 5.0 / 4 * n2 + 5.0 / 4 * n3) * difference -
+                           (3 * n + 3 * n2 + 21.0 / 8 * n3) * std::sin(difference) * std::cos(sum) +
+                           (15.0 / 8 * n2 + 15.0 / 8 * n3) * std::sin(2 * difference) * std::cos(2 * sum) -
+                           35.0 / 24 * n3 * std::sin(3 * difference) * std::cos(3 * sum));
+}
+
+/// Latitude in radians whose arc is `arc`. In a large arc one unit in the last place exceeds the tolerance, so the
+/// search also ends when a step brings no gain; so it does for infinities and NaN.
+double footpointLatitude(const TransverseMercator& projection, double arc) {
+  double phi = arc / projection.aF0 + projection.lat0 * degToRad;
+  double best = phi;
+  double smallest = std::numeric_limits<double>::infinity();
+  for (;;) {
+    const double missing = arc - meridionalArc(projection, phi);
+    if (!(std::abs(missing) < smallest)) return best;
+    best = phi;
+    smallest = std::abs(missing);
+    if (smallest < arcTolerance) return best;
+    phi += missing / projection.aF0;
+  }
+}
+
+}  // namespace
+
+void toGrid(const TransverseMercator& projection, double lat, double lon, double& easting, double& northing) {
+  const double phi = lat * degToRad;
+  const double P = lon * degToRad - projection.lon0 * degToRad;
+  const auto [nu, rho, eta2] = curvatureAt(projection, phi);
+  const double sinPhi = std::sin(phi), cosPhi = std::cos(phi);
+  const double cos3 = cosPhi * cosPhi * cosPhi, cos5 = cos3 * cosPhi * cosPhi;
+  const double tan2 = std::tan(phi) * std::tan(phi), tan4 = tan2 * tan2;
+
+  const double I = meridionalArc(projection, phi) + projection.N0;
+  const double II = nu / 2 * sinPhi * cosPhi;
+  const double III = nu / 24 * sinPhi * cos3 * (5 - tan2 + 9 * eta2);
+  const double IIIA = nu / 720 * sinPhi * cos5 * (61 - 58 * tan2 + tan4);
+  const double IV = nu * cosPhi;
+  const double V = nu / 6 * cos3 * (nu / rho - tan2);
+  const double VI = nu / 120 * cos5 * (5 - 18 * tan2 + tan4 + 14 * eta2 - 58 * tan2 * eta2);
+
+  const double P2 = P * P;
+  northing = I + P2 * (II + P2 * (III + P2 * IIIA));
+  easting = projection.E0 + P * (IV + P2 * (V + P2 * VI));
+}
+
+void fromGrid(const TransverseMercator& projection, double easting, double northing, double& lat, double& lon) {
+  const double phi = footpointLatitude(projection, northing - projection.N0);
+  const auto [nu, rho, eta2] = curvatureAt(projection, phi);
+  const double nu3 = nu * nu * nu, nu5 = nu3 * nu * nu, nu7 = nu5 * nu * nu;
+  const double tanPhi = std::tan(phi), sec = 1 / std::cos(phi);
+  const double tan2 = tanPhi * tanPhi, tan4 = tan2 * tan2, tan6 = tan4 * tan2;
+
+  const double VII = tanPhi / (2 * rho * nu);
+  const double VIII = tanPhi / (24 * rho * nu3) * (5 + 3 * tan2 + eta2 - 9 * tan2 * eta2);
+  const double IX = tanPhi / (720 * rho * nu5) * (61 + 90 * tan2 + 45 * tan4);
+  const double X = sec / nu;
+  const double XI = sec / (6 * nu3) * (nu / rho + 2 * tan2);
+  const double XII = sec / (120 * nu5) * (5 + 28 * tan2 + 24 * tan4);
+  const double XIIA = sec / (5040 * nu7) * (61 + 662 * tan2 + 1320 * tan4 + 720 * tan6);
+
+  const double E = easting - projection.E0, E2 = E * E;
+  lat = (phi - E2 * (VII - E2 * (VIII - E2 * IX))) / degToRad;
+  lon = (projection.lon0 * degToRad + E * (X - E2 * (XI - E2 * (XII - E2 * XIIA)))) / degToRad;
+}
+
+}  // namespace vellandra

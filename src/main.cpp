@@ -1,0 +1,48 @@
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "calibration/log.h"
+#include "calibration/session.h"
+#include "console/console.h"
+#include "formats/format_table.h"
+#include "formats/image_identification.h"
+#include "imaging/map_image.h"
+
+namespace {
+
+constexpr const char* usage =
+    "Usage: vellandra CALIBRATION\n"
+    "Reads a map calibration (.map, .tfw, .jgw, .pgw, .jpr, .cal), brings it to WGS 84 and writes it for other\n"
+    "programs beside it.\n"
+    "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Dates in the log follow the person's locale; numbers in files never do.
+  (void)std::setlocale(LC_TIME, "");
+  (void)std::signal(SIGPIPE, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
+
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (arguments.empty()) {
+    std::cerr << "The window is not built yet.\n" << usage;
+    return 1;
+  }
+  if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
+    std::cout << usage;
+    return 0;
+  }
+  vellandra::Console console(std::cin, std::cout, std::cerr, isatty(STDIN_FILENO) != 0);
+  vellandra::setUserInterface(console);
+  vellandra::setFormatTable(
+      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::startSession();
+  const int status = vellandra::runBatch(vellandra::batchPath(arguments));
+  vellandra::closeLog();
+  return status;
+}
