@@ -3,17 +3,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <set>
 #include <tuple>
 
-#include "calibration/log.h"
+#include "core_fixture.h"
 #include "support/errors.h"
-#include "support/user_interface.h"
 
 namespace vellandra {
 namespace {
@@ -23,57 +19,16 @@ namespace fs = std::filesystem;
 const std::string images = FIXTURES "/images/";
 constexpr PixelColor red{255, 0, 0}, green{0, 255, 0}, blue{0, 0, 255}, white{255, 255, 255};
 
-std::string bytesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void writeBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-/// Notes what is shown; answers nothing.
-class Listener : public UserInterface {
- public:
-  std::vector<std::string> events;
-
-  Answer messageBox(const MessageBox&) override { return Answer::ok; }
-  std::string askOpenFile(const FilePicker&) override { return {}; }
-  std::string askSaveFile(const FilePicker&) override { return {}; }
-  int chooseDatum(const std::string&, const std::vector<std::string>&) override { return 0; }
-  WorldFileAnswer askWorldFile(const std::string&, const std::vector<std::string>&) override { return {}; }
-  void showPanel(const std::string& message) override { events.push_back(message); }
-  void showProgress(int, int) override {}
-  void showBusy(bool busy) override { events.emplace_back(busy ? "busy" : "idle"); }
-  void setMenuStates(const MenuStates&) override {}
-};
-
-class BitmapTest : public testing::Test {
+class BitmapTest : public CoreTest {
  protected:
-  BitmapTest() {
-    setUserInterface(listener);
-    std::string name = (fs::temp_directory_path() / "bitmap-XXXXXX").string();
-    folder = std::string(::mkdtemp(name.data())) + "/";
-    openLog(folder + "log");
-    testing::internal::CaptureStderr();
-  }
-  ~BitmapTest() override {
-    closeLog();
-    fs::remove_all(folder);
-    // The image libraries have a habit of talking on the terminal.
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  }
-  std::string log() {
-    flushLog();
-    return bytesOf(folder + "log");
-  }
-  std::string copyOf(const std::string& fixture, const std::string& name) {
+  BitmapTest() { testing::internal::CaptureStderr(); }
+  // The image libraries have a habit of talking on the terminal.
+  ~BitmapTest() override { EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); }
+
+  std::string copyOf(const std::string& fixture, const std::string& name) const {
     fs::copy_file(images + fixture, folder + name);
     return folder + name;
   }
-
-  Listener listener;
-  std::string folder;
 };
 
 /// Every pixel another colour.
@@ -153,8 +108,8 @@ TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
   EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
   EXPECT_EQ(at(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
   for (const std::string type : {"jpg", "gif"}) {  // cut off behind the header
-    const std::string whole = bytesOf(images + "quadrants." + type);
-    writeBytes(folder + "header." + type, whole.substr(0, whole.size() - 20));
+    const std::string whole = contentOf(images + "quadrants." + type);
+    writeTestFile(folder + "header." + type, whole.substr(0, whole.size() - 20));
     EXPECT_EQ(imageSize(folder + "header." + type).value_or(ImageSize{}).height, 12) << type;
   }
 }
@@ -164,9 +119,9 @@ TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
   const std::string deep =
       folder + std::string(200, 'd') + "/" + std::string(200, 'e') + "/" + std::string(200, 'f') + "/";
   fs::create_directories(deep);
-  writeBytes(deep + "text.tif", "not an image\r\n");
-  writeBytes(folder + "empty.png", "");
-  writeBytes(folder + "signature.gif", "GIF89a");
+  writeTestFile(deep + "text.tif", "not an image\r\n");
+  writeTestFile(folder + "empty.png", "");
+  writeTestFile(folder + "signature.gif", "GIF89a");
   fs::create_directory(folder + "folder.jpg");
   ASSERT_EQ(::mkfifo((folder + "pipe.bmp").c_str(), 0600), 0);
   const std::string paths[] = {deep + "text.tif", deep + "absent.png", folder + "empty.png", folder + "signature.gif",
@@ -193,12 +148,12 @@ TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
     }
   }
   EXPECT_THROW(LoadQuantized(folder + "wide.png"), Overflow);
-  EXPECT_EQ(listener.events, (std::vector<std::string>{"busy", "idle"}));
+  EXPECT_EQ(person.busyStates, (std::vector{true, false}));
 }
 
 TEST_F(BitmapTest, DamagedFilesGiveAnImageOfTheirHeadersSizeOrNone) {
   for (const std::string type : {"png", "jpg", "bmp", "gif", "tif"}) {
-    const std::string whole = bytesOf(images + "quadrants." + type);
+    const std::string whole = contentOf(images + "quadrants." + type);
     const std::string path = folder + "damaged." + type;
     std::mt19937 random(1);
     for (int i = 0; i < 300; ++i) {
@@ -211,7 +166,7 @@ TEST_F(BitmapTest, DamagedFilesGiveAnImageOfTheirHeadersSizeOrNone) {
           byte = static_cast<char>(i % 2 == 0 ? byte ^ 1 << random() % 8 : static_cast<int>(random() % 256));
         }
       }
-      writeBytes(path, bytes);
+      writeTestFile(path, bytes);
       const std::optional<ImageSize> size = imageSize(path);
       try {
         const Bitmap bitmap = LoadImageByExtension(path);
@@ -264,13 +219,10 @@ TEST_F(BitmapTest, LoadQuantizedGivesAtMost128ColorsAndSaysWhatItDoes) {
   const Bitmap reduced = LoadQuantized(folder + "many.png");
   EXPECT_EQ(reduced.paletteEntryCount(), 128);
   EXPECT_LE(countColors(reduced), 128U);
-  ASSERT_EQ(listener.events.size(), 3U);
-  EXPECT_EQ(listener.events[0], "busy");
-  EXPECT_TRUE(listener.events[1].ends_with("Rebuilding palette, please wait...\r\n"));
-  EXPECT_EQ(listener.events[2], "idle");
+  EXPECT_TRUE(person.panel.ends_with("Rebuilding palette, please wait...\r\n")) << person.panel;
   EXPECT_FALSE(LoadQuantized(folder + "absent.png"));
-  EXPECT_EQ(listener.events.back(), "idle");
-  EXPECT_NE(log().find(folder + "absent.pngalready quantized"), std::string::npos);
+  EXPECT_TRUE(person.panel.ends_with(folder + "absent.pngalready quantized\r\n")) << person.panel;
+  EXPECT_EQ(person.busyStates, (std::vector{true, false, true, false}));
 }
 
 TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
@@ -278,11 +230,11 @@ TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
   ASSERT_TRUE(SaveImage(ImageFormat::png, colors, folder + "map.png"));
   const Bitmap again = LoadImageByExtension(folder + "map.png");
   for (int y = 0; y < 30; ++y) EXPECT_TRUE(std::ranges::equal(again.row(y), colors.row(y)));
-  const std::string before = bytesOf(folder + "map.png");
+  const std::string before = contentOf(folder + "map.png");
   EXPECT_FALSE(SaveImage(ImageFormat::gif, colors, folder + "map.png"));  // GIF holds 8 bits at most
   EXPECT_FALSE(SaveImage(ImageFormat::png, Bitmap(), folder + "map.png"));
   EXPECT_FALSE(SaveImage(ImageFormat::png, colors, folder + "absent/map.png"));
-  EXPECT_EQ(bytesOf(folder + "map.png"), before);
+  EXPECT_EQ(contentOf(folder + "map.png"), before);
   EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);  // the log and the map
 }
 
@@ -291,7 +243,7 @@ TEST_F(BitmapTest, JpegsAreBaselineAndFollowTheQuality) {
   std::uintmax_t larger = ~std::uintmax_t{0};
   for (const int flags : {jpegSuperb, jpegGood, jpegNormal, jpegAverage, jpegBad}) {
     ASSERT_TRUE(SaveImage(ImageFormat::jpeg, colors, folder + "tile.jpg", flags));
-    const std::string bytes = bytesOf(folder + "tile.jpg");
+    const std::string bytes = contentOf(folder + "tile.jpg");
     EXPECT_NE(bytes.find("\xFF\xC0"), std::string::npos);  // start of a baseline frame, ITU T.81 table B.1
     EXPECT_LT(bytes.size(), larger) << flags;
     larger = bytes.size();
