@@ -2,6 +2,7 @@
 # The program as a person starts it from a terminal, and its files as GDAL reads them.
 # Usage: cli_test.sh PROGRAM SAMPLES DATUMS
 set -u
+unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM  # boxes go to the terminal
 program=$(realpath "$1") samples=$(realpath "$2") datums=$(realpath "$3")
 work=$(mktemp -d)
 trap 'umount "$work/small" 2>/dev/null; rm -rf "$work"' EXIT

@@ -4,6 +4,7 @@
 #include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/open_map.h"
+#include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
 #include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
@@ -29,6 +30,8 @@ Bitmap openSide(const std::string& pickerTitle, Calibration& map) {
   return {};
 }
 
+constexpr int previewSide = 800;  // pixels
+
 /// The dialog: what it holds, and what its buttons do.
 class Dialog {
  public:
@@ -41,6 +44,7 @@ class Dialog {
   void run() {
     while (true) {
       question_.merged = static_cast<bool>(result_.image);
+      question_.preview = pictureOf(question_.merged ? result_.image : maps_.base, previewSide);
       const MergeAnswer answer = userInterface().askMerge(question_);
       if (answer.action == MergeAnswer::Action::close) {
         if (mayClose()) return;

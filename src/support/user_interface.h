@@ -33,12 +33,20 @@ struct WorldFileAnswer {
   bool southern = false;
 };
 
+/// A picture to show, or from the clipboard: rows from the top, pixels of blue, green, red, nothing between the rows.
+/// Empty (all sizes 0) when there is none.
+struct Picture {
+  int width = 0, height = 0;
+  std::vector<std::uint8_t> pixels;
+};
+
 /// The dialog "Merge Maps" as it opens, and again after each of its actions.
 struct MergeQuestion {
   std::string expandCaption;      ///< beside the box for enlarging the base map
   bool merged = false;            ///< there is a result, which can be saved
   std::string percentage = "50";  ///< the field labelled transparency, as it was left
   bool enlarge = false;           ///< the box, as it was left
+  Picture preview;                ///< the base map, or the result, scaled down
 };
 
 struct MergeAnswer {
@@ -51,13 +59,6 @@ struct MergeAnswer {
 /// Columns `left` to `right` - 1 and rows `top` to `bottom` - 1 of an image.
 struct PixelRectangle {
   int left = 0, top = 0, right = 0, bottom = 0;
-};
-
-/// A picture as the clipboard holds it: rows from the top, pixels of blue, green, red, nothing between the rows. Empty
-/// (all sizes 0) when there is none.
-struct Picture {
-  int width = 0, height = 0;
-  std::vector<std::uint8_t> pixels;
 };
 
 /// Which commands of the main window can be used.

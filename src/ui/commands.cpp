@@ -38,7 +38,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   driver.transformValid = false;
   driver.calibrationPending = false;
   inputDatumName.clear();
-  userInterface().setMenuStates({});
+  updateMenuStates();
 }
 
 /// Converts and fits the points that were placed.

@@ -22,8 +22,11 @@
 #include "calibration/driver.h"
 #include "calibration/pickers.h"
 #include "calibration/session.h"
+#include "imaging/merge.h"
+#include "imaging/rescale_crop.h"
 #include "support/paths.h"
 #include "ui/commands.h"
+#include "ui/merge_dialog.h"
 #include "ui/preferences_dialog.h"
 #include "ui/qt_text.h"
 #include "ui/window_settings.h"
@@ -123,6 +126,11 @@ void MainWindow::buildMenus() {
   addCommand(edit, "mnuel7z", " Locate &7-Zip program", "Chooses the program that packs Garmin Custom Maps", {},
              [] { return locateSevenZip(); });
 
+  edit->addSeparator();
+  addCommand(edit, "mnurs", " &Rescale map and save", "Saves the map smaller, with its calibration", {}, rescaleMap);
+  addCommand(edit, "mnucm", " &Crop map and save", "Saves a part of the map, with its calibration", {}, cropMap);
+  addCommand(edit, "mnumm", "&Merge Maps", "Paints one calibrated map into another", {}, mergeMaps);
+
   QMenu* help = menu("mnuhelp", "&Help");
   addCommand(help, "mnuabout", " &About", "", {}, [] { return mnuabout(); });
   addCommand(help, "mnuhelphelp", " &Help", "", QKeySequence::HelpContents, [this] {
@@ -189,6 +197,7 @@ void MainWindow::run(const Command& command) {
   (void)runCommand(command);
   running_ = false;
   showProgress(0, 0);
+  delete findChild<QDialog*>(MergeDialog::name);  // open from its first question to the end of the command
   refresh();
 }
 

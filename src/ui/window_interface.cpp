@@ -3,12 +3,16 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QImage>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <algorithm>
 
+#include "ui/commands.h"
 #include "ui/file_dialog.h"
 #include "ui/main_window.h"
 #include "ui/match_dialog.h"
+#include "ui/merge_dialog.h"
 #include "ui/qt_text.h"
 #include "ui/tfw_dialog.h"
 
@@ -96,6 +100,32 @@ WorldFileAnswer WindowInterface::askWorldFile(const std::string& lines, const st
   TfwDialog dialog(parent(), lines, zones);
   dialog.exec();
   return dialog.answer();
+}
+
+MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
+  if (window_ == nullptr) return {};
+  auto* open = static_cast<MergeDialog*>(window_->findChild<QDialog*>(MergeDialog::name));
+  MergeDialog* dialog = open != nullptr ? open : new MergeDialog(window_);
+  return dialog->ask(question);
+}
+
+std::optional<std::string> WindowInterface::askText(const std::string& prompt, const std::string& initial) {
+  const NormalPointer normal(busy_);
+  QInputDialog dialog(parent());
+  dialog.setObjectName("text");
+  dialog.setWindowTitle("Vellandra");
+  dialog.setLabelText(shown(prompt));
+  dialog.setTextValue(shown(initial));
+  dialog.findChild<QLineEdit*>()->setAccessibleName(shown(prompt));
+  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+  return dialog.textValue().toStdString();
+}
+
+std::optional<PixelRectangle> WindowInterface::askRectangle(const std::string&, int, int) {
+  if (window_ == nullptr || !showOpenMap()) return std::nullopt;
+  const ViewerResult result = window_->view(ViewerMode::crop);
+  if (result.cropRight == 0 && result.cropBottom == 0) return std::nullopt;
+  return PixelRectangle{result.cropLeft, result.cropTop, result.cropRight, result.cropBottom};
 }
 
 void WindowInterface::showPanel(const std::string& message) {
