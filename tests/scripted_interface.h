@@ -24,6 +24,7 @@ class ScriptedInterface : public UserInterface {
   std::vector<std::string> worldFileLines;
   std::vector<std::string> worldFileZones;
   std::string panel;
+  std::vector<bool> busyStates;
   MenuStates menuStates;
 
   ScriptedInterface() { setUserInterface(*this); }
@@ -50,7 +51,7 @@ class ScriptedInterface : public UserInterface {
   }
   void showPanel(const std::string& message) override { panel = message; }
   void showProgress(int, int) override {}
-  void showBusy(bool) override {}
+  void showBusy(bool busy) override { busyStates.push_back(busy); }
   void setMenuStates(const MenuStates& states) override { menuStates = states; }
 
   /// Texts of the boxes shown so far.
