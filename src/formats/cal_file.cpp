@@ -5,8 +5,9 @@
 #include <vector>
 
 #include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
 #include "calibration/log.h"
-#include "formats/input.h"
+#include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "support/files.h"
@@ -103,7 +104,7 @@ ReadResult readQv(const std::string& path) {
     readDegrees(slot, point.latitude, point.longitude);
   }
   calibration.imagePath = imageBeside(path, qv.imageName);
-  return {matchFileDatum(qv.datum), false, 1};
+  return {matchDatum(qv.datum), false, 1};
 }
 
 constexpr int mapCorners = 4;
@@ -113,7 +114,7 @@ ReadResult cornersRead(const std::string& path, int layout) {
   for (int slot = 1; slot <= mapCorners; ++slot) calibration.setPixel(slot, 0, 0);
   calibration.pointCount = mapCorners;
   calibration.imagePath = imageBeside(path);
-  return {matchFileDatum("WGS 84"), false, layout};
+  return {matchDatum("WGS 84"), false, layout};
 }
 
 ReadResult readEdges(const std::string& path) {

@@ -85,6 +85,7 @@ ReadResult readGmi(const std::string& path) {
 WriteOutcome writeGmi() {
   const Calibration& c = calibration;
   if (c.cornerCount < 3) fillImageCorners();
+  reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
   content += line(inInputEncoding(driver.inputBase + ".jpg"));
   content += line(formatNumber(c.imageWidth, "#####0"));

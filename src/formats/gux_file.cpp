@@ -159,7 +159,13 @@ int placePoints(const GuxFile& gux) {
   const bool needsDatum = britishPoints == 0 || britishPoints < gux.points.size();
   const int datumIndex = needsDatum ? matchDatum(gux.datum) : 0;
   if (needsDatum && datumIndex == 0) return 0;
-  for (const auto& [slot, point] : gux.points) placePoint(slot, point, datumIndex);
+  for (const auto& [slot, point] : gux.points) {
+    placePoint(slot, point, datumIndex);
+    // A slot with neither half would not be missed behind the last point.
+    if (!calibration.hasPixel[slot] && !calibration.hasPosition[slot]) {
+      showMessage("Point " + std::to_string(slot) + " cannot be read");
+    }
+  }
   if (britishPoints == 0) return datumIndex;
   if (needsDatum) shiftOthersToWgs84(onWgs84, datumIndex);
   return matchDatum("WGS 84");

@@ -41,7 +41,7 @@ void readLine(std::string_view line, ImpFile& imp) {
   const std::string key = lowerCase(field(fields, 0));
   const std::string_view value = field(fields, 1);
   if (key == "datum" && !value.empty()) {
-    imp.datum = upperCase(value) == "WGS84" ? "WGS 84" : value;
+    imp.datum = value;
   } else if (key == "projection") {
     calibration.projection = lowerCase(field(fields, 2));
     imp.byProjection = kindOfProjection(calibration.projection);

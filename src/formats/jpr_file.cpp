@@ -4,8 +4,9 @@
 #include <vector>
 
 #include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
 #include "calibration/log.h"
-#include "formats/input.h"
+#include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "support/files.h"
@@ -66,7 +67,7 @@ ReadResult readJpr(const std::string& path) {
   std::string_view text;
   while (getline(file, text)) readRecord(splitFields(text, "=,"), datum);
   ReadResult result;
-  result.datumIndex = matchFileDatum(datum);
+  result.datumIndex = matchDatum(datum);
   calibration.imagePath = imageBeside(path);
   writeLog("points = " + std::to_string(calibration.pointCount));
   return result;

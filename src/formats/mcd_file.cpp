@@ -198,6 +198,7 @@ WriteOutcome writeMcd() {
     showMessage("No .mcd file is written: a corner of the image lies beyond a pole");
     return WriteOutcome::skipped;
   }
+  reportLostProjection(".mcd");
   const double off = deviation(rectangle);
   if (off >= 1) {
     showMessage("The .mcd file cannot hold the rotation of this map: corners are up to " + formatNumber(off, "###0.0") +
