@@ -7,6 +7,8 @@
 
 namespace vellandra {
 
+class GarminTileControls;
+
 enum class Buttons { ok, okCancel, yesNo };
 enum class Icon { none, question, warning, error };
 enum class Answer { ok, cancel, yes, no };
@@ -87,6 +89,10 @@ class UserInterface {
 
   /// "Merge Maps": what the person wants done next.
   virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+
+  /// "Garmin Tile controls", over a picture of the open map. `controls` hold what was chosen; they stay unconfirmed
+  /// where there is no window to choose in.
+  virtual void askGarminTiles(GarminTileControls& /*controls*/) {}
 
   /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
   virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;

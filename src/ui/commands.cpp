@@ -102,6 +102,17 @@ bool mnuwc() {
   return do_it();
 }
 
+// The tile writers of imaging/ take these two places.
+bool mnuwmt() {
+  tell("TrekBuddy tiles cannot be written yet");
+  return false;
+}
+
+bool mwgcm() {
+  tell("Garmin Custom Maps cannot be written yet");
+  return false;
+}
+
 bool showOpenMap() {
   return (mapImage.bitmap && mapImage.path == calibration.imagePath) || loadMapImage(calibration.imagePath);
 }

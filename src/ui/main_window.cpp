@@ -109,6 +109,8 @@ void MainWindow::buildMenus() {
   file->addSeparator();
   addCommand(file, "mnuwc", " &Write Calibrations", "Writes the calibration for every program, beside the input",
              QKeySequence::Save, [] { return mnuwc(); });
+  addCommand(file, "mnuwmt", " Write map as &Trekbuddy tiles", "Cuts the map into tiles for TrekBuddy", {}, mnuwmt);
+  addCommand(file, "mwgcm", " Write &Garmin Custom Map", "Cuts the map into tiles for a Garmin device", {}, mwgcm);
   file->addSeparator();
   addCommand(file, "mnuexit", " E&xit", "Ends the program", QKeySequence("Ctrl+Q"), [this] {
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);

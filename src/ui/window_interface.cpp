@@ -8,8 +8,10 @@
 #include <QMessageBox>
 #include <algorithm>
 
+#include "imaging/map_image.h"
 #include "ui/commands.h"
 #include "ui/file_dialog.h"
+#include "ui/garmin_dialog.h"
 #include "ui/main_window.h"
 #include "ui/match_dialog.h"
 #include "ui/merge_dialog.h"
@@ -18,6 +20,8 @@
 
 namespace vellandra {
 namespace {
+
+constexpr int longestPictureSide = 1600;  // pixels, of a map scaled down for a dialog
 
 /// The normal pointer while a dialog is open in the middle of busy work.
 class NormalPointer {
@@ -107,6 +111,11 @@ MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
   auto* open = static_cast<MergeDialog*>(window_->findChild<QDialog*>(MergeDialog::name));
   MergeDialog* dialog = open != nullptr ? open : new MergeDialog(window_);
   return dialog->ask(question);
+}
+
+void WindowInterface::askGarminTiles(GarminTileControls& controls) {
+  const NormalPointer normal(busy_);
+  if (showOpenMap()) showGarminTileControls(parent(), pictureOf(mapImage.bitmap, longestPictureSide), controls);
 }
 
 std::optional<std::string> WindowInterface::askText(const std::string& prompt, const std::string& initial) {
