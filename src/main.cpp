@@ -3,6 +3,7 @@
 #include <clocale>
 #include <csignal>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,11 +13,13 @@
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
+#include "ui/windows.h"
 
 namespace {
 
 constexpr const char* usage =
-    "Usage: vellandra CALIBRATION\n"
+    "Usage: vellandra [CALIBRATION]\n"
+    "Without an argument, opens the window.\n"
     "Reads a map calibration (.map, .tfw, .jgw, .pgw), brings it to WGS 84 and writes it for other programs beside "
     "it.\n"
     "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
@@ -29,19 +32,28 @@ int main(int argc, char** argv) {
   (void)std::signal(SIGPIPE, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
 
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.empty()) {
-    std::cerr << "The window is not built yet.\n" << usage;
-    return 1;
-  }
   if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
     std::cout << usage;
     return 0;
   }
-  vellandra::Console console(std::cin, std::cout, std::cerr, isatty(STDIN_FILENO) != 0);
+  vellandra::setFormatTable(
+      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
+  std::optional<std::string> path;
+  if (!arguments.empty()) path = vellandra::batchPath(arguments);
+
+  const bool terminal = isatty(STDIN_FILENO) != 0;
+  if (!path || !terminal) {
+    std::string reason;
+    if (const std::optional<int> status = vellandra::runWindows(argv[0], path, reason)) return *status;
+    if (!path) {
+      std::cerr << reason << usage;
+      return 1;
+    }
+  }
+  vellandra::Console console(std::cin, std::cout, std::cerr, terminal);
   vellandra::setUserInterface(console);
-  vellandra::setFormatTable({vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
   vellandra::startSession();
-  const int status = vellandra::runBatch(vellandra::batchPath(arguments));
+  const int status = vellandra::runBatch(*path);
   vellandra::closeLog();
   return status;
 }

@@ -1,6 +1,7 @@
 #include "calibration/driver.h"
 
 #include <cmath>
+#include <utility>
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
@@ -53,7 +54,8 @@ bool obtainInputPath() {
     driver.inputPath = found;
     return true;
   }
-  const std::string chosen = getfile("Open calibration file for map");
+  std::string chosen = std::exchange(driver.offeredPath, {});
+  if (chosen.empty()) chosen = getfile("Open calibration file for map");
   if (chosen.empty()) return stop("No input file specified", "No input");
   const std::string found = findFile(chosen);
   if (found.empty()) return stop("Missing input file");

@@ -66,6 +66,7 @@ void setFormatTable(const FormatTable& table);
 /// Kept between runs of the driver.
 struct Driver {
   std::int16_t stage = 0;
+  std::string offeredPath;  ///< a calibration chosen beforehand: the next stage 1 takes it and does not ask
   std::string inputPath, inputFolder, inputBase;
   std::string inputExtension;       ///< last three characters of the path, lower case
   std::string inputType;            ///< as `ReaderRow::type`; "zzz" after a change in the viewer

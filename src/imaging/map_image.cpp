@@ -1,6 +1,8 @@
 #include "imaging/map_image.h"
 
-#include "support/user_interface.h"
+#include <algorithm>
+
+#include "support/numbers.h"
 
 namespace vellandra {
 
@@ -18,6 +20,18 @@ bool loadMapImage(const std::string& path) {
     return false;
   }
   mapImage = {std::move(converted), path};
+  return true;
+}
+
+bool takeMapImage(const Picture& picture) {
+  Bitmap bitmap = allocate24Bits(toInt16(picture.width), toInt16(picture.height));
+  if (!bitmap) return false;
+  const auto rowBytes = static_cast<std::size_t>(picture.width) * 3;
+  for (int y = 0; y < picture.height; ++y) {
+    const auto row = picture.pixels.begin() + static_cast<std::ptrdiff_t>(rowBytes) * y;
+    std::copy(row, row + static_cast<std::ptrdiff_t>(rowBytes), bitmap.row(y).begin());
+  }
+  mapImage = {std::move(bitmap), "clip.board"};
   return true;
 }
 

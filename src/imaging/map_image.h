@@ -3,6 +3,7 @@
 #include <string>
 
 #include "imaging/bitmap.h"
+#include "support/user_interface.h"
 
 namespace vellandra {
 
@@ -15,6 +16,10 @@ extern MapImage mapImage;
 
 /// Loads `path` as the map on show. False, with the person told, when it cannot be loaded.
 bool loadMapImage(const std::string& path);
+
+/// Takes a picture of 24 bits, rows from the top, as the map on show, under the path "clip.board". False when there is
+/// no picture. Throws Overflow past 32767 pixels.
+bool takeMapImage(const Picture& picture);
 
 /// Saves the map on show as PNG; false on failure and when there is none.
 bool saveMapImage(const std::string& path);

@@ -32,6 +32,13 @@ struct WorldFileAnswer {
   bool southern = false;
 };
 
+/// A picture as the clipboard holds it: rows from the top, pixels of blue, green, red, nothing between the rows. Empty
+/// (all sizes 0) when there is none.
+struct Picture {
+  int width = 0, height = 0;
+  std::vector<std::uint8_t> pixels;
+};
+
 /// Which commands of the main window can be used.
 struct MenuStates {
   bool calibratedImage = false;  ///< an image is loaded and its calibration fits
@@ -66,11 +73,18 @@ class UserInterface {
   virtual void showBusy(bool busy) = 0;
 
   virtual void setMenuStates(const MenuStates& states) = 0;
+
+  /// What the clipboard holds; empty where there is no clipboard.
+  virtual Picture clipboardPicture() { return {}; }
+  virtual std::string clipboardText() { return {}; }
 };
 
 /// The implementation in use; `setUserInterface` must have been called before.
 UserInterface& userInterface();
 void setUserInterface(UserInterface& implementation);
+
+/// Asks `text` with OK and Cancel; true on OK.
+bool askOkCancel(const std::string& text, const std::string& title = "Vellandra");
 
 /// Shows `text` with an OK button.
 void tell(const std::string& text, const std::string& title = "Vellandra");

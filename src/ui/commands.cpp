@@ -1,0 +1,129 @@
+#include "ui/commands.h"
+
+#include <cstdint>
+
+#include "calibration/calibration.h"
+#include "calibration/clipboard_points.h"
+#include "calibration/datum_matching.h"
+#include "calibration/driver.h"
+#include "calibration/messages.h"
+#include "calibration/pickers.h"
+#include "formats/image_identification.h"
+#include "geodesy/datum.h"
+#include "imaging/map_image.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* clipboardPath = "clip.board";
+
+bool haveDatums() {
+  LoadDatums();
+  if (datumTable.count > 0) return true;
+  tell("Unable to load datums.txt", "No datums");
+  return false;
+}
+
+/// The map on show becomes the open map, as yet without points.
+void beginCalibration(const std::string& path, std::int16_t width, std::int16_t height) {
+  calibration.clear();
+  calibration.imagePath = path;
+  calibration.imageWidth = width;
+  calibration.imageHeight = height;
+  splitInputPath(path);
+  driver.inputPath = path;
+  driver.inputType.clear();
+  driver.inputIsWindows1252 = false;
+  driver.transformValid = false;
+  driver.calibrationPending = false;
+  inputDatumName.clear();
+  userInterface().setMenuStates({});
+}
+
+/// Converts and fits the points that were placed.
+bool calculate() {
+  if (calibration.pointCount < 2) {
+    showMessage("Insufficient points to proceed");
+    return false;
+  }
+  if (inputDatumName.empty()) inputDatumName = calibration.datumName[1];
+  driver.stage = recalculate;
+  driver.calibrationPending = true;
+  return do_it();
+}
+
+}  // namespace
+
+bool mnufo(const std::string& path) {
+  driver.stage = openCalibration;
+  if (driver.calibrationPending && !askOkCancel("Calibrations not written : OK to read else cancel", "Not written")) {
+    return false;
+  }
+  driver.offeredPath = path;
+  const bool done = do_it();
+  driver.offeredPath.clear();
+  return done;
+}
+
+bool mnulm(const Viewer& viewer, const std::string& path) {
+  std::string image = path.empty() ? getifile() : path;
+  if (image.empty()) return false;
+  std::int16_t width = 0;
+  std::int16_t height = 0;
+  getidata(image, width, height);
+  if (image.empty() || !haveDatums() || !loadMapImage(image)) return false;
+  beginCalibration(image, width, height);
+  viewer(ViewerMode::calibrate);
+  return calculate();
+}
+
+bool mnulic(const Viewer& viewer) {
+  if (!takeMapImage(userInterface().clipboardPicture())) {
+    tell("There is no picture on the clipboard");
+    return false;
+  }
+  if (!haveDatums()) return false;
+  beginCalibration(clipboardPath, static_cast<std::int16_t>(mapImage.bitmap.width()),
+                   static_cast<std::int16_t>(mapImage.bitmap.height()));
+  const Answer answer =
+      userInterface().messageBox({"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
+                                  "Vellandra", Buttons::yesNo, Icon::question});
+  if (answer == Answer::yes) {
+    readClipboardPoints(userInterface().clipboardText());
+  } else {
+    viewer(ViewerMode::calibrate);
+  }
+  return calculate();
+}
+
+bool mnuwc() {
+  driver.stage = writeCalibrations;
+  return do_it();
+}
+
+bool showOpenMap() {
+  return (mapImage.bitmap && mapImage.path == calibration.imagePath) || loadMapImage(calibration.imagePath);
+}
+
+bool mnuvc(const Viewer& viewer) {
+  if (!showOpenMap()) return false;
+  if (!viewer(ViewerMode::view).recalculate) return true;
+  if (calibration.pointCount >= 2) {
+    showMessage("Recalculating...........................");
+    driver.inputType = "zzz";
+  }
+  return calculate();
+}
+
+bool mnuabout() {
+  tell(
+      "Calibration and conversion 2.0.6\n"
+      "Corvane 2026\n"
+      "support@corvane.example\n"
+      "Uses FreeImage : see Readme for details",
+      "About");
+  return true;
+}
+
+}  // namespace vellandra

@@ -1,0 +1,350 @@
+#include "ui/main_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include "calibration/calibration.h"
+#include "calibration/driver.h"
+#include "calibration/pickers.h"
+#include "calibration/session.h"
+#include "support/paths.h"
+#include "ui/commands.h"
+#include "ui/preferences_dialog.h"
+#include "ui/qt_text.h"
+#include "ui/window_settings.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* geometryKey = "mainWindow";
+constexpr const char* recentKey = "recentFiles";
+constexpr int mostRecentFiles = 8;
+
+constexpr const char* calibrationEndings[] = {"map", "gux", "tfw", "jgw", "pgw", "jpr", "cal", "gmi", "mcd", "imp"};
+constexpr const char* imageEndings[] = {"png", "bmp", "jpg", "gif", "tif"};
+
+template <typename List>
+bool endsWithOneOf(const QString& path, const List& endings) {
+  const std::string extension = splitPath(pathBytes(path)).extension;
+  for (const char* ending : endings) {
+    if (extension == ending) return true;
+  }
+  return false;
+}
+
+/// The one file that is dragged here, when it is one that can be opened.
+QString droppedFile(const QMimeData* data) {
+  if (data->urls().size() != 1) return {};
+  const QString path = data->urls().constFirst().toLocalFile();
+  return endsWithOneOf(path, calibrationEndings) || endsWithOneOf(path, imageEndings) ? path : QString();
+}
+
+}  // namespace
+
+MainWindow::MainWindow(ShowViewer showViewer) : showViewer_(std::move(showViewer)) {
+  setObjectName("main");
+  setWindowTitle("Calibration and Calibration Conversion");
+  setAcceptDrops(true);
+  buildCentre();
+  buildMenus();
+  resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36);
+  restoreGeometry(windowSettings().value(geometryKey).toByteArray());
+  connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &MainWindow::refresh);
+  refresh();
+}
+
+QAction* MainWindow::addCommand(QMenu* menu, const char* name, const char* caption, const char* hint,
+                                const QKeySequence& shortcut, const Command& command) {
+  QAction* action = menu->addAction(caption);
+  action->setObjectName(name);
+  action->setStatusTip(hint);
+  action->setShortcut(shortcut);
+  connect(action, &QAction::triggered, this, [this, command] { run(command); });
+  return action;
+}
+
+void MainWindow::buildMenus() {
+  const auto menu = [this](const char* name, const char* caption) {
+    QMenu* added = menuBar()->addMenu(caption);
+    added->setObjectName(name);
+    return added;
+  };
+  const Viewer viewer = [this](ViewerMode mode) { return view(mode); };
+
+  QMenu* file = menu("mnufile", "&File");
+  addCommand(file, "mnufo", " &Open Calibration", "Reads a calibration file and finds its map", QKeySequence::Open,
+             [this] {
+               if (!mnufo()) return false;
+               rememberFile(driver.inputPath);
+               return true;
+             });
+  addCommand(file, "mnulm", " &Load map for calibration", "Loads a map image, to be calibrated by clicking on it",
+             QKeySequence("Ctrl+L"), [this, viewer] {
+               if (!mnulm(viewer)) return false;
+               rememberFile(calibration.imagePath);
+               return true;
+             });
+  addCommand(file, "mnulic", " Load image from &clipboard", "Takes the picture on the clipboard as the map",
+             QKeySequence::Paste, [viewer] { return mnulic(viewer); });
+  recent_ = file->addMenu(" &Recent files");
+  recent_->setObjectName("recent");
+  file->addSeparator();
+  addCommand(file, "mnuwc", " &Write Calibrations", "Writes the calibration for every program, beside the input",
+             QKeySequence::Save, [] { return mnuwc(); });
+  file->addSeparator();
+  addCommand(file, "mnuexit", " E&xit", "Ends the program", QKeySequence("Ctrl+Q"), [this] {
+    QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
+    return true;
+  });
+
+  addCommand(menu("mnuview", "&View"), "mnuvc", "&View Calibrated Map", "Shows the map with its points and positions",
+             QKeySequence("Ctrl+M"), [viewer] { return mnuvc(viewer); });
+
+  QMenu* edit = menu("mnuedit", "&Edit");
+  addCommand(edit, "mnupref", " &Preferences", "Settings of output, viewer and tiles", QKeySequence("Ctrl+,"),
+             [this] { return editPreferences(this); });
+  addCommand(edit, "eldf", " Locate &Datums File", "Chooses the table of datums", {},
+             [] { return locateDatumsFile(); });
+  addCommand(edit, "mnuel7z", " Locate &7-Zip program", "Chooses the program that packs Garmin Custom Maps", {},
+             [] { return locateSevenZip(); });
+
+  QMenu* help = menu("mnuhelp", "&Help");
+  addCommand(help, "mnuabout", " &About", "", {}, [] { return mnuabout(); });
+  addCommand(help, "mnuhelphelp", " &Help", "", QKeySequence::HelpContents, [this] {
+    showHelp();
+    return true;
+  });
+}
+
+void MainWindow::buildCentre() {
+  nextStepTitle_ = new QLabel;
+  nextStepTitle_->setObjectName("nextStepTitle");
+  QFont bold = font();
+  bold.setBold(true);
+  bold.setPointSizeF(bold.pointSizeF() * 1.25);
+  nextStepTitle_->setFont(bold);
+  nextStepTitle_->setTextFormat(Qt::PlainText);
+  nextStep_ = new QLabel;
+  nextStep_->setObjectName("nextStep");
+  nextStep_->setWordWrap(true);
+  nextStep_->setTextFormat(Qt::PlainText);
+  firstButton_ = new QPushButton;
+  firstButton_->setObjectName("firstButton");
+  secondButton_ = new QPushButton;
+  secondButton_->setObjectName("secondButton");
+
+  panel_ = new QPlainTextEdit;
+  panel_->setObjectName("message");
+  panel_->setAccessibleName("Messages");
+  panel_->setPlaceholderText("Messages appear here.");
+  panel_->setReadOnly(true);
+  panel_->setTabChangesFocus(true);
+  panel_->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  panel_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+
+  progress_ = new QProgressBar;
+  progress_->setObjectName("progress");
+  progress_->setAccessibleName("Progress");
+  progress_->hide();
+  statusBar()->addPermanentWidget(progress_);
+
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(firstButton_);
+  buttons->addWidget(secondButton_);
+  buttons->addStretch();
+  auto* centre = new QWidget;
+  auto* layout = new QVBoxLayout(centre);
+  layout->addWidget(nextStepTitle_);
+  layout->addWidget(nextStep_);
+  layout->addLayout(buttons);
+  layout->addWidget(panel_, 1);
+  setCentralWidget(centre);
+
+  const auto triggerNamed = [this](QPushButton* button) {
+    if (auto* action = findChild<QAction*>(button->property("command").toString())) action->trigger();
+  };
+  for (QPushButton* button : {firstButton_, secondButton_}) {
+    connect(button, &QPushButton::clicked, this, [=] { triggerNamed(button); });
+  }
+}
+
+void MainWindow::run(const Command& command) {
+  if (running_) return;
+  running_ = true;
+  (void)runCommand(command);
+  running_ = false;
+  showProgress(0, 0);
+  refresh();
+}
+
+void MainWindow::refresh() {
+  for (const char* name : {"mnuvc", "mnurs", "mnucm", "mnuwmt", "mwgcm"}) {
+    if (auto* action = findChild<QAction*>(name)) action->setEnabled(calibratedImage_);
+  }
+  const QMimeData* clipboard = QApplication::clipboard()->mimeData();
+  findChild<QAction*>("mnulic")->setEnabled(clipboard != nullptr && clipboard->hasImage());
+  refreshRecentFiles();
+  refreshNextStep();
+}
+
+void MainWindow::refreshNextStep() {
+  const auto offer = [](QPushButton* button, const char* caption, const char* command) {
+    button->setText(caption);
+    button->setProperty("command", command);
+  };
+  if (!calibratedImage_) {
+    nextStepTitle_->setText("Start with a map");
+    nextStep_->setText(
+        "Open a calibration that another program made, to convert it. Or load the image of a map, to calibrate it by "
+        "clicking on places whose coordinates you know. You can also drop either file on this window.");
+    offer(firstButton_, "Open a calibration...", "mnufo");
+    offer(secondButton_, "Load a map image...", "mnulm");
+    return;
+  }
+  const QString name = QFileInfo(shownPath(calibration.imagePath)).fileName();
+  const QString size = QString("%1, %2 x %3 pixels, %4 points. ")
+                           .arg(name)
+                           .arg(calibration.imageWidth)
+                           .arg(calibration.imageHeight)
+                           .arg(calibration.pointCount);
+  offer(firstButton_, "View the map...", "mnuvc");
+  offer(secondButton_, "Write the calibrations", "mnuwc");
+  if (driver.calibrationPending) {
+    nextStepTitle_->setText("The map is calibrated");
+    nextStep_->setText(size + "Look at it, or write its calibration for every program, beside the input.");
+  } else {
+    nextStepTitle_->setText("The calibrations are written");
+    nextStep_->setText(size + "The files lie in " + shownPath(driver.inputFolder));
+  }
+}
+
+void MainWindow::refreshRecentFiles() {
+  recent_->clear();
+  const QStringList files = windowSettings().value(recentKey).toStringList();
+  for (const QString& path : files) {
+    QString text = QDir::toNativeSeparators(path);
+    recent_->addAction(text.replace("&", "&&"), this, [this, path] { openFile(path); });
+  }
+  recent_->setEnabled(!files.isEmpty());
+}
+
+void MainWindow::rememberFile(const std::string& path) {
+  const QString absolute = QFileInfo(shownPath(path)).absoluteFilePath();
+  QSettings settings = windowSettings();
+  QStringList files = settings.value(recentKey).toStringList();
+  files.removeAll(absolute);
+  files.prepend(absolute);
+  settings.setValue(recentKey, files.mid(0, mostRecentFiles));
+}
+
+void MainWindow::openFile(const QString& path) {
+  run([this, path] {
+    const std::string given = pathBytes(path);
+    const bool image = endsWithOneOf(path, imageEndings);
+    const bool done = image ? mnulm([this](ViewerMode mode) { return view(mode); }, given) : mnufo(given);
+    if (done) rememberFile(given);
+    return done;
+  });
+}
+
+void MainWindow::showPanel(const QString& message) {
+  if (message.startsWith(shownPanel_) && !shownPanel_.isEmpty()) {
+    const QString added = message.mid(shownPanel_.size()).remove(QChar('\r'));
+    if (!added.isEmpty()) panel_->appendPlainText(added.chopped(added.endsWith(QChar('\n')) ? 1 : 0));
+  } else {
+    QString all = message;
+    panel_->setPlainText(all.remove(QChar('\r')).trimmed());
+  }
+  shownPanel_ = message;
+  panel_->moveCursor(QTextCursor::End);
+  if (running_) panel_->repaint();
+}
+
+void MainWindow::showProgress(int done, int total) {
+  const bool going = total > 0 && done < total;
+  progress_->setVisible(going);
+  if (!going) return;
+  progress_->setMaximum(total);
+  progress_->setValue(done);
+  QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void MainWindow::setMenuStates(const MenuStates& states) {
+  calibratedImage_ = states.calibratedImage;
+  refresh();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  if (running_) {
+    event->ignore();
+    return;
+  }
+  running_ = true;
+  const bool ends = runCommand(endSession);
+  running_ = false;
+  if (ends) windowSettings().setValue(geometryKey, saveGeometry());
+  event->setAccepted(ends);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (!running_ && !droppedFile(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  const QString path = droppedFile(event->mimeData());
+  if (path.isEmpty()) return;
+  event->acceptProposedAction();
+  // The program that the file comes from waits until the drop is over.
+  QMetaObject::invokeMethod(
+      this, [this, path] { openFile(path); }, Qt::QueuedConnection);
+}
+
+void MainWindow::showHelp() {
+  QMessageBox box(QMessageBox::NoIcon, "About", "See 'readme.txt' distributed with this program", QMessageBox::Ok,
+                  this);
+  QPushButton* open = box.addButton("Open &readme.txt", QMessageBox::ActionRole);
+  open->setObjectName("openReadme");
+  box.exec();
+  if (box.clickedButton() == open) showReadme();
+}
+
+void MainWindow::showReadme() {
+  QFile file(shownPath(programFolder()) + "readme.txt");
+  if (!file.open(QIODevice::ReadOnly)) {
+    tell("Unable to read " + pathBytes(file.fileName()));
+    return;
+  }
+  QDialog dialog(this);
+  dialog.setObjectName("readme");
+  dialog.setWindowTitle("readme.txt");
+  auto* text = new QPlainTextEdit(QString::fromUtf8(file.readAll()));
+  text->setReadOnly(true);
+  text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  text->setAccessibleName("readme.txt");
+  text->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+  connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+  auto* layout = new QVBoxLayout(&dialog);
+  layout->addWidget(text);
+  layout->addWidget(buttons);
+  const QFontMetrics metrics(text->font());
+  dialog.resize(metrics.averageCharWidth() * 90, metrics.height() * 36);
+  dialog.exec();
+}
+
+}  // namespace vellandra

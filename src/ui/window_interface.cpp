@@ -1,0 +1,135 @@
+#include "ui/window_interface.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QImage>
+#include <QMessageBox>
+#include <algorithm>
+
+#include "ui/file_dialog.h"
+#include "ui/main_window.h"
+#include "ui/match_dialog.h"
+#include "ui/qt_text.h"
+#include "ui/tfw_dialog.h"
+
+namespace vellandra {
+namespace {
+
+/// The normal pointer while a dialog is open in the middle of busy work.
+class NormalPointer {
+ public:
+  explicit NormalPointer(int busy) : busy_(busy > 0) {
+    if (busy_) QApplication::restoreOverrideCursor();
+  }
+  NormalPointer(const NormalPointer&) = delete;
+  NormalPointer& operator=(const NormalPointer&) = delete;
+  ~NormalPointer() {
+    if (busy_) QApplication::setOverrideCursor(Qt::WaitCursor);
+  }
+
+ private:
+  bool busy_;
+};
+
+QMessageBox::StandardButtons standardButtons(Buttons buttons) {
+  switch (buttons) {
+    case Buttons::okCancel:
+      return QMessageBox::Ok | QMessageBox::Cancel;
+    case Buttons::yesNo:
+      return QMessageBox::Yes | QMessageBox::No;
+    case Buttons::ok:
+      break;
+  }
+  return QMessageBox::Ok;
+}
+
+QMessageBox::Icon standardIcon(const MessageBox& box) {
+  switch (box.icon) {
+    case Icon::question:
+      return QMessageBox::Question;
+    case Icon::warning:
+      return QMessageBox::Warning;
+    case Icon::error:
+      return QMessageBox::Critical;
+    case Icon::none:
+      break;
+  }
+  return QMessageBox::NoIcon;
+}
+
+}  // namespace
+
+QWidget* WindowInterface::parent() const {
+  QWidget* modal = QApplication::activeModalWidget();
+  return modal != nullptr ? modal : window_;
+}
+
+Answer WindowInterface::messageBox(const MessageBox& box) {
+  const NormalPointer normal(busy_);
+  QMessageBox dialog(standardIcon(box), shown(box.title), shown(box.text), standardButtons(box.buttons), parent());
+  dialog.setTextFormat(Qt::PlainText);
+  dialog.setTextInteractionFlags(Qt::TextSelectableByMouse);
+  if (box.buttons == Buttons::yesNo) dialog.setEscapeButton(QMessageBox::No);
+  const int pressed = dialog.exec();
+  if (box.buttons == Buttons::yesNo) return pressed == QMessageBox::Yes ? Answer::yes : Answer::no;
+  return pressed == QMessageBox::Ok ? Answer::ok : Answer::cancel;
+}
+
+std::string WindowInterface::askOpenFile(const FilePicker& picker) {
+  const NormalPointer normal(busy_);
+  return pickFile(parent(), picker, false);
+}
+
+std::string WindowInterface::askSaveFile(const FilePicker& picker) {
+  const NormalPointer normal(busy_);
+  return pickFile(parent(), picker, true);
+}
+
+int WindowInterface::chooseDatum(const std::string& prompt, const std::vector<std::string>& names) {
+  const NormalPointer normal(busy_);
+  MatchDialog dialog(parent(), prompt, names);
+  return dialog.exec() == QDialog::Accepted ? dialog.chosen() : 0;
+}
+
+WorldFileAnswer WindowInterface::askWorldFile(const std::string& lines, const std::vector<std::string>& zones) {
+  const NormalPointer normal(busy_);
+  TfwDialog dialog(parent(), lines, zones);
+  dialog.exec();
+  return dialog.answer();
+}
+
+void WindowInterface::showPanel(const std::string& message) {
+  if (window_ != nullptr) window_->showPanel(shown(message));
+}
+
+void WindowInterface::showProgress(int done, int total) {
+  if (window_ != nullptr) window_->showProgress(done, total);
+}
+
+void WindowInterface::showBusy(bool busy) {
+  busy_ = std::max(0, busy_ + (busy ? 1 : -1));
+  if (busy && busy_ == 1) QApplication::setOverrideCursor(Qt::WaitCursor);
+  if (!busy && busy_ == 0) QApplication::restoreOverrideCursor();
+}
+
+void WindowInterface::setMenuStates(const MenuStates& states) {
+  if (window_ != nullptr) window_->setMenuStates(states);
+}
+
+Picture WindowInterface::clipboardPicture() {
+  const QImage image = QApplication::clipboard()->image().convertToFormat(QImage::Format_BGR888);
+  Picture picture{image.width(), image.height(), {}};
+  const qsizetype rowBytes = qsizetype{3} * image.width();
+  picture.pixels.reserve(static_cast<std::size_t>(rowBytes * image.height()));
+  for (int y = 0; y < image.height(); ++y) {
+    const uchar* row = image.constScanLine(y);
+    picture.pixels.insert(picture.pixels.end(), row, row + rowBytes);
+  }
+  return picture;
+}
+
+std::string WindowInterface::clipboardText() {
+  return QApplication::clipboard()->text().toStdString();
+}
+
+}  // namespace vellandra

@@ -1,0 +1,105 @@
+#include "ui/windows.h"
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QIcon>
+#include <array>
+#include <clocale>
+#include <cstdlib>
+
+#include "calibration/calibration.h"
+#include "calibration/log.h"
+#include "calibration/session.h"
+#include "support/paths.h"
+#include "ui/main_window.h"
+#include "ui/qt_text.h"
+#include "ui/window_interface.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* errorMark = "***** Error *****";
+
+bool isSet(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr && *value != '\0';
+}
+
+/// Reads the other end of `pipe` to its end.
+std::string readAll(int pipe) {
+  std::string text;
+  std::array<char, 512> buffer{};
+  ssize_t count = 0;
+  while ((count = ::read(pipe, buffer.data(), buffer.size())) > 0)
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  return text;
+}
+
+/// Qt ends the process when it finds no plug-in for the window system or cannot reach the display. A child that tries
+/// it first keeps that from happening to a batch.
+bool windowSystemWorks(char* programName, std::string& reason) {
+  std::array<int, 2> pipe{};
+  if (::pipe(pipe.data()) != 0) return true;
+  const pid_t child = ::fork();
+  if (child < 0) return true;
+  if (child == 0) {
+    const rlimit none{0, 0};
+    (void)::setrlimit(RLIMIT_CORE, &none);
+    (void)::dup2(pipe[1], STDERR_FILENO);
+    int argc = 1;
+    std::array<char*, 2> argv = {programName, nullptr};
+    const QGuiApplication trial(argc, argv.data());
+    ::_exit(0);
+  }
+  (void)::close(pipe[1]);
+  const std::string errors = readAll(pipe[0]);
+  (void)::close(pipe[0]);
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child || (WIFEXITED(status) && WEXITSTATUS(status) == 0)) return true;
+  reason = "No window can be opened here.\n" + errors;
+  return false;
+}
+
+int runBatchInWindows(const std::string& path) {
+  WindowInterface interface;
+  setUserInterface(interface);
+  startSession();
+  const int status = runBatch(path);
+  // There is no panel on which an unexpected error could be read.
+  const std::size_t error = calibration.message.rfind(errorMark);
+  if (status != 0 && error != std::string::npos) tell(calibration.message.substr(error));
+  closeLog();
+  return status;
+}
+
+int runMainWindow() {
+  MainWindow window;
+  WindowInterface interface(&window);
+  setUserInterface(interface);
+  startSession();
+  window.show();
+  return QApplication::exec();
+}
+
+}  // namespace
+
+std::optional<int> runWindows(char* programName, const std::optional<std::string>& batchPath, std::string& reason) {
+  if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
+    reason = "No window can be opened here: there is no display (DISPLAY and WAYLAND_DISPLAY are not set).\n";
+    return std::nullopt;
+  }
+  if (!windowSystemWorks(programName, reason)) return std::nullopt;
+  int argc = 1;
+  std::array<char*, 2> argv = {programName, nullptr};
+  const QApplication application(argc, argv.data());
+  (void)std::setlocale(LC_NUMERIC, "C");  // Qt takes over the whole locale of the person
+  QApplication::setApplicationName("vellandra");
+  QApplication::setDesktopFileName("vellandra");
+  QApplication::setWindowIcon(QIcon(shownPath(programFolder()) + "vellandra.png"));
+  return batchPath ? runBatchInWindows(*batchPath) : runMainWindow();
+}
+
+}  // namespace vellandra

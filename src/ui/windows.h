@@ -1,0 +1,13 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vellandra {
+
+/// Runs the program in windows: the main window, or, given the path of a calibration, a batch whose boxes are windows.
+/// Returns the exit status; nothing, and why in `reason`, when no window can be opened here. The formats must have been
+/// set before; numbers keep the "C" locale.
+std::optional<int> runWindows(char* programName, const std::optional<std::string>& batchPath, std::string& reason);
+
+}  // namespace vellandra
