@@ -13,7 +13,7 @@
 
 #include "geodesy/datum.h"
 #include "support/text.h"
-#include "ui/map_viewer_text.h"
+#include "ui/qt_text.h"
 
 namespace vellandra {
 namespace {
@@ -84,7 +84,7 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
 void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
   for (int i = 1; i <= datumTable.count; ++i) {
     const std::string_view name = trim(datumTable.name[static_cast<std::size_t>(i)]);
-    datums_->addItem(shownText(name));
+    datums_->addItem(shown(std::string(name)));
     datums_->item(i - 1)->setData(Qt::UserRole, QByteArray(name.data(), static_cast<qsizetype>(name.size())));
     if (name == chosen) datums_->setCurrentRow(i - 1);
   }
@@ -100,9 +100,9 @@ void CalibrationSettingsDialog::filterDatums(const QString& text) {
   QListWidgetItem* first = nullptr;
   for (int i = 0; i < datums_->count(); ++i) {
     QListWidgetItem* item = datums_->item(i);
-    const bool shown = item->text().contains(text.trimmed(), Qt::CaseInsensitive);
-    item->setHidden(!shown);
-    if (shown && first == nullptr) first = item;
+    const bool fits = item->text().contains(text.trimmed(), Qt::CaseInsensitive);
+    item->setHidden(!fits);
+    if (fits && first == nullptr) first = item;
   }
   // What is chosen must be what is seen.
   if (datums_->currentItem() == nullptr || datums_->currentItem()->isHidden()) datums_->setCurrentItem(first);

@@ -10,7 +10,7 @@
 #include <cmath>
 
 #include "ui/map_canvas_grid.h"
-#include "ui/map_viewer_text.h"
+#include "ui/qt_text.h"
 
 namespace vellandra {
 namespace {
@@ -162,13 +162,13 @@ void MapCanvas::drawGrid(QPainter& painter) const {
   const double height = QFontMetricsF(painter.font()).height();
   for (const GridLine& line : lines) {
     const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
-    const double textWidth = QFontMetricsF(painter.font()).horizontalAdvance(shownText(line.label)) + 6;
+    const double textWidth = QFontMetricsF(painter.font()).horizontalAdvance(shown(line.label)) + 6;
     if (length < textWidth + height) continue;
     const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
     // Latitudes are named a little inside their western end, longitudes inside their northern one.
     const QPointF place =
         QPointF(line.from.x, line.from.y) + way * (line.isLatitude ? textWidth / 2 + height * 2 : height);
-    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shownText(line.label), gridColor.darker());
+    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), gridColor.darker());
   }
 }
 

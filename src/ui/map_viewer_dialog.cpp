@@ -14,7 +14,6 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
-#include "calibration/datum_matching.h"
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
 #include "calibration/transform.h"
@@ -25,8 +24,8 @@
 #include "ui/adjust_point.h"
 #include "ui/map_canvas.h"
 #include "ui/map_viewer_crop_panel.h"
-#include "ui/map_viewer_text.h"
 #include "ui/point_entry.h"
+#include "ui/qt_text.h"
 
 namespace vellandra {
 namespace {
@@ -38,14 +37,10 @@ DegreeFormat degreeFormat() {
   return DegreeFormat(preferences.degreeFormat);
 }
 
-bool askOkCancel(const std::string& text) {
-  return userInterface().messageBox({text, notKept, Buttons::okCancel, Icon::question}) == Answer::ok;
-}
-
 /// The position as it is shown, or nothing for one that no format can show.
 QString shownPosition(double latitude, double longitude) {
   try {
-    return shownText(positionText(latitude, longitude, degreeFormat()));
+    return shown(positionText(latitude, longitude, degreeFormat()));
   } catch (const RunTimeError&) {
     return {};
   }
@@ -53,7 +48,7 @@ QString shownPosition(double latitude, double longitude) {
 
 QString shownGrid(double latitude, double longitude) {
   try {
-    return shownText(gridText(latitude, longitude));
+    return shown(gridText(latitude, longitude));
   } catch (const RunTimeError&) {
     return {};
   }
@@ -68,7 +63,7 @@ Calibration startingRecord(const Bitmap& image) {
 }
 
 QString titleOf(ViewerMode mode) {
-  const QString name = shownText(fileName(calibration.imagePath));
+  const QString name = shownPath(std::string(fileName(calibration.imagePath)));
   const QString what = mode == ViewerMode::calibrate ? QStringLiteral("Calibrate map")
                        : mode == ViewerMode::view    ? QStringLiteral("View calibrated map")
                                                      : QStringLiteral("Crop map");
@@ -328,7 +323,7 @@ void MapViewerDialog::takeCoordinates(double latitude, double longitude, const s
 /// Leaves the point out that is being entered, asking when something has been typed. False when it is kept.
 bool MapViewerDialog::dropEntry() {
   if (!entry_->isHidden() && entry_->isTouched() &&
-      !askOkCancel("Coordinates not used : OK to leave them out else cancel")) {
+      !askOkCancel("Coordinates not used : OK to leave them out else cancel", notKept)) {
     return false;
   }
   session_.dropWaiting();
@@ -446,12 +441,10 @@ void MapViewerDialog::updateList() {
     item->setText(0, QString::number(i + 1));
     item->setText(1, shownPosition(point.latitude, point.longitude));
     item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
-    item->setText(3, index < residuals.size() ? shownText(formatNumber(residuals[index], "0.00")) : QString());
+    item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
     item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
-    const QString tip = QStringLiteral("%1\nDatum %2\nPixel %3, %4")
-                            .arg(item->text(1), shownText(point.datum))
-                            .arg(point.x)
-                            .arg(point.y);
+    const QString tip =
+        QStringLiteral("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
     for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
   }
   list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
@@ -463,11 +456,11 @@ void MapViewerDialog::updateFit() {
   const std::size_t count = session_.points().size();
   if (fit.valid) {
     QString text = QStringLiteral("Error of the fit: %1 pixels (root mean square)")
-                       .arg(shownText(formatNumber(fit.rootMeanSquare, "0.00")));
+                       .arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
     if (fit.worstPoint > 0 && count > 2) {
       text += QStringLiteral("\nWorst is point %1 with %2")
                   .arg(fit.worstPoint)
-                  .arg(shownText(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
+                  .arg(shown(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
     } else {
       text += QStringLiteral("\nFour points or more show how good they are");
     }
@@ -495,15 +488,14 @@ QString MapViewerDialog::reportOf(int number) const {
   const TiePoint& point = session_.points().at(index);
   QString text = QStringLiteral("Pixels : X %1 Y %2").arg(point.x).arg(point.y);
   if (index < session_.fit().residuals.size()) {
-    text +=
-        QStringLiteral("\nResidual %1 pixels").arg(shownText(formatNumber(session_.fit().residuals[index], "0.00")));
+    text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
   }
   return text;
 }
 
 void MapViewerDialog::showPixel(int x, int y) {
-  QString text = QStringLiteral("Pixels : X ") + shownText(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
-                 shownText(formatNumber(y, "#####0"));
+  QString text = QStringLiteral("Pixels : X ") + shown(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
+                 shown(formatNumber(y, "#####0"));
   if (session_.fit().valid) {
     const Position position = positionAt(session_.fit().map, x, y);
     text += QStringLiteral("      ") + shownPosition(position.latitude, position.longitude) + QStringLiteral("      ") +
@@ -523,13 +515,13 @@ void MapViewerDialog::accept() {
   if (!entry_->isHidden()) {
     if (entry_->isTouched()) {
       if (!dropEntry()) return;
-    } else if (session_.waiting() && !askOkCancel("Point without coordinates : OK to leave it out else cancel")) {
+    } else if (session_.waiting() &&
+               !askOkCancel("Point without coordinates : OK to leave it out else cancel", notKept)) {
       return;
     }
   }
   if (session_.changed()) {
     session_.commit(calibration);
-    inputDatumName = session_.points().empty() ? "" : session_.points().back().datum;
     result_.recalculate = true;
   }
   QDialog::accept();
@@ -538,7 +530,8 @@ void MapViewerDialog::accept() {
 void MapViewerDialog::reject() {
   if (mode_ != ViewerMode::crop) {
     const bool unfinished = session_.waiting().has_value() || (!entry_->isHidden() && entry_->isTouched());
-    if ((session_.changed() || unfinished) && !askOkCancel("Points not kept : OK to abandon them else cancel")) return;
+    if ((session_.changed() || unfinished) && !askOkCancel("Points not kept : OK to abandon them else cancel", notKept))
+      return;
   }
   QDialog::reject();
 }

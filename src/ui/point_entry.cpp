@@ -17,7 +17,7 @@
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
-#include "ui/map_viewer_text.h"
+#include "ui/qt_text.h"
 
 namespace vellandra {
 namespace {
@@ -151,7 +151,7 @@ void PointEntry::setSettings(const CalibrationSettings& settings) {
   zone_->setValue(settings.zone);
   southern_->setChecked(settings.southern);
   datum_->setText(settings.grid == EntryGrid::british ? QStringLiteral("British national grid")
-                                                      : QStringLiteral("Datum %1").arg(shownText(settings.datum)));
+                                                      : QStringLiteral("Datum %1").arg(shown(settings.datum)));
   validate();
 }
 
@@ -202,7 +202,7 @@ std::vector<PointEntry::Field*> PointEntry::fieldsInUse() {
 
 /// Shows the reason beside the field; true when the field has a value.
 bool PointEntry::reportField(Field& field, const EntryField& entry) {
-  field.reason->setText(shownText(entry.problem));
+  field.reason->setText(shown(entry.problem));
   field.reason->setVisible(!entry.problem.empty());
   colorReason(field.reason);
   field.edit->setAccessibleDescription(field.reason->text());
@@ -221,7 +221,7 @@ bool PointEntry::readFields() {
     position_ = EntryPosition{*latitude.value, *longitude.value};
   } else if (settings_.grid == EntryGrid::british) {
     const std::string letters = textOf(letters_);
-    const bool full = shownText(letters).trimmed().isEmpty();
+    const bool full = shown(letters).trimmed().isEmpty();
     const EntryField easting = parseMetres(textOf(britishEasting_), 0, full ? britishEastEnd : squareEnd);
     const EntryField northing = parseMetres(textOf(britishNorthing_), 0, full ? britishNorthEnd : squareEnd);
     const std::string problem = britishLettersProblem(letters);
@@ -251,8 +251,8 @@ void PointEntry::validate() {
     colorReason(result_);
     result_->setText(QString::fromLatin1(invalidGrid));
   } else if (position_) {
-    result_->setText(QStringLiteral("= ") + shownText(positionText(position_->latitude, position_->longitude,
-                                                                   DegreeFormat(preferences.degreeFormat))));
+    result_->setText(QStringLiteral("= ") + shown(positionText(position_->latitude, position_->longitude,
+                                                               DegreeFormat(preferences.degreeFormat))));
   } else {
     result_->clear();
   }
@@ -266,7 +266,7 @@ void PointEntry::accept() {
   }
   if (position_) {
     Q_EMIT given(position_->latitude, position_->longitude,
-               settings_.grid == EntryGrid::british ? "WGS 84" : settings_.datum);
+                 settings_.grid == EntryGrid::british ? "WGS 84" : settings_.datum);
     return;
   }
   for (Field* field : fieldsInUse()) {
