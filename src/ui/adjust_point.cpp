@@ -20,7 +20,7 @@ AdjustPointDialog::AdjustPointDialog(int number, QWidget* parent)
   setWindowTitle(QStringLiteral("Adjust calibration Point"));
   report_->setMinimumWidth(36 * report_->fontMetrics().averageCharWidth());
   step_->setRange(1, longestStep);
-  step_->setSuffix(QStringLiteral(" pixels"));
+  step_->setSuffix(QStringLiteral(" px"));
   step_->setAccessibleName(QStringLiteral("Pixels moved at a time"));
   auto* stepLabel = new QLabel(QStringLiteral("&Step:"));
   stepLabel->setBuddy(step_);

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "ui/map_canvas_grid.h"
+#include "ui/map_canvas_line.h"
 #include "ui/qt_text.h"
 
 namespace vellandra {
@@ -25,8 +25,7 @@ const QColor markColor(200, 0, 40);
 const QColor selectedColor(0, 90, 220);
 const QColor waitingColor(190, 0, 190);
 const QColor haloColor(255, 255, 255, 215);
-const QColor gridColor(20, 50, 140, 200);
-const QColor gridHalo(255, 255, 255, 110);
+const QColor gridColor(20, 50, 140);
 
 void strokeTwice(QPainter& painter, const QPainterPath& path, const QColor& color, double width, bool dashed) {
   painter.strokePath(path, QPen(haloColor, width + 2.5, Qt::SolidLine, Qt::FlatCap));
@@ -42,9 +41,12 @@ QPainterPath crosshair(QPointF middle, double gap, double arm) {
   return path;
 }
 
-void drawTag(QPainter& painter, QPointF corner, const QString& text, const QColor& color) {
+/// `text` on a light ground at `corner`, or as near to it as leaves it whole inside `room`.
+void drawTag(QPainter& painter, QPointF corner, const QString& text, const QColor& color, const QRectF& room) {
   const QFontMetricsF metrics(painter.font());
-  const QRectF box(corner, QSizeF(metrics.horizontalAdvance(text) + 6, metrics.height()));
+  QRectF box(corner, QSizeF(metrics.horizontalAdvance(text) + 6, metrics.height()));
+  box.moveLeft(std::max(room.left(), std::min(box.left(), room.right() - box.width())));
+  box.moveTop(std::max(room.top(), std::min(box.top(), room.bottom() - box.height())));
   painter.setPen(Qt::NoPen);
   painter.setBrush(haloColor);
   painter.drawRoundedRect(box, 3, 3);
@@ -101,6 +103,7 @@ void MapCanvas::setMarks(std::vector<CanvasMark> marks) {
 void MapCanvas::setGrid(std::optional<Calibration> map, DegreeFormat format) {
   grid_ = std::move(map);
   gridFormat_ = format;
+  frameStale_ = true;
   update();
 }
 
@@ -135,6 +138,7 @@ void MapCanvas::drawFrame() {
                     static_cast<std::ptrdiff_t>(frame_.bytesPerLine() / 4)};
   pyramid_.draw({corner.x * ratio, corner.y * ratio, view_.scale() * ratio}, frame,
                 palette().color(QPalette::Dark).rgb());
+  drawGridLines(frame, ratio);
   frameStale_ = false;
 }
 
@@ -144,31 +148,35 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.drawImage(QPointF(0, 0), frame_);
   painter.setRenderHint(QPainter::Antialiasing);
-  if (grid_) drawGrid(painter);
+  drawGridLabels(painter);
   if (crop_ != nullptr) drawCrop(painter);
   drawMarks(painter);
   if (aiming_ && hasFocus()) drawAim(painter);
 }
 
-void MapCanvas::drawGrid(QPainter& painter) const {
-  const std::vector<GridLine> lines = gridLines(*grid_, view_, gridFormat_, gridSpacing);
-  QPainterPath path;
-  for (const GridLine& line : lines) {
-    path.moveTo(line.from.x, line.from.y);
-    path.lineTo(line.to.x, line.to.y);
+void MapCanvas::drawGridLines(const Frame& frame, double ratio) {
+  gridLines_.clear();
+  if (!grid_) return;
+  gridLines_ = gridLines(*grid_, view_, gridFormat_, gridSpacing);
+  for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
+    for (const GridLine& line : gridLines_) {
+      drawLine(frame, {line.from.x * ratio, line.from.y * ratio}, {line.to.x * ratio, line.to.y * ratio}, style);
+    }
   }
-  painter.strokePath(path, QPen(gridHalo, 2.6));
-  painter.strokePath(path, QPen(gridColor, 1));
-  const double height = QFontMetricsF(painter.font()).height();
-  for (const GridLine& line : lines) {
+}
+
+void MapCanvas::drawGridLabels(QPainter& painter) const {
+  const QFontMetricsF metrics(painter.font());
+  const double height = metrics.height();
+  for (const GridLine& line : gridLines_) {
     const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
-    const double textWidth = QFontMetricsF(painter.font()).horizontalAdvance(shown(line.label)) + 6;
+    const double textWidth = metrics.horizontalAdvance(shown(line.label)) + 6;
     if (length < textWidth + height) continue;
     const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
     // Latitudes are named a little inside their western end, longitudes inside their northern one.
-    const QPointF place =
-        QPointF(line.from.x, line.from.y) + way * (line.isLatitude ? textWidth / 2 + height * 2 : height);
-    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), gridColor.darker());
+    const double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
+    const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
+    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), gridColor.darker(), rect());
   }
 }
 
@@ -185,7 +193,7 @@ void MapCanvas::drawMarks(QPainter& painter) const {
     path.addEllipse(middle, 6, 6);
     painter.setBrush(Qt::NoBrush);
     strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
-    drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color);
+    drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color, rect());
   }
 }
 

@@ -9,6 +9,7 @@
 #include "calibration/calibration.h"
 #include "geodesy/angle_format.h"
 #include "ui/map_canvas_crop.h"
+#include "ui/map_canvas_grid.h"
 #include "ui/map_canvas_pyramid.h"
 #include "ui/map_canvas_view.h"
 
@@ -74,7 +75,8 @@ class MapCanvas : public QWidget {
 
   void changeView();
   void drawFrame();
-  void drawGrid(QPainter& painter) const;
+  void drawGridLines(const Frame& frame, double ratio);
+  void drawGridLabels(QPainter& painter) const;
   void drawMarks(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
   void drawAim(QPainter& painter) const;
@@ -93,6 +95,7 @@ class MapCanvas : public QWidget {
   std::vector<CanvasMark> marks_;
   std::function<int(double, double)> hitTest_;
   std::optional<Calibration> grid_;
+  std::vector<GridLine> gridLines_;  ///< those in `frame_`
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
   CropRectangle* crop_ = nullptr;
   bool placing_ = false;

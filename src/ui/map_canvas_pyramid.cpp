@@ -1,6 +1,7 @@
 #include "ui/map_canvas_pyramid.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -85,10 +86,14 @@ std::uint32_t pixelAtBytes(const std::uint8_t* bgr) {
   return opaque | static_cast<std::uint32_t>(bgr[2]) << 16U | static_cast<std::uint32_t>(bgr[1]) << 8U | bgr[0];
 }
 
-/// Two neighbouring pixels blended, red and blue in one multiplication.
+/// Two neighbouring pixels blended, red and blue in one multiplication. Reads `pairBytes` bytes.
+constexpr std::size_t pairBytes = 8;
 std::uint32_t blend(const std::uint8_t* bgr, std::uint32_t weight) {
-  const std::uint32_t a = pixelAtBytes(bgr);
-  const std::uint32_t b = pixelAtBytes(bgr + bytesPerPixel);
+  static_assert(std::endian::native == std::endian::little, "blue, green, red in memory is 0xRRGGBB in a number");
+  std::uint64_t pair = 0;
+  std::memcpy(&pair, bgr, pairBytes);
+  const auto a = static_cast<std::uint32_t>(pair);
+  const auto b = static_cast<std::uint32_t>(pair >> 24U);
   const std::uint32_t redBlue = ((a & 0xff00ffU) * (256 - weight) + (b & 0xff00ffU) * weight) >> 8U;
   const std::uint32_t green = ((a & 0xff00U) * (256 - weight) + (b & 0xff00U) * weight) >> 8U;
   return opaque | (redBlue & 0xff00ffU) | (green & 0xff00U);
@@ -121,7 +126,7 @@ void drawEnlarged(const Bitmap& image, const Axis& across, const Axis& down, con
   }
 }
 
-/// `scratch` holds one row of the part of the level that is seen, and one pixel more.
+/// `scratch` holds one row of the part of the level that is seen, and `pairBytes` more.
 void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, const Frame& frame, int first, int end,
                  std::vector<std::uint8_t>& scratch) {
   const int left = across.samples.front().first;
@@ -190,7 +195,7 @@ void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32
     if (enlarged) {
       drawEnlarged(source, across, down, frame, down.begin + first, down.begin + end);
     } else {
-      std::vector<std::uint8_t> scratch(static_cast<std::size_t>(source.width() + 1) * bytesPerPixel);
+      std::vector<std::uint8_t> scratch(static_cast<std::size_t>(source.width()) * bytesPerPixel + pairBytes);
       drawReduced(source, across, down, frame, down.begin + first, down.begin + end, scratch);
     }
   });

@@ -54,6 +54,14 @@ QString shownGrid(double latitude, double longitude) {
   }
 }
 
+/// The same with latitude and longitude one above the other, for a narrow column.
+QString stackedPosition(double latitude, double longitude) {
+  QString text = shownPosition(latitude, longitude);
+  const QString gap = text.contains(QLatin1String("  ")) ? QStringLiteral("  ") : QStringLiteral(" ");
+  const auto at = text.indexOf(gap);
+  return at < 0 ? text : text.replace(at, gap.size(), QLatin1Char('\n'));
+}
+
 /// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
 Calibration startingRecord(const Bitmap& image) {
   Calibration map = calibration;
@@ -439,7 +447,7 @@ void MapViewerDialog::updateList() {
     const TiePoint& point = session_.points()[index];
     QTreeWidgetItem* item = list_->topLevelItem(i);
     item->setText(0, QString::number(i + 1));
-    item->setText(1, shownPosition(point.latitude, point.longitude));
+    item->setText(1, stackedPosition(point.latitude, point.longitude));
     item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
     item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
     item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
@@ -455,10 +463,9 @@ void MapViewerDialog::updateFit() {
   const TrialFit& fit = session_.fit();
   const std::size_t count = session_.points().size();
   if (fit.valid) {
-    QString text = QStringLiteral("Error of the fit: %1 pixels (root mean square)")
-                       .arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
+    QString text = QStringLiteral("Error of the fit: %1 pixels").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
     if (fit.worstPoint > 0 && count > 2) {
-      text += QStringLiteral("\nWorst is point %1 with %2")
+      text += QStringLiteral("\nroot mean square; the worst is point %1 with %2")
                   .arg(fit.worstPoint)
                   .arg(shown(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
     } else {
@@ -543,6 +550,10 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
     } else if (mode_ == ViewerMode::crop) {
       accept();
     }
+    return;
+  }
+  if (event->key() == Qt::Key_Escape && entry_ != nullptr && !entry_->isHidden()) {
+    dropEntry();
     return;
   }
   if (event->key() == Qt::Key_Delete && mode_ != ViewerMode::crop) {
