@@ -20,6 +20,7 @@ void showMessage(std::string_view text) {
 }
 
 void addToMessage(std::string_view text) {
+  if (logPaused()) return;
   std::string& message = calibration.message;
   message.append(text).append("\r\n");
   if (message.size() > longestMessage) {
@@ -29,6 +30,7 @@ void addToMessage(std::string_view text) {
 }
 
 void showPanel() {
+  if (logPaused()) return;
   userInterface().showPanel(calibration.message);
 }
 

@@ -7,11 +7,16 @@ namespace vellandra {
 enum class ViewerMode { calibrate, view, crop };
 
 struct ViewerResult {
-  bool recalculate = false;                                      ///< points were placed or changed
-  int cropLeft = 0, cropTop = 0, cropRight = 0, cropBottom = 0;  ///< right and bottom exclusive; all 0: none
+  bool recalculate = false;  ///< points were placed or changed
+  /// The rectangle to keep in pixels, right and bottom exclusive; all 0: none.
+  int cropLeft = 0, cropTop = 0, cropRight = 0, cropBottom = 0;
 };
 
-/// Shows the map on show (`mapImage`) and the points of `calibration` in a modal window over `parent`.
+/// Shows the map of `calibration.imagePath` in a modal window over `parent`, loading it when it is not `mapImage`
+/// already, and returns when it is closed. In mode `calibrate` the person places points on the map; in `view` the
+/// calibrated map is shown and its points can be changed; in `crop` a rectangle is drawn. Changed points are in
+/// `calibration`, each on the datum it was given on, only when `recalculate` is set. An image that cannot be loaded is
+/// told, and nothing is shown.
 ViewerResult showMapViewer(QWidget* parent, ViewerMode mode);
 
 }  // namespace vellandra

@@ -1,0 +1,82 @@
+#include "calibration/trial_fit.h"
+
+#include <cmath>
+#include <utility>
+
+#include "calibration/datum_matching.h"
+#include "calibration/log.h"
+#include "calibration/reference_pair.h"
+#include "calibration/transform.h"
+#include "geodesy/datum.h"
+
+namespace vellandra {
+namespace {
+
+/// Puts `map` in the place of the process-wide record, and the record back at the end.
+class Stand {
+ public:
+  explicit Stand(Calibration& map) : map_(map) { std::swap(calibration, map_); }
+  ~Stand() { std::swap(calibration, map_); }
+  Stand(const Stand&) = delete;
+  Stand& operator=(const Stand&) = delete;
+
+ private:
+  Calibration& map_;
+};
+
+bool bringToWgs84(Calibration& map) {
+  for (int slot = 1; slot <= map.pointCount; ++slot) {
+    if (!(std::abs(map.latitude[slot]) <= 90 && std::abs(map.longitude[slot]) <= 360)) return false;
+    if (map.datumName[slot] == "WGS 84") continue;
+    const int index = findDatumByName(datumColumnName(map.datumName[slot]));
+    if (index == 0) return false;
+    shiftToWgs84(index, map.latitude[slot], map.longitude[slot]);
+    map.datumName[slot] = "WGS 84";
+  }
+  return true;
+}
+
+bool fitOnTrial(Calibration& map, const std::string& inputType) {
+  const LogPause pause;
+  const Stand stand(map);
+  const std::optional<ReferencePair> pair = chooseReferencePair(inputType);
+  if (!pair) return false;
+  fitTransform();
+  if (calibration.isMercator() || calibration.fitFailed) deriveTransform(*pair);
+  setMercatorOrdinates();
+  return isReversible(calibration) && !(calibration.isMercator() && calibration.imageHeight == 0);
+}
+
+void measureResiduals(TrialFit& fit) {
+  const Calibration& c = fit.map;
+  double squares = 0;
+  double worst = -1;
+  for (int i = 1; i <= c.pointCount; ++i) {
+    const Pixel pixel = pixelAt(c, c.latitude[i], c.longitude[i]);
+    const double residual = std::hypot(pixel.x - c.pixelX[i], pixel.y - c.pixelY[i]);
+    fit.residuals.push_back(residual);
+    squares += residual * residual;
+    if (residual > worst) {
+      worst = residual;
+      fit.worstPoint = i;
+    }
+  }
+  fit.rootMeanSquare = std::sqrt(squares / c.pointCount);
+}
+
+}  // namespace
+
+TrialFit tryFit(const Calibration& map, const std::string& inputType) {
+  TrialFit fit;
+  fit.map = map;
+  fit.map.message.clear();
+  try {
+    fit.valid = bringToWgs84(fit.map) && fitOnTrial(fit.map, inputType);
+  } catch (const RunTimeError&) {
+    fit.valid = false;  // the driver says why when it comes to the same points
+  }
+  if (fit.valid) measureResiduals(fit);
+  return fit;
+}
+
+}  // namespace vellandra

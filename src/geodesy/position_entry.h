@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vellandra {
+
+/// What has been typed into one field of a position. An empty field has neither a value nor a problem.
+struct EntryField {
+  std::optional<double> value;
+  std::string problem;  ///< why the text cannot be used, for the person; empty when it can
+};
+
+/// An angle in decimal degrees: one to three numbers (degrees, minutes, seconds) parted by blanks, ":", or their signs,
+/// of which only the last has decimals; a sign in front, or "N", "S" ("E", "W") at either end. At most 90 (180)
+/// degrees. `text` is UTF-8.
+EntryField parseLatitude(std::string_view text);
+EntryField parseLongitude(std::string_view text);
+
+/// Metres from `least` to `most`, with decimals if need be.
+EntryField parseMetres(std::string_view text, double least, double most);
+
+/// Why `letters` name no square of the British grid, for the person; empty when they do, or are left out. Case does not
+/// matter.
+std::string britishLettersProblem(std::string_view letters);
+
+struct EntryPosition {
+  double latitude, longitude;  ///< decimal degrees
+};
+
+/// British grid reference to WGS 84; no letters mean full grid metres (from "SV"). Nothing outside the grid's area.
+std::optional<EntryPosition> britishPosition(std::string_view letters, double easting, double northing);
+
+/// UTM metres to degrees on datum `datumIndex` of the table (0: WGS 84). `northing` of a southern point counts from
+/// 10 000 000. Nothing for a position that is not on the earth.
+std::optional<EntryPosition> utmPosition(std::int16_t zone, bool southern, double easting, double northing,
+                                         int datumIndex);
+
+}  // namespace vellandra

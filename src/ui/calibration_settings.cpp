@@ -1,0 +1,138 @@
+#include "ui/calibration_settings.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+#include "geodesy/datum.h"
+#include "support/text.h"
+#include "ui/qt_text.h"
+
+namespace vellandra {
+namespace {
+
+constexpr int shownDatums = 9;
+
+}  // namespace
+
+CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& settings, QWidget* parent)
+    : QDialog(parent),
+      degrees_(new QRadioButton(QStringLiteral("&Degrees/Minutes/Seconds"))),
+      british_(new QRadioButton(QStringLiteral("OS &Great Britain"))),
+      utm_(new QRadioButton(QStringLiteral("&UTM zone"))),
+      zone_(new QSpinBox),
+      southern_(new QCheckBox(QStringLiteral("&Southern hemisphere"))),
+      filter_(new QLineEdit),
+      datums_(new QListWidget),
+      note_(new QLabel) {
+  setWindowTitle(QStringLiteral("Map Calibration Settings"));
+  zone_->setRange(1, 60);
+  zone_->setValue(settings.zone);
+  zone_->setAccessibleName(QStringLiteral("UTM zone"));
+  southern_->setChecked(settings.southern);
+  filter_->setPlaceholderText(QStringLiteral("Filter"));
+  filter_->setClearButtonEnabled(true);
+  filter_->setAccessibleName(QStringLiteral("Filter of the datum list"));
+  datums_->setAccessibleName(QStringLiteral("Datum"));
+  datums_->setMinimumHeight(shownDatums * datums_->fontMetrics().lineSpacing());
+  datums_->setMinimumWidth(40 * datums_->fontMetrics().averageCharWidth());
+  note_->setWordWrap(true);
+
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+  auto* zoneRow = new QHBoxLayout;
+  zoneRow->addWidget(utm_);
+  zoneRow->addWidget(zone_);
+  zoneRow->addWidget(southern_);
+  zoneRow->addStretch();
+  auto* datumLabel = new QLabel(QStringLiteral("D&atum:"));
+  datumLabel->setBuddy(filter_);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(new QLabel(QStringLiteral("Choose map grid type:-")));
+  layout->addWidget(degrees_);
+  layout->addWidget(british_);
+  layout->addLayout(zoneRow);
+  layout->addSpacing(8);
+  layout->addWidget(datumLabel);
+  layout->addWidget(filter_);
+  layout->addWidget(datums_, 1);
+  layout->addWidget(note_);
+  layout->addWidget(buttons);
+
+  fillDatums(settings.datum);
+  (settings.grid == EntryGrid::degrees   ? degrees_
+   : settings.grid == EntryGrid::british ? british_
+                                         : utm_)
+      ->setChecked(true);
+  for (QRadioButton* button : {degrees_, british_, utm_}) {
+    connect(button, &QRadioButton::toggled, this, &CalibrationSettingsDialog::updateEnabled);
+  }
+  connect(filter_, &QLineEdit::textChanged, this, &CalibrationSettingsDialog::filterDatums);
+  connect(datums_, &QListWidget::currentRowChanged, this, &CalibrationSettingsDialog::updateEnabled);
+  connect(datums_, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  updateEnabled();
+}
+
+void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
+  for (int i = 1; i <= datumTable.count; ++i) {
+    const std::string_view name = trim(datumTable.name[static_cast<std::size_t>(i)]);
+    datums_->addItem(shown(std::string(name)));
+    datums_->item(i - 1)->setData(Qt::UserRole, QByteArray(name.data(), static_cast<qsizetype>(name.size())));
+    if (name == chosen) datums_->setCurrentRow(i - 1);
+  }
+  if (datumTable.count == 0) {
+    datums_->addItem(QStringLiteral("WGS 84"));
+    datums_->item(0)->setData(Qt::UserRole, QByteArray("WGS 84"));
+  }
+  if (datums_->currentRow() < 0) datums_->setCurrentRow(0);
+  datums_->scrollToItem(datums_->currentItem(), QAbstractItemView::PositionAtCenter);
+}
+
+void CalibrationSettingsDialog::filterDatums(const QString& text) {
+  QListWidgetItem* first = nullptr;
+  for (int i = 0; i < datums_->count(); ++i) {
+    QListWidgetItem* item = datums_->item(i);
+    const bool fits = item->text().contains(text.trimmed(), Qt::CaseInsensitive);
+    item->setHidden(!fits);
+    if (fits && first == nullptr) first = item;
+  }
+  // What is chosen must be what is seen.
+  if (datums_->currentItem() == nullptr || datums_->currentItem()->isHidden()) datums_->setCurrentItem(first);
+  updateEnabled();
+}
+
+void CalibrationSettingsDialog::updateEnabled() {
+  zone_->setEnabled(utm_->isChecked());
+  southern_->setEnabled(utm_->isChecked());
+  const bool choosesDatum = !british_->isChecked();
+  filter_->setEnabled(choosesDatum);
+  datums_->setEnabled(choosesDatum);
+  const bool chosen = datums_->currentItem() != nullptr;
+  note_->setText(!choosesDatum ? QStringLiteral("British grid references have their own datum.")
+                 : chosen      ? QStringLiteral("Points will be on %1.").arg(datums_->currentItem()->text())
+                               : QStringLiteral("No datum has this in its name."));
+  findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->setEnabled(!choosesDatum || chosen);
+}
+
+CalibrationSettings CalibrationSettingsDialog::settings() const {
+  CalibrationSettings result;
+  result.grid = degrees_->isChecked()   ? EntryGrid::degrees
+                : british_->isChecked() ? EntryGrid::british
+                                        : EntryGrid::utm;
+  if (datums_->currentItem() != nullptr) {
+    result.datum = datums_->currentItem()->data(Qt::UserRole).toByteArray().toStdString();
+  }
+  result.zone = static_cast<std::int16_t>(zone_->value());
+  result.southern = southern_->isChecked();
+  return result;
+}
+
+}  // namespace vellandra

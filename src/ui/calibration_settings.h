@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QDialog>
+#include <cstdint>
+#include <string>
+
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QCheckBox;
+class QRadioButton;
+class QSpinBox;
+
+namespace vellandra {
+
+enum class EntryGrid { degrees, british, utm };
+
+/// In which terms the coordinates of new points are given.
+struct CalibrationSettings {
+  EntryGrid grid = EntryGrid::degrees;
+  std::string datum = "WGS 84";  ///< trimmed name from the datum table; British points are on WGS 84 whatever it says
+  std::int16_t zone = 30;        ///< of UTM
+  bool southern = false;
+};
+
+/// "Map Calibration Settings": the kind of coordinates and their datum.
+class CalibrationSettingsDialog : public QDialog {
+  Q_OBJECT
+
+ public:
+  CalibrationSettingsDialog(const CalibrationSettings& settings, QWidget* parent);
+  CalibrationSettings settings() const;
+
+ private:
+  void fillDatums(const std::string& chosen);
+  void filterDatums(const QString& text);
+  void updateEnabled();
+
+  QRadioButton* degrees_;
+  QRadioButton* british_;
+  QRadioButton* utm_;
+  QSpinBox* zone_;
+  QCheckBox* southern_;
+  QLineEdit* filter_;
+  QListWidget* datums_;
+  QLabel* note_;
+};
+
+}  // namespace vellandra

@@ -1,0 +1,566 @@
+#include "ui/map_viewer_dialog.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QScreen>
+#include <QShortcut>
+#include <QSplitter>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include "calibration/driver.h"
+#include "calibration/preferences.h"
+#include "calibration/transform.h"
+#include "imaging/bitmap.h"
+#include "support/numbers.h"
+#include "support/paths.h"
+#include "support/user_interface.h"
+#include "ui/adjust_point.h"
+#include "ui/map_canvas.h"
+#include "ui/map_viewer_crop_panel.h"
+#include "ui/point_entry.h"
+#include "ui/qt_text.h"
+
+namespace vellandra {
+namespace {
+
+constexpr double buttonZoom = 1.5;
+constexpr const char* notKept = "Not kept";
+
+DegreeFormat degreeFormat() {
+  return DegreeFormat(preferences.degreeFormat);
+}
+
+/// The position as it is shown, or nothing for one that no format can show.
+QString shownPosition(double latitude, double longitude) {
+  try {
+    return shown(positionText(latitude, longitude, degreeFormat()));
+  } catch (const RunTimeError&) {
+    return {};
+  }
+}
+
+QString shownGrid(double latitude, double longitude) {
+  try {
+    return shown(gridText(latitude, longitude));
+  } catch (const RunTimeError&) {
+    return {};
+  }
+}
+
+/// The same with latitude and longitude one above the other, for a narrow column.
+QString stackedPosition(double latitude, double longitude) {
+  QString text = shownPosition(latitude, longitude);
+  const QString gap = text.contains(QLatin1String("  ")) ? QStringLiteral("  ") : QStringLiteral(" ");
+  const auto at = text.indexOf(gap);
+  return at < 0 ? text : text.replace(at, gap.size(), QLatin1Char('\n'));
+}
+
+/// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
+Calibration startingRecord(const Bitmap& image) {
+  Calibration map = calibration;
+  if (map.imageWidth == 0) map.imageWidth = toInt16(image.width());
+  if (map.imageHeight == 0) map.imageHeight = toInt16(image.height());
+  return map;
+}
+
+QString titleOf(ViewerMode mode) {
+  const QString name = shownPath(std::string(fileName(calibration.imagePath)));
+  const QString what = mode == ViewerMode::calibrate ? QStringLiteral("Calibrate map")
+                       : mode == ViewerMode::view    ? QStringLiteral("View calibrated map")
+                                                     : QStringLiteral("Crop map");
+  return name.isEmpty() ? what : what + QStringLiteral(" - ") + name;
+}
+
+QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
+  auto* button = new QPushButton(QString::fromLatin1(text));
+  button->setAutoDefault(false);
+  button->setToolTip(QString::fromLatin1(toolTip));
+  layout->addWidget(button);
+  return button;
+}
+
+}  // namespace
+
+MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* parent)
+    : QDialog(parent),
+      mode_(mode),
+      image_(image),
+      session_(mode, startingRecord(image), driver.inputType),
+      crop_(image.width(), image.height()) {
+  setWindowTitle(titleOf(mode));
+  setWindowFlag(Qt::WindowMaximizeButtonHint);
+  setModal(true);
+  build();
+  connectCanvas();
+  pointsChanged();
+  canvas_->setFocus();
+}
+
+MapViewerDialog::~MapViewerDialog() = default;
+
+void MapViewerDialog::build() {
+  canvas_ = new MapCanvas(image_, nullptr);
+  auto* splitter = new QSplitter;
+  splitter->addWidget(canvas_);
+  splitter->addWidget(mode_ == ViewerMode::crop ? buildCropSide() : buildSide());
+  splitter->setStretchFactor(0, 1);
+  splitter->setCollapsible(0, false);
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(buildTools());
+  layout->addWidget(splitter, 1);
+  layout->addLayout(buildBottom());
+  const QSize available = QApplication::primaryScreen()->availableSize();
+  resize(QSize(1180, 780).boundedTo(available * 0.94));
+}
+
+QHBoxLayout* MapViewerDialog::buildTools() {
+  auto* tools = new QHBoxLayout;
+  if (mode_ != ViewerMode::crop) {
+    instruction_ = addButton(tools, "", "What to do next");
+    instruction_->setObjectName(QStringLiteral("instruction"));
+    QFont bold = instruction_->font();
+    bold.setBold(true);
+    instruction_->setFont(bold);
+    connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
+    settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
+    connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
+    undo_ = addButton(tools, "U&ndo", "Takes the last step back (Ctrl+Z)");
+    connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
+    connect(new QShortcut(QKeySequence::Undo, this), &QShortcut::activated, this, &MapViewerDialog::undo);
+  } else {
+    auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
+    tools->addWidget(hint);
+  }
+  tools->addStretch();
+  addPanTools(tools);
+  return tools;
+}
+
+void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
+  const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
+    auto* button = new QToolButton;
+    arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
+    button->setAccessibleName(QString::fromLatin1(name));
+    button->setToolTip(QString::fromLatin1(name));
+    button->setFocusPolicy(Qt::StrongFocus);
+    button->setAutoRepeat(arrow != Qt::NoArrow);
+    tools->addWidget(button);
+    return button;
+  };
+  const auto addPan = [&](const char* name, Qt::ArrowType arrow, int right, int down) {
+    connect(addTool(name, arrow, {}), &QToolButton::clicked, this,
+            [this, right, down] { canvas_->panSteps(right, down); });
+  };
+  addPan("Left", Qt::LeftArrow, -1, 0);
+  addPan("Right", Qt::RightArrow, 1, 0);
+  addPan("Up", Qt::UpArrow, 0, -1);
+  addPan("Down", Qt::DownArrow, 0, 1);
+  tools->addSpacing(8);
+  connect(addTool("Zoom in", Qt::NoArrow, QStringLiteral("+")), &QToolButton::clicked, this,
+          [this] { canvas_->zoomBy(buttonZoom); });
+  connect(addTool("Zoom out", Qt::NoArrow, QString::fromUtf8("\u2212")), &QToolButton::clicked, this,
+          [this] { canvas_->zoomBy(1 / buttonZoom); });
+  connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
+          [this] { canvas_->fit(); });
+  connect(addButton(tools, "F&ull", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
+          [this] { canvas_->full(); });
+}
+
+QWidget* MapViewerDialog::buildSide() {
+  auto* side = new QWidget;
+  auto* layout = new QVBoxLayout(side);
+  layout->setContentsMargins(6, 0, 0, 0);
+  list_ = new QTreeWidget;
+  list_->setAccessibleName(QStringLiteral("Calibration points"));
+  list_->setRootIsDecorated(false);
+  list_->setUniformRowHeights(true);
+  list_->setHeaderLabels(
+      {QStringLiteral("Point"), QStringLiteral("Position"), QStringLiteral("Pixel"), QStringLiteral("Residual")});
+  list_->header()->setStretchLastSection(false);
+  list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+  for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+  auto* tools = new QHBoxLayout;
+  adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
+  correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
+  remove_ = addButton(tools, "D&elete", "Deletes the chosen point");
+  tools->addStretch();
+  fit_ = new QLabel;
+  fit_->setWordWrap(true);
+  fit_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+  fit_->setMinimumHeight(2 * fit_->fontMetrics().lineSpacing());
+  entry_ = new PointEntry(nullptr);
+  entry_->hide();
+  layout->addWidget(list_, 1);
+  layout->addLayout(tools);
+  layout->addWidget(fit_);
+  layout->addWidget(entry_);
+  side->setMinimumWidth(46 * fontMetrics().averageCharWidth());
+
+  connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+    if (updating_ || item == nullptr) return;
+    select(list_->indexOfTopLevelItem(item) + 1);
+    const TiePoint& point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+    canvas_->centreOnPixel(point.x, point.y);
+  });
+  connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });
+  connect(adjust_, &QPushButton::clicked, this, [this] { adjustPoint(selected_); });
+  connect(correct_, &QPushButton::clicked, this, &MapViewerDialog::correctSelected);
+  connect(remove_, &QPushButton::clicked, this, &MapViewerDialog::removeSelected);
+  connect(entry_, &PointEntry::given, this, &MapViewerDialog::takeCoordinates);
+  connect(entry_, &PointEntry::dropped, this, &MapViewerDialog::dropEntry);
+  return side;
+}
+
+QWidget* MapViewerDialog::buildCropSide() {
+  cropPanel_ = new CropPanel(image_.width(), image_.height(), nullptr);
+  connect(cropPanel_, &CropPanel::edited, this, [this](const PixelRectangle& pixels) {
+    crop_.set(pixels);
+    canvas_->update();
+    showCrop();
+  });
+  return cropPanel_;
+}
+
+void MapViewerDialog::showCrop() {
+  cropPanel_->show(crop_.pixels());
+  done_->setEnabled(!crop_.pixels().isEmpty());
+}
+
+QHBoxLayout* MapViewerDialog::buildBottom() {
+  auto* bottom = new QHBoxLayout;
+  readout_ = new QLabel;
+  readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
+  readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  bottom->addWidget(readout_, 1);
+  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "&Crop" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
+  connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
+  if (mode_ != ViewerMode::view) {
+    connect(addButton(bottom, "&Cancel", ""), &QPushButton::clicked, this, &MapViewerDialog::reject);
+  }
+  return bottom;
+}
+
+void MapViewerDialog::connectCanvas() {
+  connect(canvas_, &MapCanvas::pointedAt, this, &MapViewerDialog::showPixel);
+  connect(canvas_, &MapCanvas::pointedBeside, readout_, &QLabel::clear);
+  if (mode_ == ViewerMode::crop) {
+    canvas_->setCrop(&crop_);
+    connect(canvas_, &MapCanvas::cropChanged, this, &MapViewerDialog::showCrop);
+    connect(canvas_, &MapCanvas::confirmed, this, &MapViewerDialog::accept);
+    return;
+  }
+  canvas_->setHitTest([this](double x, double y) { return session_.pointAt(canvas_->view(), x, y); });
+  connect(canvas_, &MapCanvas::mapClicked, this, &MapViewerDialog::placeAt);
+  connect(canvas_, &MapCanvas::markClicked, this, &MapViewerDialog::adjustPoint);
+  connect(canvas_, &MapCanvas::nudged, this, &MapViewerDialog::nudge);
+  connect(canvas_, &MapCanvas::markGrabbed, this, [this](int number) {
+    session_.beginMove();
+    select(number);
+  });
+  connect(canvas_, &MapCanvas::markDragged, this, [this](int number, int x, int y) {
+    session_.moveTo(number, x, y);
+    pointsChanged();
+  });
+}
+
+void MapViewerDialog::followInstruction() {
+  switch (session_.instruction()) {
+    case Instruction::start:
+      if (chooseSettings()) {
+        session_.startPlacing();
+        canvas_->setPlacing(true);
+        pointsChanged();
+      }
+      canvas_->setFocus();
+      break;
+    case Instruction::clickMap:
+      canvas_->setFocus();
+      break;
+    case Instruction::finish:
+      accept();
+      break;
+  }
+}
+
+bool MapViewerDialog::chooseSettings() {
+  CalibrationSettingsDialog dialog(settings_, this);
+  if (dialog.exec() != QDialog::Accepted) return false;
+  settings_ = dialog.settings();
+  entry_->setSettings(settings_);
+  return true;
+}
+
+void MapViewerDialog::placeAt(int x, int y) {
+  if (!session_.isPlacing() || (correcting_ != 0 && !dropEntry())) return;
+  if (session_.isFull()) {
+    tell("At most " + std::to_string(maxTiePoints) + " points");
+    return;
+  }
+  const bool moves = session_.waiting().has_value();
+  session_.wait(x, y);
+  if (!moves) {
+    entry_->setSettings(settings_);
+    entry_->show();
+    entry_->begin(static_cast<int>(session_.points().size()) + 1);
+  } else {
+    entry_->takeFocus();
+  }
+  pointsChanged();
+}
+
+void MapViewerDialog::takeCoordinates(double latitude, double longitude, const std::string& datum) {
+  if (correcting_ != 0) {
+    session_.correct(correcting_, latitude, longitude, datum);
+  } else {
+    session_.giveCoordinates(latitude, longitude, datum);
+    selected_ = static_cast<int>(session_.points().size());
+  }
+  correcting_ = 0;
+  entry_->hide();
+  canvas_->setFocus();
+  pointsChanged();
+}
+
+/// Leaves the point out that is being entered, asking when something has been typed. False when it is kept.
+bool MapViewerDialog::dropEntry() {
+  if (!entry_->isHidden() && entry_->isTouched() &&
+      !askOkCancel("Coordinates not used : OK to leave them out else cancel", notKept)) {
+    return false;
+  }
+  session_.dropWaiting();
+  correcting_ = 0;
+  entry_->hide();
+  canvas_->setFocus();
+  pointsChanged();
+  return true;
+}
+
+void MapViewerDialog::correctSelected() {
+  if (selected_ == 0 || !dropEntry()) return;
+  const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  correcting_ = selected_;
+  CalibrationSettings settings = settings_;
+  if (settings.grid != EntryGrid::british) settings.datum = point.datum;
+  entry_->setSettings(settings);
+  entry_->show();
+  entry_->beginCorrection(correcting_, point.latitude, point.longitude);
+  pointsChanged();
+}
+
+void MapViewerDialog::adjustPoint(int number) {
+  if (number == 0 || !dropEntry()) return;
+  select(number);
+  AdjustPointDialog dialog(number, this);
+  dialog.setReport(reportOf(number));
+  const std::size_t before = session_.stepCount();
+  session_.beginMove();
+  connect(&dialog, &AdjustPointDialog::moved, this, [&](int right, int down) {
+    const TiePoint point = session_.points().at(static_cast<std::size_t>(number - 1));
+    session_.moveTo(number, point.x + right, point.y + down);
+    pointsChanged();
+    dialog.setReport(reportOf(number));
+  });
+  // Beside the map, so that the mark can be watched.
+  dialog.move(mapToGlobal(QPoint(width() - dialog.sizeHint().width() - 40, 90)));
+  if (dialog.exec() != QDialog::Accepted) {
+    while (session_.stepCount() > before) session_.undo();
+    pointsChanged();
+  } else if (dialog.wantsDeletion()) {
+    removeSelected();
+  }
+}
+
+void MapViewerDialog::removeSelected() {
+  if (selected_ == 0 || !dropEntry()) return;
+  session_.remove(selected_);
+  selected_ = 0;
+  pointsChanged();
+}
+
+void MapViewerDialog::undo() {
+  if (!entry_->isHidden()) {
+    dropEntry();
+    return;
+  }
+  session_.undo();
+  pointsChanged();
+}
+
+void MapViewerDialog::select(int number) {
+  selected_ = number;
+  pointsChanged();
+}
+
+void MapViewerDialog::nudge(int right, int down) {
+  if (selected_ == 0) return;
+  const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  session_.beginMove();
+  session_.moveTo(selected_, point.x + right, point.y + down);
+  pointsChanged();
+}
+
+void MapViewerDialog::pointsChanged() {
+  if (mode_ == ViewerMode::crop) {
+    showCrop();
+    return;
+  }
+  if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
+  const TrialFit& fit = session_.fit();
+  const bool grid = preferences.showGrid && fit.valid;
+  canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
+  updateMarks();
+  updateList();
+  updateFit();
+  updateButtons();
+}
+
+void MapViewerDialog::updateMarks() {
+  std::vector<CanvasMark> marks;
+  int number = 0;
+  for (const TiePoint& point : session_.points()) {
+    ++number;
+    marks.push_back({point.x, point.y, QString::number(number),
+                     number == selected_ ? CanvasMark::Look::selected : CanvasMark::Look::plain});
+  }
+  if (const auto waiting = session_.waiting()) {
+    marks.push_back({static_cast<int>(waiting->x), static_cast<int>(waiting->y), QString::number(number + 1),
+                     CanvasMark::Look::waiting});
+  }
+  canvas_->setMarks(std::move(marks));
+}
+
+void MapViewerDialog::updateList() {
+  updating_ = true;
+  const auto count = static_cast<int>(session_.points().size());
+  while (list_->topLevelItemCount() > count) delete list_->takeTopLevelItem(count);
+  while (list_->topLevelItemCount() < count) list_->addTopLevelItem(new QTreeWidgetItem);
+  const std::vector<double>& residuals = session_.fit().residuals;
+  for (int i = 0; i < count; ++i) {
+    const auto index = static_cast<std::size_t>(i);
+    const TiePoint& point = session_.points()[index];
+    QTreeWidgetItem* item = list_->topLevelItem(i);
+    item->setText(0, QString::number(i + 1));
+    item->setText(1, stackedPosition(point.latitude, point.longitude));
+    item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
+    item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
+    item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
+    const QString tip =
+        QStringLiteral("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
+    for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
+  }
+  list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
+  updating_ = false;
+}
+
+void MapViewerDialog::updateFit() {
+  const TrialFit& fit = session_.fit();
+  const std::size_t count = session_.points().size();
+  if (fit.valid) {
+    QString text = QStringLiteral("Error of the fit: %1 pixels").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
+    if (fit.worstPoint > 0 && count > 2) {
+      text += QStringLiteral("\nroot mean square; the worst is point %1 with %2")
+                  .arg(fit.worstPoint)
+                  .arg(shown(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
+    } else {
+      text += QStringLiteral("\nFour points or more show how good they are");
+    }
+    fit_->setText(text);
+  } else if (count < 2) {
+    fit_->setText(count == 0 ? QStringLiteral("No points yet: two at least, far apart, make a calibration")
+                             : QStringLiteral("One point more makes a calibration"));
+  } else {
+    fit_->setText(QStringLiteral("These points make no calibration: they share a place, or one is wrong"));
+  }
+}
+
+void MapViewerDialog::updateButtons() {
+  instruction_->setText(QString::fromLatin1(instructionText(session_.instruction())));
+  settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
+  undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
+  for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
+  if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
+  if (mode_ == ViewerMode::view)
+    done_->setText(session_.changed() ? QStringLiteral("&Done") : QStringLiteral("&Close"));
+}
+
+QString MapViewerDialog::reportOf(int number) const {
+  const auto index = static_cast<std::size_t>(number - 1);
+  const TiePoint& point = session_.points().at(index);
+  QString text = QStringLiteral("Pixels : X %1 Y %2").arg(point.x).arg(point.y);
+  if (index < session_.fit().residuals.size()) {
+    text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
+  }
+  return text;
+}
+
+void MapViewerDialog::showPixel(int x, int y) {
+  QString text = QStringLiteral("Pixels : X ") + shown(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
+                 shown(formatNumber(y, "#####0"));
+  if (session_.fit().valid) {
+    const Position position = positionAt(session_.fit().map, x, y);
+    text += QStringLiteral("      ") + shownPosition(position.latitude, position.longitude) + QStringLiteral("      ") +
+            shownGrid(position.latitude, position.longitude);
+  }
+  readout_->setText(text);
+}
+
+void MapViewerDialog::accept() {
+  if (mode_ == ViewerMode::crop) {
+    const PixelRectangle& kept = crop_.pixels();
+    if (kept.isEmpty()) return;
+    result_ = {false, kept.left, kept.top, kept.right, kept.bottom};
+    QDialog::accept();
+    return;
+  }
+  if (!entry_->isHidden()) {
+    if (entry_->isTouched()) {
+      if (!dropEntry()) return;
+    } else if (session_.waiting() &&
+               !askOkCancel("Point without coordinates : OK to leave it out else cancel", notKept)) {
+      return;
+    }
+  }
+  if (session_.changed()) {
+    session_.commit(calibration);
+    result_.recalculate = true;
+  }
+  QDialog::accept();
+}
+
+void MapViewerDialog::reject() {
+  if (mode_ != ViewerMode::crop) {
+    const bool unfinished = session_.waiting().has_value() || (!entry_->isHidden() && entry_->isTouched());
+    if ((session_.changed() || unfinished) && !askOkCancel("Points not kept : OK to abandon them else cancel", notKept))
+      return;
+  }
+  QDialog::reject();
+}
+
+void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    if (auto* button = qobject_cast<QAbstractButton*>(focusWidget())) {
+      button->click();
+    } else if (mode_ == ViewerMode::crop) {
+      accept();
+    }
+    return;
+  }
+  if (event->key() == Qt::Key_Escape && entry_ != nullptr && !entry_->isHidden()) {
+    dropEntry();
+    return;
+  }
+  if (event->key() == Qt::Key_Delete && mode_ != ViewerMode::crop) {
+    removeSelected();
+    return;
+  }
+  QDialog::keyPressEvent(event);
+}
+
+}  // namespace vellandra

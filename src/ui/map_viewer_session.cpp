@@ -1,0 +1,127 @@
+#include "ui/map_viewer_session.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace vellandra {
+namespace {
+
+constexpr const char* changedPoints = "zzz";  ///< the input type of points that belong to no file any more
+
+std::vector<TiePoint> pointsOf(const Calibration& map) {
+  std::vector<TiePoint> points;
+  for (int i = 1; i <= map.pointCount; ++i) {
+    points.push_back({map.pixelX[i], map.pixelY[i], map.latitude[i], map.longitude[i], map.datumName[i]});
+  }
+  return points;
+}
+
+}  // namespace
+
+const char* instructionText(Instruction instruction) {
+  switch (instruction) {
+    case Instruction::start:
+      return "Click here to start calibrating";
+    case Instruction::clickMap:
+      return "Click on the map to calibrate";
+    case Instruction::finish:
+      return "Click here to finish";
+  }
+  return "";
+}
+
+CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start, std::string inputType)
+    : mode_(mode), map_(start), inputType_(std::move(inputType)), points_(pointsOf(start)), before_(points_) {
+  map_.message.clear();
+  refit();
+}
+
+Instruction CalibrationSession::instruction() const {
+  if (!placing_) return Instruction::start;
+  return mode_ == ViewerMode::calibrate && points_.size() >= 2 ? Instruction::finish : Instruction::clickMap;
+}
+
+bool CalibrationSession::wait(int x, int y) {
+  if (!placing_ || isFull()) return false;
+  waiting_ = ViewPoint{static_cast<double>(std::clamp(x, 0, std::max(map_.imageWidth - 1, 0))),
+                       static_cast<double>(std::clamp(y, 0, std::max(map_.imageHeight - 1, 0)))};
+  return true;
+}
+
+void CalibrationSession::giveCoordinates(double latitude, double longitude, const std::string& datum) {
+  if (!waiting_ || isFull()) return;
+  keepStep();
+  points_.push_back({static_cast<int>(waiting_->x), static_cast<int>(waiting_->y), latitude, longitude, datum});
+  waiting_.reset();
+  refit();
+}
+
+void CalibrationSession::correct(int number, double latitude, double longitude, const std::string& datum) {
+  keepStep();
+  TiePoint& corrected = point(number);
+  corrected = {corrected.x, corrected.y, latitude, longitude, datum};
+  refit();
+}
+
+int CalibrationSession::pointAt(const MapView& view, double x, double y) const {
+  int nearest = 0;
+  double least = reach;
+  for (std::size_t i = 0; i < points_.size(); ++i) {
+    const ViewPoint mark = view.toWindow(points_[i].x + 0.5, points_[i].y + 0.5);
+    const double distance = std::hypot(mark.x - x, mark.y - y);
+    if (distance <= least) {
+      least = distance;
+      nearest = static_cast<int>(i) + 1;
+    }
+  }
+  return nearest;
+}
+
+void CalibrationSession::moveTo(int number, int x, int y) {
+  TiePoint moved = point(number);
+  moved.x = std::clamp(x, 0, std::max(map_.imageWidth - 1, 0));
+  moved.y = std::clamp(y, 0, std::max(map_.imageHeight - 1, 0));
+  if (moved == point(number)) return;
+  if (moveBegun_) keepStep();
+  moveBegun_ = false;
+  point(number) = moved;
+  refit();
+}
+
+void CalibrationSession::remove(int number) {
+  keepStep();
+  points_.erase(points_.begin() + (number - 1));
+  refit();
+}
+
+void CalibrationSession::undo() {
+  if (steps_.empty()) return;
+  points_ = std::move(steps_.back());
+  steps_.pop_back();
+  moveBegun_ = true;
+  refit();
+}
+
+void CalibrationSession::refit() {
+  commit(map_);
+  fit_ = tryFit(map_, changed() ? changedPoints : inputType_);
+}
+
+void CalibrationSession::commit(Calibration& map) const {
+  for (int slot = 1; slot <= maxSlot; ++slot) {
+    map.hasPixel[slot] = map.hasPosition[slot] = false;
+    map.datumName[slot].clear();
+  }
+  map.cornerCount = 0;
+  map.pointCount = static_cast<std::int16_t>(points_.size());
+  int slot = 0;
+  for (const TiePoint& given : points_) {
+    ++slot;
+    map.setPixel(slot, given.x, given.y);
+    map.setPosition(slot, given.latitude, given.longitude);
+    map.datumName[slot] = given.datum;
+  }
+}
+
+}  // namespace vellandra
