@@ -12,9 +12,9 @@ namespace vellandra {
 /// harmless one.
 class ScriptedInterface : public UserInterface {
  public:
-  std::deque<Answer> boxAnswers;         ///< to boxes with a choice
-  std::deque<std::string> pickedFiles;   ///< to file pickers
-  std::deque<int> datums;                ///< to the datum match
+  std::deque<Answer> boxAnswers;        ///< to boxes with a choice
+  std::deque<std::string> pickedFiles;  ///< to file pickers
+  std::deque<int> datums;               ///< to the datum match
   std::deque<WorldFileAnswer> worldFileAnswers;
 
   std::vector<MessageBox> boxes;

@@ -44,7 +44,8 @@ std::int32_t placeOf(std::string_view letters, std::size_t index) {
 
 char letterAt(std::int32_t column, std::int32_t row) {
   if (column < 0 || column > 4 || row < 0 || row > 4) throw SubscriptOutOfRange("outside the British grid's letters");
-  return gridLetters[static_cast<std::size_t>(5 * row + column)];
+  const std::int32_t place = 5 * row + column;
+  return gridLetters[static_cast<std::size_t>(place)];
 }
 
 }  // namespace

@@ -47,10 +47,10 @@ TEST(ParseNumber, TakesTheLeadingNumberOnly) {
     bool number;
   };
   const Row rows[] = {
-      {" 12.5abc", 12.5, true}, {"-.5", -0.5, true}, {"+3", 3, true},         {"1e3", 1000, true},
-      {"1e", 1, true},          {"7.", 7, true},     {"1,5", 1, true},        {"0x10", 0, true},
-      {"inf", 0, false},        {"nan", 0, false},   {"", 0, false},          {"+-3", 0, false},
-      {".", 0, false},          {"-", 0, false},     {"1e-999", 0, true},     {"\t44 N", 44, true},
+      {" 12.5abc", 12.5, true}, {"-.5", -0.5, true}, {"+3", 3, true},     {"1e3", 1000, true},
+      {"1e", 1, true},          {"7.", 7, true},     {"1,5", 1, true},    {"0x10", 0, true},
+      {"inf", 0, false},        {"nan", 0, false},   {"", 0, false},      {"+-3", 0, false},
+      {".", 0, false},          {"-", 0, false},     {"1e-999", 0, true}, {"\t44 N", 44, true},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(parseNumber(row.text), row.value) << row.text;
