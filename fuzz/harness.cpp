@@ -156,9 +156,10 @@ bool runStage(std::string& fault, Stage stage) {
   return command(fault, do_it);
 }
 
-bool convert(std::string& fault, unsigned options) {
-  if ((options & byCommands) == 0) return runStage(fault, batch);
-  return runStage(fault, openCalibration) && runStage(fault, recalculate) && runStage(fault, writeCalibrations);
+bool convert(std::string& fault, unsigned options, bool writes) {
+  if ((options & byCommands) == 0) return runStage(fault, writes ? batch : openCalibration);
+  return runStage(fault, openCalibration) && runStage(fault, recalculate) &&
+         (!writes || runStage(fault, writeCalibrations));
 }
 
 void resetProgram(const std::string& datumsPath, unsigned options) {
@@ -228,7 +229,7 @@ Harness::~Harness() {
   fs::remove_all(root_, ignored);
 }
 
-Harness::Verdict Harness::run(std::string_view input) {
+Harness::Verdict Harness::run(std::string_view input, bool writes) {
   std::string_view answers = takeAnswers(input);
   const unsigned options = answers.empty() ? 0U : static_cast<std::uint8_t>(answers.front());
   if (!answers.empty()) answers.remove_prefix(1);
@@ -238,9 +239,9 @@ Harness::Verdict Harness::run(std::string_view input) {
   Verdict verdict;
   const std::string path = place(input, verdict.fault);
   const std::string placed = TextFile(path).content();
-  for (int times = (options & writeTwice) != 0 ? 2 : 1; times > 0 && verdict.fault.empty(); --times) {
+  for (int times = writes && (options & writeTwice) != 0 ? 2 : 1; times > 0 && verdict.fault.empty(); --times) {
     driver.inputPath = path;
-    verdict.converted = convert(verdict.fault, options);
+    verdict.converted = convert(verdict.fault, options, writes);
     if (verdict.converted) verdict.fault = checkResult();
   }
   if (verdict.fault.empty() && TextFile(path).content() != placed) verdict.fault = "the input was changed";
