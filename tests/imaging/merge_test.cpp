@@ -108,6 +108,9 @@ TEST_F(MergePixelsTest, ThreadsAndModelsDoNotShow) {
       if (bytes.empty()) bytes = bytesOf(canvas);
       EXPECT_TRUE(bytes == bytesOf(canvas)) << threads;
       EXPECT_TRUE(std::is_sorted(person.progress.begin(), person.progress.end()));
+      if (threads == 1) {
+        EXPECT_GT(person.progress[person.progress.size() - 2], canvas.height() * 3 / 4);
+      }
       EXPECT_EQ(person.progress.back(), canvas.height());
       EXPECT_EQ(person.progressTotal, canvas.height());
     }
@@ -167,6 +170,8 @@ TEST(MergeCanvas, HoldsBothMapsAndNoMore) {
       {"beyond 32767", linearMap(100, 80, 5, 50, 0.0001), linearMap(10, 10, 120, 20, 0.01), 32767, 32767, 0, 0},
       {"beyond 32767 at the left", linearMap(100, 80, 5, 50, 0.0001), linearMap(10, 10, -120, 50, 0.01), 32767, 1000,
        32667, 0},
+      {"beyond 32767 on all sides", linearMap(100, 80, 5, 50, 0.0001), linearMap(100, 100, 0, 60, 0.2), 32767, 32767,
+       32667, 32687},
       {"across 180 degrees", linearMap(100, 80, 179.5, 50, 0.01), linearMap(100, 80, -180, 50, 0.01), 150, 80, 0, 0},
   };
   for (const Row& row : rows) {
@@ -218,6 +223,7 @@ TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
     const std::string path = folder + row.name + ".png";
     EXPECT_EQ(calibration.imagePath, path);
     EXPECT_FALSE(driver.calibrationPending);
+    EXPECT_EQ(driver.pickerTitle, "Open calibration file for map");
 
     const MergeSides sides{row.base, row.other};
     const Canvas canvas = proposedCanvas(sides);
@@ -331,18 +337,23 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
 }
 
 TEST_F(MergeMapsTest, EveryMergeStartsFromTheBaseMapAsItWas) {
-  writeNorthUpMaps();
-  const std::optional<MergeMaps> maps = openMergeMaps();
-  ASSERT_TRUE(maps);
-  const Canvas canvas = proposedCanvas(maps->sides);
-  const MergedMap once = mergedMap(*maps, canvas, 0.5F, 2);
-  EXPECT_EQ(once.map.imagePath, "$merge$");
-  EXPECT_EQ(colorAt(once.image, 5, 5), grey(100));
-  EXPECT_EQ(colorAt(once.image, 40, 20), grey(150));
-  EXPECT_EQ(colorAt(once.image, 70, 50), grey(200));  // beyond the base map: not blended
-  EXPECT_EQ(colorAt(once.image, 70, 5), markerColor);
-  EXPECT_EQ(bytesOf(mergedMap(*maps, canvas, 0.5F, 2).image), bytesOf(once.image));
-  EXPECT_EQ(colorAt(maps->base, 40, 20), grey(100));
+  // The merge map covers columns -20 to 29 and rows -10 to 39 of the base map.
+  MergeMaps maps{{linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 4.98, 50.01, 0.001)},
+                 picture(60, 40, 1),
+                 allocate24Bits(50, 50, grey(200))};
+  const Bitmap base = clone(maps.base);
+  PixelColor half;
+  Lerp(colorAt(base, 20, 10), grey(200), 0.5F, half);
+  const MergedMap enlarged = mergedMap(maps, proposedCanvas(maps.sides), 0.5F, 2);
+  EXPECT_EQ(enlarged.map.imagePath, "$merge$");
+  EXPECT_EQ(colorAt(enlarged.image, 40, 20), half);
+  EXPECT_EQ(colorAt(enlarged.image, 70, 45), colorAt(base, 50, 35));
+  EXPECT_EQ(colorAt(enlarged.image, 5, 5), grey(200));  // beyond the base map: not blended
+  EXPECT_EQ(colorAt(enlarged.image, 70, 5), markerColor);
+  const MergedMap kept = mergedMap(maps, std::nullopt, 0.5F, 2);
+  EXPECT_EQ(colorAt(kept.image, 20, 10), half);
+  EXPECT_EQ(kept.image.width(), 60);
+  EXPECT_EQ(bytesOf(maps.base), bytesOf(base));
 }
 
 TEST_F(MergeMapsTest, NoMemoryForTheCanvasEndsTheCommand) {

@@ -69,6 +69,7 @@ TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
     for (const char* percentage : {"10", "33.3", "50", "90"}) {
       ASSERT_TRUE(rescaleTo(percentage, folder + "copy.png")) << row.name << person.boxTexts().back();
       open(folder + "copy.map");
+      EXPECT_EQ(calibration.pixelX[firstCornerSlot + 2], calibration.imageWidth - 1);
       const double perX = 1001.0 / calibration.imageWidth;
       const double perY = 777.0 / calibration.imageHeight;
       for (const auto& [x, y] : {std::pair{0.0, 0.0}, {1000.0, 0.0}, {500.0, 390.0}, {1000.0, 776.0}, {0.0, 776.0}}) {
@@ -114,6 +115,16 @@ TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
     EXPECT_NEAR(sumX / sum, middle.x, 0.02) << name;
     EXPECT_NEAR(sumY / sum, middle.y, 0.02) << name;
   }
+}
+
+TEST_F(SavedCopyTest, MetresPerPixelGrowAsPixelsDo) {
+  openMade(linearMap(1000, 800, 5, 50, 1e-3));
+  const auto written = [](const std::string& path) {
+    const std::string text = contentOf(path);
+    return std::stod(text.substr(text.find("MM1B , ") + 7));
+  };
+  ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
+  EXPECT_NEAR(written(folder + "copy.map"), 2 * written(folder + "open.map"), 0.1);
 }
 
 TEST_F(SavedCopyTest, PointsGoAlong) {
