@@ -17,8 +17,8 @@ namespace {
 
 constexpr const char* usage =
     "Usage: vellandra CALIBRATION\n"
-    "Reads a map calibration (.map, .tfw, .jgw, .pgw), brings it to WGS 84 and writes it for other programs beside "
-    "it.\n"
+    "Reads a map calibration (.map, .tfw, .jgw, .pgw, .jpr, .cal, .gux, .imp, .gmi, .mcd), brings it to\n"
+    "WGS 84 and writes it for other programs beside it.\n"
     "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
 
 }  // namespace
@@ -39,7 +39,8 @@ int main(int argc, char** argv) {
   }
   vellandra::Console console(std::cin, std::cout, std::cerr, isatty(STDIN_FILENO) != 0);
   vellandra::setUserInterface(console);
-  vellandra::setFormatTable({vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::setFormatTable(
+      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
   vellandra::startSession();
   const int status = vellandra::runBatch(vellandra::batchPath(arguments));
   vellandra::closeLog();

@@ -31,6 +31,7 @@ class ScriptedInterface : public UserInterface {
   std::vector<int> progress;  ///< steps done, of `progressTotal`
   int progressTotal = 0;
   std::string panel;
+  std::vector<bool> busyStates;
   MenuStates menuStates;
 
   ScriptedInterface() { setUserInterface(*this); }
@@ -71,7 +72,7 @@ class ScriptedInterface : public UserInterface {
     progress.push_back(done);
     progressTotal = total;
   }
-  void showBusy(bool) override {}
+  void showBusy(bool busy) override { busyStates.push_back(busy); }
   void setMenuStates(const MenuStates& states) override { menuStates = states; }
 
   /// Texts of the boxes shown so far.

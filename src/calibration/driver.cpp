@@ -185,6 +185,14 @@ bool saveClipboardImage() {
   return true;
 }
 
+/// Calibrations name the image after themselves: said when the image has another name.
+void reportImageName() {
+  const PathParts image = splitPath(calibration.imagePath);
+  if (foldCase(toUtf8(image.base)) == foldCase(toUtf8(driver.inputBase))) return;
+  showMessage("The calibrations name the image " + driver.inputBase + "." + image.extension + ", the map's image is " +
+              std::string(fileName(calibration.imagePath)));
+}
+
 bool runWriters(WriterMoment moment) {
   for (const WriterRow& row : formats.writers) {
     if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
@@ -204,6 +212,7 @@ void logPoints() {
 bool writeOutputs() {
   if (!driver.transformValid) return stop("Insufficient points to proceed");
   if (!saveClipboardImage()) return false;
+  reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
   const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;
   if (!cornersHeld) fillImageCorners();

@@ -114,17 +114,6 @@ void readLine(std::string_view line, int number, MapFile& map) {
   }
 }
 
-/// British grid points come out on WGS 84, so everything else in the file has to follow them there.
-void shiftOthersToWgs84(const MapFile& map, int datumIndex) {
-  Slots<bool> done;
-  for (const GridPoint& point : map.gridPoints) done[point.slot] = true;
-  for (int slot = 1; slot <= maxSlot; ++slot) {
-    if (calibration.hasPosition[slot] && !done[slot]) {
-      shiftToWgs84(datumIndex, calibration.latitude[slot], calibration.longitude[slot]);
-    }
-  }
-}
-
 /// Places the grid points on the grid that the projection names. Returns the datum on which all positions are then.
 int placeGridPoints(const MapFile& map, int datumIndex) {
   const std::string_view projection = trim(calibration.projection);
@@ -143,7 +132,9 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   }
   if (!utm && !british && !irish) tell("unknown projection");
   if (!british || datumIndex == 0) return datumIndex;
-  shiftOthersToWgs84(map, datumIndex);
+  Slots<bool> onWgs84;
+  for (const GridPoint& point : map.gridPoints) onWgs84[point.slot] = true;
+  shiftOthersToWgs84(onWgs84, datumIndex);
   return matchDatum("WGS 84");
 }
 
