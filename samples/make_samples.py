@@ -273,8 +273,9 @@ def variants(checks, countries):
     for sample, extension in ((edge, ".png"), (corner, ".gif"), (photo, ".jpg")):
         draw_map.draw(sample, countries, folder / f"{sample.name}{extension}")
     for sample in (edge, corner):
-        top_left, top_right, bottom_right, bottom_left = sample.corners()
-        pixels = [top_left, top_right, bottom_left, bottom_right]
+        # The outer edges of the picture: one past its last column and row.
+        right, bottom = sample.width, sample.height
+        pixels = [(0, 0), (right, 0), (0, bottom), (right, bottom)]
         (west, north), _, _, (east, south) = places = sample.lonlat(pixels)
         path = folder / f"{sample.name}.cal"
         sides = (west, north, east, south)

@@ -31,6 +31,11 @@ inline void writeTestFile(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
+/// Position of a name in the datum table that is loaded.
+inline int datumNumber(const std::string& name) {
+  return findDatumByName(datumColumnName(name));
+}
+
 /// A folder of its own, the program's state as new, and a scripted person.
 class CoreTest : public testing::Test {
  protected:

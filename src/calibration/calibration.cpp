@@ -1,5 +1,7 @@
 #include "calibration/calibration.h"
 
+#include <algorithm>
+
 #include "calibration/messages.h"
 #include "support/text.h"
 
@@ -31,10 +33,10 @@ void Calibration::clear() {
 
 void closePointGaps() {
   Calibration& c = calibration;
-  int last = 0;
   const int slots = c.cornerCount > 0 ? maxTiePoints : maxSlot;
+  int last = std::min<int>(c.pointCount, slots);
   for (int slot = 1; slot <= slots; ++slot) {
-    if (c.hasPixel[slot] || c.hasPosition[slot]) last = slot;
+    if (c.hasPixel[slot] || c.hasPosition[slot]) last = std::max(last, slot);
   }
   int count = 0;
   std::string missing;

@@ -60,7 +60,8 @@ struct Calibration {
 extern Calibration calibration;
 
 /// Moves the tie points that have both a pixel and a position together to slots 1 and up and sets `pointCount`; says on
-/// the panel which numbers were missing or incomplete. To be called once, after a reader.
+/// the panel which numbers were missing or incomplete, up to the last slot filled or the count that the reader left. To
+/// be called once, after a reader.
 void closePointGaps();
 
 /// Drops map corners that are not complete.

@@ -56,7 +56,7 @@ void finddatum(std::string& name, std::int16_t& index) {
 }
 
 int matchDatum(std::string_view name) {
-  std::string shaped = datumColumnName(name);
+  std::string shaped = datumColumnName(upperCase(trim(name)) == "WGS84" ? "WGS 84" : name);
   std::int16_t index = 0;
   finddatum(shaped, index);
   return index;

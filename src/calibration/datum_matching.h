@@ -16,7 +16,7 @@ void LoadDatums();
 /// its match, and for a name that is not in the table the person is asked. `index` is 0 when there is no match.
 void finddatum(std::string& name, std::int16_t& index);
 
-/// The same for a name as a file gives it; sets `inputDatumName`. Returns the index.
+/// The same for a name as a file gives it, "WGS84" meaning "WGS 84"; sets `inputDatumName`. Returns the index.
 int matchDatum(std::string_view name);
 
 /// Asks for a datum of the table under `label`, without remembering the answer for other files. Returns the index or 0.

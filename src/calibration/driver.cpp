@@ -43,7 +43,7 @@ struct MenuStatesAtEnd {
   MenuStatesAtEnd& operator=(const MenuStatesAtEnd&) = delete;
   ~MenuStatesAtEnd() {
     flushLog();
-    userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
+    updateMenuStates();
   }
 };
 
@@ -55,7 +55,7 @@ bool obtainInputPath() {
     return true;
   }
   std::string chosen = std::exchange(driver.offeredPath, {});
-  if (chosen.empty()) chosen = getfile("Open calibration file for map");
+  if (chosen.empty()) chosen = getfile(driver.pickerTitle);
   if (chosen.empty()) return stop("No input file specified", "No input");
   const std::string found = findFile(chosen);
   if (found.empty()) return stop("Missing input file");
@@ -187,6 +187,14 @@ bool saveClipboardImage() {
   return true;
 }
 
+/// Calibrations name the image after themselves: said when the image has another name.
+void reportImageName() {
+  const PathParts image = splitPath(calibration.imagePath);
+  if (foldCase(toUtf8(image.base)) == foldCase(toUtf8(driver.inputBase))) return;
+  showMessage("The calibrations name the image " + driver.inputBase + "." + image.extension + ", the map's image is " +
+              std::string(fileName(calibration.imagePath)));
+}
+
 bool runWriters(WriterMoment moment) {
   for (const WriterRow& row : formats.writers) {
     if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
@@ -206,6 +214,7 @@ void logPoints() {
 bool writeOutputs() {
   if (!driver.transformValid) return stop("Insufficient points to proceed");
   if (!saveClipboardImage()) return false;
+  reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
   const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;
   if (!cornersHeld) fillImageCorners();
@@ -233,6 +242,10 @@ void splitInputPath(const std::string& path) {
   driver.inputFolder = parts.folder;
   driver.inputBase = parts.base;
   driver.inputExtension = parts.extension;
+}
+
+void updateMenuStates() {
+  userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
 }
 
 bool do_it() {

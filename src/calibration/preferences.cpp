@@ -63,11 +63,11 @@ constexpr int largest16 = 32767;
 std::vector<Key> keys() {
   Preferences& p = preferences;
   const Key match = {"matchdatum",
-                     [&p](const Values& given) {
+                     [&](const Values& given) {
                        p.unmatchedName = datumColumnName(field(given, 0));
                        p.matchedName = datumColumnName(field(given, 1));
                      },
-                     [&p] { return std::string(trim(p.unmatchedName)) + "=" + std::string(trim(p.matchedName)); }};
+                     [&] { return std::string(trim(p.unmatchedName)) + "=" + std::string(trim(p.matchedName)); }};
   return {boolean("Warnoverwrite", p.warnOverwrite),
           boolean("WriteWGS84", p.writeWgs84),
           boolean("stretchnotrotate", p.stretchNotRotate),

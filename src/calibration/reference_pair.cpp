@@ -83,7 +83,7 @@ UtmPlane utmPlaneOf(const ReferencePair& pair) {
   plane.meanLon = (c.longitude[pair.i] + c.longitude[pair.j]) / 2;
   plane.meanLat = (c.latitude[pair.i] + c.latitude[pair.j]) / 2;
   plane.zone = toInt16(static_cast<std::int64_t>(std::floor((plane.meanLon + 186) / 6)));
-  const auto project = [&c, &plane](int slot, double& east, double& north) {
+  const auto project = [&](int slot, double& east, double& north) {
     LatLongToUtm(c.latitude[slot], c.longitude[slot], plane.zone, east, north);
     if (c.latitude[slot] < 0) north -= 10000000;
   };
@@ -159,7 +159,7 @@ void logCheck(const ReferencePair& pair) {
   Calibration& c = calibration;
   setMercatorOrdinates();
   const bool rows = !c.isMercator() || c.imageHeight != 0;
-  const auto calculated = [&c, rows](int slot) {
+  const auto calculated = [&](int slot) {
     return rows ? pixelAt(c, c.latitude[slot], c.longitude[slot]) : Pixel{0, 0};
   };
   const Pixel second = calculated(pair.j);

@@ -1,6 +1,7 @@
 #include "calibration/session.h"
 
 #include <exception>
+#include <filesystem>
 #include <new>
 
 #include "calibration/driver.h"
@@ -63,7 +64,9 @@ std::string batchPath(const std::vector<std::string>& arguments) {
   std::string path;
   for (const std::string& argument : arguments) path += (path.empty() ? "" : " ") + argument;
   if (path.size() >= 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
-  return path;
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 int runBatch(const std::string& path) {

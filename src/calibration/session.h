@@ -18,7 +18,8 @@ bool endSession();
 /// error.
 bool runCommand(const std::function<bool()>& command);
 
-/// The arguments of the command line as one path: joined by single blanks, without one pair of surrounding quotes.
+/// The arguments of the command line as one path: joined by single blanks, without one pair of surrounding quotes, and made
+/// absolute, so that it means the same in the files that are written.
 std::string batchPath(const std::vector<std::string>& arguments);
 
 /// Converts `path` and writes every output. Returns the exit status: 0 when the outputs were written, 1 when it

@@ -5,6 +5,7 @@
 #include "imaging/bitmap.h"
 #include "support/numbers.h"
 #include "support/paths.h"
+#include "support/text.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -49,6 +50,12 @@ void getidata(std::string& path, std::int16_t& width, std::int16_t& height) {
   height = toInt16(size->height);
   compareSize("width", statedWidth, width);
   compareSize("height", statedHeight, height);
+}
+
+std::string imageBeside(const std::string& calibrationPath, std::string_view name) {
+  const PathParts parts = splitPath(calibrationPath);
+  name = trim(fileName(trim(name)));
+  return parts.folder + (name.empty() ? parts.base + ".png" : std::string(name));
 }
 
 }  // namespace vellandra

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace vellandra {
 
@@ -10,5 +11,9 @@ namespace vellandra {
 /// `width` and `height` in: as the calibration states them, 0 when it does not; out: the image's own, 0 without an
 /// image. Throws Overflow for an image past 32767 pixels.
 void getidata(std::string& path, std::int16_t& width, std::int16_t& height);
+
+/// Path of the image that the calibration file `calibrationPath` calls `name`: in the calibration's own folder, by the
+/// name alone. Without a name it is the calibration's base name with ".png".
+std::string imageBeside(const std::string& calibrationPath, std::string_view name = {});
 
 }  // namespace vellandra

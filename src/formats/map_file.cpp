@@ -114,17 +114,6 @@ void readLine(std::string_view line, int number, MapFile& map) {
   }
 }
 
-/// British grid points come out on WGS 84, so everything else in the file has to follow them there.
-void shiftOthersToWgs84(const MapFile& map, int datumIndex) {
-  Slots<bool> done;
-  for (const GridPoint& point : map.gridPoints) done[point.slot] = true;
-  for (int slot = 1; slot <= maxSlot; ++slot) {
-    if (calibration.hasPosition[slot] && !done[slot]) {
-      shiftToWgs84(datumIndex, calibration.latitude[slot], calibration.longitude[slot]);
-    }
-  }
-}
-
 /// Places the grid points on the grid that the projection names. Returns the datum on which all positions are then.
 int placeGridPoints(const MapFile& map, int datumIndex) {
   const std::string_view projection = trim(calibration.projection);
@@ -143,7 +132,9 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   }
   if (!utm && !british && !irish) tell("unknown projection");
   if (!british || datumIndex == 0) return datumIndex;
-  shiftOthersToWgs84(map, datumIndex);
+  Slots<bool> onWgs84;
+  for (const GridPoint& point : map.gridPoints) onWgs84[point.slot] = true;
+  shiftOthersToWgs84(onWgs84, datumIndex);
   return matchDatum("WGS 84");
 }
 
@@ -213,10 +204,19 @@ std::string cornerLines() {
   return content;
 }
 
-std::string headerLines() {
+/// Both as they are written.
+struct ImageNames {
+  std::string folder, name;
+};
+
+ImageNames imageNamesOfRun() {
+  return {inInputEncoding(driver.inputFolder), imageNameForOutput()};
+}
+
+std::string headerLines(const ImageNames& image) {
   std::string content = line("OziExplorer Map Data File Version 2.2");
-  content += line(imageNameForOutput());
-  content += line(inInputEncoding(driver.inputFolder) + imageNameForOutput());
+  content += line(image.name);
+  content += line(image.folder + image.name);
   content += line("1 ,Map Code,");
   content += line("WGS 84,WGS 84,   0.0000,   0.0000,WGS 84");
   content += line("Reserved 1");
@@ -228,9 +228,9 @@ std::string headerLines() {
   return content;
 }
 
-std::string mapContent() {
+std::string mapContent(const ImageNames& image) {
   const Calibration& c = calibration;
-  std::string content = headerLines();
+  std::string content = headerLines(image);
   for (int i = 1; i <= maxTiePoints; ++i) content += line(i <= c.pointCount ? pointLine(i) : emptyPointLine(i));
   content += line("Projection Setup,,,,,,,,,,");
   content += line("Map Feature = MF ; Map Comment = MC     These follow if they exist");
@@ -244,6 +244,13 @@ std::string mapContent() {
   content += line("IWH,Map Image Width/Height," + formatNumber(c.imageWidth, "00000") + "," +
                   formatNumber(c.imageHeight, "00000"));
   return content;
+}
+
+WriteOutcome writeUnasked(const std::string& path, const ImageNames& image) {
+  if (calibration.cornerCount == 0) fillImageCorners();
+  if (writeWholeFile(path, mapContent(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 }  // namespace
@@ -267,15 +274,21 @@ ReadResult readMap(const std::string& path) {
 }
 
 WriteOutcome putmap(const std::optional<std::string>& folder) {
+  if (folder) return writeUnasked(*folder + "/" + driver.inputBase + ".map", imageNamesOfRun());
   if (calibration.cornerCount == 0) fillImageCorners();
-  if (folder) {
-    const std::string path = *folder + "/" + driver.inputBase + ".map";
-    if (writeWholeFile(path, mapContent())) return WriteOutcome::written;
-    tell("unable to write " + path);
-    return WriteOutcome::failed;
-  }
   const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent()) : WriteOutcome::skipped;
+  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+}
+
+std::string mapPathBeside(const std::string& imagePath) {
+  const PathParts parts = splitPath(imagePath);
+  return parts.folder + parts.base + ".map";
+}
+
+WriteOutcome writeMapBeside(const std::string& imagePath) {
+  const ImageNames image{inInputEncoding(splitPath(imagePath).folder),
+                         inInputEncoding(std::string(fileName(imagePath)))};
+  return writeUnasked(mapPathBeside(imagePath), image);
 }
 
 }  // namespace vellandra

@@ -1,8 +1,9 @@
 #include "formats/point_fields.h"
 
+#include <cmath>
 #include <string>
 
-#include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -31,9 +32,16 @@ void readDegrees(int slot, std::string_view latitude, std::string_view longitude
 }
 
 int pointNumber(std::string_view text, int most) {
-  const std::int32_t number = parseInt32(text);
-  if (number < 0 || number > most) throw SubscriptOutOfRange("point " + std::to_string(number));
-  return number;
+  const double number = std::nearbyint(parseNumber(text));
+  if (!(number >= 0 && number <= most)) throw SubscriptOutOfRange("point " + std::string(trim(text).substr(0, 40)));
+  return static_cast<int>(number);
+}
+
+std::optional<int> pointNumberInKey(std::string_view text, int most) {
+  text = trim(text);
+  const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+  if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
+  return pointNumber(text, most);
 }
 
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
@@ -66,6 +74,14 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
   double lon = 0;
   IrishGridToLatLong(square, parseNumber(easting), parseNumber(northing), lat, lon);
   calibration.setPosition(slot, lat, lon);
+}
+
+void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
+  for (int slot = 1; slot <= maxSlot; ++slot) {
+    if (calibration.hasPosition[slot] && !onWgs84[slot]) {
+      shiftToWgs84(datumIndex, calibration.latitude[slot], calibration.longitude[slot]);
+    }
+  }
 }
 
 bool isSouthernBand(char letter) {

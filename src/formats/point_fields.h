@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
+
+#include "calibration/calibration.h"
 
 namespace vellandra {
 
@@ -18,6 +21,10 @@ void readDegrees(int slot, std::string_view latitude, std::string_view longitude
 /// SubscriptOutOfRange, 0 gives 0, which is never used.
 int pointNumber(std::string_view text, int most);
 
+/// The same for the number within a key, such as "12" of "rp12"; nothing when `text` is not a whole number, which is to
+/// say that the key is another one.
+std::optional<int> pointNumberInKey(std::string_view text, int most);
+
 /// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60.
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
              std::string_view northing);
@@ -28,6 +35,10 @@ void readBritishGrid(int slot, std::string_view letters, std::string_view eastin
 
 /// Position of `slot`, on the Irish grid's own ellipsoid. `letter` is a square, or empty for full grid metres.
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing);
+
+/// Shifts the positions of all slots but those that are on WGS 84 already from datum `datumIndex` of the table to it.
+/// For files that hold British grid points, which come out on WGS 84, beside others.
+void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex);
 
 /// True for a UTM band letter south of the equator, C to M.
 bool isSouthernBand(char letter);

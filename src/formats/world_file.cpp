@@ -148,6 +148,7 @@ ReadResult readWorldFile(const std::string& path) {
 WriteOutcome writeWorldFile() {
   const std::optional<std::string> path = outputPathUnlessInput("tfw", ".tfw");
   if (!path) return WriteOutcome::skipped;
+  reportLostProjection(".tfw");
   const WorldFileTerms& t = driver.worldFile;
   std::string content;
   for (const double term : {t.A, t.D, t.B, t.E}) content += line(formatNumber(term, "###0.000000000"));

@@ -21,6 +21,9 @@ bool loadMapImage(const std::string& path);
 /// no picture. Throws Overflow past 32767 pixels.
 bool takeMapImage(const Picture& picture);
 
+/// `bitmap`, of 24 bits, as a picture whose longer side is at most `longestSide` pixels.
+Picture pictureOf(const Bitmap& bitmap, int longestSide);
+
 /// Saves the map on show as PNG; false on failure and when there is none.
 bool saveMapImage(const std::string& path);
 

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vellandra {
+
+class GarminTileControls;
 
 enum class Buttons { ok, okCancel, yesNo };
 enum class Icon { none, question, warning, error };
@@ -32,11 +35,34 @@ struct WorldFileAnswer {
   bool southern = false;
 };
 
-/// A picture as the clipboard holds it: rows from the top, pixels of blue, green, red, nothing between the rows. Empty
-/// (all sizes 0) when there is none.
+/// A picture to show, or from the clipboard: rows from the top, pixels of blue, green, red, nothing between the rows.
+/// Empty (all sizes 0) when there is none.
 struct Picture {
   int width = 0, height = 0;
   std::vector<std::uint8_t> pixels;
+};
+
+/// The dialog "Merge Maps" as it opens, and again after each of its actions.
+struct MergeQuestion {
+  std::string expandCaption;      ///< beside the box for enlarging the base map
+  bool merged = false;            ///< there is a result, which can be saved
+  std::string percentage = "50";  ///< the field labelled transparency, as it was left
+  bool enlarge = false;           ///< the box, as it was left
+  Picture preview;                ///< the base map, or the result, scaled down
+};
+
+struct MergeAnswer {
+  enum class Action { close, merge, save };
+  Action action = Action::close;
+  std::string percentage;  ///< as typed
+  bool enlarge = false;    ///< the base map is enlarged first
+};
+
+/// Columns `left` to `right` - 1 and rows `top` to `bottom` - 1 of an image.
+struct PixelRectangle {
+  int left = 0, top = 0, right = 0, bottom = 0;
+  bool isEmpty() const { return left >= right || top >= bottom; }
+  bool operator==(const PixelRectangle&) const = default;
 };
 
 /// Which commands of the main window can be used.
@@ -62,6 +88,19 @@ class UserInterface {
   /// "TFW Parameters": `lines` are the world file's lines, `zones` the entries of the zone list (1 to 60, then the
   /// British grid).
   virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
+
+  /// "Merge Maps": what the person wants done next.
+  virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+
+  /// "Garmin Tile controls", over a picture of the open map. `controls` hold what was chosen; they stay unconfirmed
+  /// where there is no window to choose in.
+  virtual void askGarminTiles(GarminTileControls& /*controls*/) {}
+
+  /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
+  virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;
+
+  /// A part of an image of `width` x `height` pixels, which the answer need not lie in; nothing when cancelled.
+  virtual std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) = 0;
 
   /// The whole text of the message panel, each line ended by CR LF.
   virtual void showPanel(const std::string& message) = 0;

@@ -38,7 +38,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   driver.transformValid = false;
   driver.calibrationPending = false;
   inputDatumName.clear();
-  userInterface().setMenuStates({});
+  updateMenuStates();
 }
 
 /// Converts and fits the points that were placed.
@@ -100,6 +100,17 @@ bool mnulic(const Viewer& viewer) {
 bool mnuwc() {
   driver.stage = writeCalibrations;
   return do_it();
+}
+
+// The tile writers of imaging/ take these two places.
+bool mnuwmt() {
+  tell("TrekBuddy tiles cannot be written yet");
+  return false;
+}
+
+bool mwgcm() {
+  tell("Garmin Custom Maps cannot be written yet");
+  return false;
 }
 
 bool showOpenMap() {

@@ -25,6 +25,10 @@ bool mnulic(const Viewer& viewer);
 /// Write Calibrations.
 bool mnuwc();
 
+/// Write map as Trekbuddy tiles, Write Garmin Custom Map.
+bool mnuwmt();
+bool mwgcm();
+
 /// View Calibrated Map; fits again when points were changed.
 bool mnuvc(const Viewer& viewer);
 

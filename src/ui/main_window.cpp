@@ -22,8 +22,11 @@
 #include "calibration/driver.h"
 #include "calibration/pickers.h"
 #include "calibration/session.h"
+#include "imaging/merge.h"
+#include "imaging/rescale_crop.h"
 #include "support/paths.h"
 #include "ui/commands.h"
+#include "ui/merge_dialog.h"
 #include "ui/preferences_dialog.h"
 #include "ui/qt_text.h"
 #include "ui/window_settings.h"
@@ -106,6 +109,8 @@ void MainWindow::buildMenus() {
   file->addSeparator();
   addCommand(file, "mnuwc", " &Write Calibrations", "Writes the calibration for every program, beside the input",
              QKeySequence::Save, [] { return mnuwc(); });
+  addCommand(file, "mnuwmt", " Write map as &Trekbuddy tiles", "Cuts the map into tiles for TrekBuddy", {}, mnuwmt);
+  addCommand(file, "mwgcm", " Write &Garmin Custom Map", "Cuts the map into tiles for a Garmin device", {}, mwgcm);
   file->addSeparator();
   addCommand(file, "mnuexit", " E&xit", "Ends the program", QKeySequence("Ctrl+Q"), [this] {
     QMetaObject::invokeMethod(this, &QWidget::close, Qt::QueuedConnection);
@@ -122,6 +127,11 @@ void MainWindow::buildMenus() {
              [] { return locateDatumsFile(); });
   addCommand(edit, "mnuel7z", " Locate &7-Zip program", "Chooses the program that packs Garmin Custom Maps", {},
              [] { return locateSevenZip(); });
+
+  edit->addSeparator();
+  addCommand(edit, "mnurs", " &Rescale map and save", "Saves the map smaller, with its calibration", {}, rescaleMap);
+  addCommand(edit, "mnucm", " &Crop map and save", "Saves a part of the map, with its calibration", {}, cropMap);
+  addCommand(edit, "mnumm", "&Merge Maps", "Paints one calibrated map into another", {}, mergeMaps);
 
   QMenu* help = menu("mnuhelp", "&Help");
   addCommand(help, "mnuabout", " &About", "", {}, [] { return mnuabout(); });
@@ -189,6 +199,7 @@ void MainWindow::run(const Command& command) {
   (void)runCommand(command);
   running_ = false;
   showProgress(0, 0);
+  delete findChild<QDialog*>(MergeDialog::name);  // open from its first question to the end of the command
   refresh();
 }
 

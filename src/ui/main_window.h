@@ -27,6 +27,8 @@ class MainWindow : public QMainWindow {
   void showProgress(int done, int total);
   void setMenuStates(const MenuStates& states);
 
+  ViewerResult view(ViewerMode mode) { return showViewer_(this, mode); }
+
   /// Opens a calibration or a map image, told by the path's ending.
   void openFile(const QString& path);
 
@@ -50,7 +52,6 @@ class MainWindow : public QMainWindow {
   void rememberFile(const std::string& path);
   void showHelp();
   void showReadme();
-  ViewerResult view(ViewerMode mode) { return showViewer_(this, mode); }
 
   ShowViewer showViewer_;
   bool running_ = false;

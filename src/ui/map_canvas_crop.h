@@ -2,14 +2,9 @@
 
 #include <optional>
 
-namespace vellandra {
+#include "support/user_interface.h"
 
-/// Pixels of an image; right and bottom are exclusive.
-struct PixelRectangle {
-  int left = 0, top = 0, right = 0, bottom = 0;
-  bool isEmpty() const { return left >= right || top >= bottom; }
-  bool operator==(const PixelRectangle&) const = default;
-};
+namespace vellandra {
 
 /// What of a rectangle a hand takes hold of.
 struct CropGrip {

@@ -3,17 +3,25 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QImage>
+#include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <algorithm>
 
+#include "imaging/map_image.h"
+#include "ui/commands.h"
 #include "ui/file_dialog.h"
+#include "ui/garmin_dialog.h"
 #include "ui/main_window.h"
 #include "ui/match_dialog.h"
+#include "ui/merge_dialog.h"
 #include "ui/qt_text.h"
 #include "ui/tfw_dialog.h"
 
 namespace vellandra {
 namespace {
+
+constexpr int longestPictureSide = 1600;  // pixels, of a map scaled down for a dialog
 
 /// The normal pointer while a dialog is open in the middle of busy work.
 class NormalPointer {
@@ -96,6 +104,37 @@ WorldFileAnswer WindowInterface::askWorldFile(const std::string& lines, const st
   TfwDialog dialog(parent(), lines, zones);
   dialog.exec();
   return dialog.answer();
+}
+
+MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
+  if (window_ == nullptr) return {};
+  auto* open = static_cast<MergeDialog*>(window_->findChild<QDialog*>(MergeDialog::name));
+  MergeDialog* dialog = open != nullptr ? open : new MergeDialog(window_);
+  return dialog->ask(question);
+}
+
+void WindowInterface::askGarminTiles(GarminTileControls& controls) {
+  const NormalPointer normal(busy_);
+  if (showOpenMap()) showGarminTileControls(parent(), pictureOf(mapImage.bitmap, longestPictureSide), controls);
+}
+
+std::optional<std::string> WindowInterface::askText(const std::string& prompt, const std::string& initial) {
+  const NormalPointer normal(busy_);
+  QInputDialog dialog(parent());
+  dialog.setObjectName("text");
+  dialog.setWindowTitle("Vellandra");
+  dialog.setLabelText(shown(prompt));
+  dialog.setTextValue(shown(initial));
+  dialog.findChild<QLineEdit*>()->setAccessibleName(shown(prompt));
+  if (dialog.exec() != QDialog::Accepted) return std::nullopt;
+  return dialog.textValue().toStdString();
+}
+
+std::optional<PixelRectangle> WindowInterface::askRectangle(const std::string&, int, int) {
+  if (window_ == nullptr || !showOpenMap()) return std::nullopt;
+  const ViewerResult result = window_->view(ViewerMode::crop);
+  if (result.cropRight == 0 && result.cropBottom == 0) return std::nullopt;
+  return PixelRectangle{result.cropLeft, result.cropTop, result.cropRight, result.cropBottom};
 }
 
 void WindowInterface::showPanel(const std::string& message) {

@@ -129,7 +129,7 @@ TEST_F(WindowTest, WriteAsksForEveryFileThatIsThere) {
   EXPECT_EQ(contentOf(folder + "wales.tfw"), before);
   EXPECT_FALSE(driver.calibrationPending);
 
-  someone.press(QMessageBox::Ok);
+  preferences.warnOverwrite = false;
   choose("mnuwc");
   EXPECT_NE(contentOf(folder + "wales.tfw"), before);
 }

@@ -13,6 +13,7 @@
 #include <QPlainTextEdit>
 #include <QTimer>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -56,7 +57,7 @@ class WindowPerson : public QObject {
     QTimer::singleShot(2, this, [this] {
       look();
       auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-      if (dialog == nullptr || !dialog->isVisible()) return;
+      if (dialog == nullptr || !dialog->isVisible() || !dialog->isEnabled()) return;
       remember(*dialog);
       if (steps.empty()) {
         ADD_FAILURE() << "nobody expects " << seen.back();
@@ -65,7 +66,12 @@ class WindowPerson : public QObject {
       }
       const Step step = std::move(steps.front());
       steps.pop_front();
-      step(dialog);
+      try {
+        step(dialog);
+      } catch (const std::exception& error) {
+        ADD_FAILURE() << seen.back() << ": " << error.what();
+        dialog->reject();
+      }
       if (testing::Test::HasFatalFailure()) dialog->reject();
     });
   }

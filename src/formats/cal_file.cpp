@@ -1,0 +1,200 @@
+#include "formats/cal_file.h"
+
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
+#include "calibration/log.h"
+#include "formats/image_identification.h"
+#include "formats/output.h"
+#include "formats/point_fields.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/text.h"
+
+namespace vellandra {
+namespace {
+
+/// The layout that the line belongs to; 0 for a line that does not tell.
+int layoutOf(std::string_view line) {
+  const std::string text = lowerCase(trim(line));
+  if (text.starts_with("c1_x")) return 1;
+  if (text.starts_with("$gpml,")) return 2;
+  if (text.starts_with("$gpmtl,")) return 3;
+  return 0;
+}
+
+/// The layout of the last line that tells one.
+int recognise(const std::string& path) {
+  TextFile file(path);
+  int layout = 0;
+  std::string_view line;
+  while (getline(file, line)) {
+    if (const int told = layoutOf(line); told != 0) layout = told;
+  }
+  writeLog("Calform = " + std::to_string(layout));
+  return layout;
+}
+
+/// What the lines of a tie point say, which stand in any order.
+struct PointTexts {
+  std::string_view x, y, latitude, longitude;
+};
+
+struct QvFile {
+  std::string_view datum = "WGS 84";
+  std::string_view imageName;
+  bool mercator = false;  ///< stated by the parameters of the projection
+  Slots<PointTexts> points;
+};
+
+/// The value of `key = type = value`, which may itself hold "=".
+std::string_view valueOf(std::string_view line) {
+  const std::vector<std::string_view> fields = splitFields(line, "=", 3);
+  if (fields.size() < 3) return {};
+  return trim(line.substr(fields[0].size() + fields[1].size() + 2));
+}
+
+void readQvPoint(std::string_view key, std::string_view value, QvFile& qv) {
+  struct Half {
+    std::string_view suffix;
+    std::string_view PointTexts::*text;
+  };
+  static constexpr Half halves[] = {{"_x", &PointTexts::x},
+                                    {"_y", &PointTexts::y},
+                                    {"_lat", &PointTexts::latitude},
+                                    {"_lon", &PointTexts::longitude}};
+  for (const auto& [suffix, text] : halves) {
+    if (!key.starts_with('c') || !key.ends_with(suffix)) continue;
+    const std::string_view numberText = key.substr(1, key.size() - 1 - suffix.size());
+    const std::optional<int> number = pointNumberInKey(numberText, maxSlot);
+    if (!number) return;
+    qv.points[*number].*text = value;
+    if (*number > calibration.pointCount) calibration.pointCount = static_cast<std::int16_t>(*number);
+  }
+}
+
+void readQvLine(std::string_view line, QvFile& qv) {
+  const std::string key = lowerCase(trim(line.substr(0, line.find('='))));
+  const std::string_view value = valueOf(line);
+  if (key == "datum1") {
+    qv.datum = trim(value.substr(0, value.find('#')));
+  } else if (key == "fname") {
+    qv.imageName = value;
+  } else if (key == "proj_mode") {
+    calibration.projection = lowerCase(value);
+  } else if (key == "projparams") {
+    qv.mercator = lowerCase(value).find("merc") != std::string::npos;
+  } else {
+    readQvPoint(key, value, qv);
+  }
+}
+
+ReadResult readQv(const std::string& path) {
+  QvFile qv;
+  TextFile file(path);
+  std::string_view line;
+  while (getline(file, line)) readQvLine(line, qv);
+  if (qv.mercator) calibration.projection = "mercator";
+  for (int slot = 1; slot <= calibration.pointCount; ++slot) {
+    const PointTexts& point = qv.points[slot];
+    readPixel(slot, point.x, point.y);
+    readDegrees(slot, point.latitude, point.longitude);
+  }
+  calibration.imagePath = imageBeside(path, qv.imageName);
+  return {matchDatum(qv.datum), false, 1};
+}
+
+constexpr int mapCorners = 4;
+
+/// The four points of layouts 2 and 3, whose pixels the driver sets.
+ReadResult cornersRead(const std::string& path, int layout) {
+  for (int slot = 1; slot <= mapCorners; ++slot) calibration.setPixel(slot, 0, 0);
+  calibration.pointCount = mapCorners;
+  calibration.imagePath = imageBeside(path);
+  return {matchDatum("WGS 84"), false, layout};
+}
+
+ReadResult readEdges(const std::string& path) {
+  std::string_view left, top, right, bottom;
+  TextFile file(path);
+  std::string_view line;
+  while (getline(file, line)) {
+    const std::vector<std::string_view> fields = splitFields(line, ",");
+    const std::string key = upperCase(field(fields, 0));
+    if (key == "$GPML") left = field(fields, 1);
+    if (key == "$GPMT") top = field(fields, 1);
+    if (key == "$GPMR") right = field(fields, 1);
+    if (key == "$GPMB") bottom = field(fields, 1);
+  }
+  readDegrees(1, top, left);
+  readDegrees(2, top, right);
+  readDegrees(3, bottom, left);
+  readDegrees(4, bottom, right);
+  return cornersRead(path, 2);
+}
+
+ReadResult readCorners(const std::string& path) {
+  TextFile file(path);
+  std::string_view line;
+  while (getline(file, line)) {
+    const std::vector<std::string_view> fields = splitFields(line, ",");
+    const std::string key = upperCase(field(fields, 0));
+    int slot = 0;
+    for (const char* corner : {"$GPMTL", "$GPMTR", "$GPMBL", "$GPMBR"}) {
+      ++slot;
+      if (key == corner) readDegrees(slot, field(fields, 3), field(fields, 2));
+    }
+  }
+  return cornersRead(path, 3);
+}
+
+/// Longitude of the map's middle in whole degrees, as the projection's parameters want it.
+std::string centralLongitude() {
+  const ReferencePair& pair = driver.referencePair;
+  return formatNumber(std::floor((calibration.longitude[pair.i] + calibration.longitude[pair.j]) / 2), "0");
+}
+
+std::string pointLine(int i, const char* suffix, const std::string& value) {
+  return line("c" + std::to_string(i) + suffix + " = 7 = " + value);
+}
+
+std::string qvContent() {
+  const Calibration& c = calibration;
+  std::string content = line("; Calibration file for QV map");
+  content += line("; VELLANDRA Conversion program by Corvane");
+  content += line("name = 10 = " + imageNameForOutput());
+  content += line("fname = 10 = " + imageNameForOutput());
+  content += line(c.isMercator() ? "proj_mode = 10 = proj" : "proj_mode = 10 = frei");
+  content += line("projparams = 10 = " + (c.isMercator() ? "proj=merc lon_0=" + centralLongitude() : "proj=LatLong"));
+  content += line("datum1 = 10 = WGS 84# 6378137# 298.257223563# 0# 0# 0#");
+  for (int i = 1; i <= c.pointCount; ++i) {
+    content += pointLine(i, "_x", std::to_string(c.pixelX[i]));
+    content += pointLine(i, "_y", std::to_string(c.pixelY[i]));
+  }
+  for (int i = 1; i <= c.pointCount; ++i) {
+    content += pointLine(i, "_lat", formatNumber(c.latitude[i], "##0.000000"));
+    content += pointLine(i, "_lon", formatNumber(c.longitude[i], "##0.000000"));
+  }
+  return content;
+}
+
+}  // namespace
+
+ReadResult readCal(const std::string& path) {
+  const int layout = recognise(path);
+  ReadResult result{0, false, 0};
+  if (layout == 1) result = readQv(path);
+  if (layout == 2) result = readEdges(path);
+  if (layout == 3) result = readCorners(path);
+  if (layout != 0) writeLog("points = " + std::to_string(calibration.pointCount));
+  return result;
+}
+
+WriteOutcome writeCal() {
+  return writeCalibrationFile(outputPath("_" + imageExtension() + ".cal"), qvContent());
+}
+
+}  // namespace vellandra

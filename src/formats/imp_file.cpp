@@ -1,0 +1,91 @@
+#include "formats/imp_file.h"
+
+#include <optional>
+#include <vector>
+
+#include "calibration/calibration.h"
+#include "calibration/datum_matching.h"
+#include "calibration/log.h"
+#include "formats/image_identification.h"
+#include "formats/point_fields.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/text.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+using Fields = std::vector<std::string_view>;
+
+enum class Kind { geographic, grid };
+
+struct ImpFile {
+  std::string datum = "WGS 84";
+  std::optional<Kind> byProjection, byCoordinates;
+  std::vector<Fields> pointLines;  ///< placed at the end: datum and kind may stand behind them
+};
+
+std::optional<Kind> kindOfProjection(const std::string& name) {
+  if (name == "utm") return Kind::grid;
+  if (name == "transversal mercator" || name == "automatic") return Kind::geographic;
+  return std::nullopt;
+}
+
+bool isPointKey(std::string_view key) {
+  return key.size() == 2 && key[0] == 'p' && key[1] >= '0' && key[1] <= '9';
+}
+
+void readLine(std::string_view line, ImpFile& imp) {
+  const Fields fields = splitFields(line, "=,");
+  const std::string key = lowerCase(field(fields, 0));
+  const std::string_view value = field(fields, 1);
+  if (key == "datum" && !value.empty()) {
+    imp.datum = value;
+  } else if (key == "projection") {
+    calibration.projection = lowerCase(field(fields, 2));
+    imp.byProjection = kindOfProjection(calibration.projection);
+  } else if (key == "coordinates" && !value.empty()) {
+    imp.byCoordinates = parseNumber(value) == 1 ? Kind::geographic : Kind::grid;
+  } else if (key == "bitmapwidth") {
+    calibration.imageWidth = parseInt16(value);
+  } else if (key == "bitmapheight") {
+    calibration.imageHeight = parseInt16(value);
+  } else if (isPointKey(key)) {
+    imp.pointLines.push_back(fields);
+  }
+}
+
+void placePoints(const ImpFile& imp, int datumIndex) {
+  const std::optional<Kind> kind = imp.byCoordinates ? imp.byCoordinates : imp.byProjection;
+  if (!kind && !imp.pointLines.empty()) tell("Unknown IMP Projection/Coordinates");
+  for (const Fields& fields : imp.pointLines) {
+    const int slot = field(fields, 0)[1] - '0' + 1;
+    const std::string_view zone = field(fields, 3);
+    readPixel(slot, field(fields, 1), field(fields, 2));
+    if (kind == Kind::geographic) {
+      readDegrees(slot, field(fields, 5), field(fields, 4));
+    } else if (kind == Kind::grid) {
+      const bool southern = !zone.empty() && isSouthernBand(zone.back());
+      readUtm(slot, datumIndex, zone, southern, field(fields, 4), field(fields, 5));
+    }
+  }
+}
+
+}  // namespace
+
+ReadResult readImp(const std::string& path) {
+  ImpFile imp;
+  TextFile file(path);
+  std::string_view line;
+  while (getline(file, line)) readLine(line, imp);
+  ReadResult result;
+  result.datumIndex = matchDatum(imp.datum);
+  if (result.datumIndex != 0) placePoints(imp, result.datumIndex);
+  closePointGaps();
+  calibration.imagePath = imageBeside(path);
+  writeLog("points = " + std::to_string(calibration.pointCount));
+  return result;
+}
+
+}  // namespace vellandra

@@ -1,0 +1,34 @@
+#include "formats/text_calibration.h"
+
+#include <string>
+
+#include "calibration/calibration.h"
+#include "formats/output.h"
+#include "support/numbers.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* pixels = "000000";
+
+/// `number` is "1" or "2", `slot` the point's place in the calibration.
+std::string referencePoint(const std::string& number, int slot) {
+  const Calibration& c = calibration;
+  return line("ref" + number + "x = " + formatNumber(c.pixelX[slot], pixels)) +
+         line("ref" + number + "y = " + formatNumber(c.pixelY[slot], pixels)) +
+         line("lat" + number + " = " + formatNumber(c.latitude[slot], "##0.000000")) +
+         line("lon" + number + " = " + formatNumber(c.longitude[slot], "###0.000000"));
+}
+
+}  // namespace
+
+WriteOutcome writeTextCalibration() {
+  std::string content = line("width = " + formatNumber(calibration.imageWidth, pixels));
+  content += line("height = " + formatNumber(calibration.imageHeight, pixels));
+  content += line("grid = 3");
+  content += referencePoint("1", driver.referencePair.i);
+  content += referencePoint("2", driver.referencePair.j);
+  return writeCalibrationFile(outputPath(".txt"), content);
+}
+
+}  // namespace vellandra

@@ -1,0 +1,121 @@
+#include "support/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "support/errors.h"
+#include "support/paths.h"
+#include "support/text.h"
+
+namespace vellandra {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FilesTest : public testing::Test {
+ protected:
+  FilesTest() {
+    std::string pattern = fs::temp_directory_path() / "vellandra-test-XXXXXX";
+    folder = std::string(mkdtemp(pattern.data())) + "/";
+  }
+  ~FilesTest() override { fs::remove_all(folder); }
+  void put(const std::string& name, const std::string& content = "x") const {
+    fs::create_directories(fs::path(folder + name).parent_path());
+    std::ofstream(folder + name, std::ios::binary) << content;
+  }
+  std::string folder;
+};
+
+TEST_F(FilesTest, EveryLineEndEndsALine) {
+  put("t", "\xEF\xBB\xBFone\r\ntwo\nthree\rfour\n\n\r\nend");
+  TextFile file(folder + "t");
+  std::vector<std::string> lines;
+  for (std::string_view line; getline(file, line);) lines.emplace_back(line);
+  EXPECT_EQ(lines, (std::vector<std::string>{"one", "two", "three", "four", "", "", "end"}));
+  EXPECT_THROW(TextFile{folder}, FileError);
+  EXPECT_THROW(TextFile(folder + "none"), FileError);
+  ASSERT_EQ(mkfifo((folder + "pipe").c_str(), 0600), 0);
+  EXPECT_THROW(TextFile(folder + "pipe"), FileError);  // and does not wait for somebody to write
+}
+
+TEST_F(FilesTest, WrittenFileKeepsModeAndLink) {
+  put("real", "old");
+  chmod((folder + "real").c_str(), 0640);
+  fs::create_symlink("real", folder + "link");
+  ASSERT_TRUE(writeWholeFile(folder + "link", "new"));
+  EXPECT_TRUE(fs::is_symlink(folder + "link"));
+  EXPECT_EQ(fs::status(folder + "real").permissions(), static_cast<fs::perms>(0640));
+  EXPECT_EQ(TextFile(folder + "real").content(), "new");
+  EXPECT_FALSE(writeWholeFile(folder + "none/x", "new"));
+  EXPECT_FALSE(writeWholeFile(folder, "new"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);
+}
+
+TEST_F(FilesTest, FilesAreFoundWithoutRegardToCaseSeparatorAndEncoding) {
+  put("Maps/\xC3\x89t\xC3\xA9/Area.PNG");
+  struct Row {
+    const char* path;
+    bool found;
+  };
+  const Row rows[] = {
+      {"Maps/\xC3\x89t\xC3\xA9/Area.PNG", true}, {"maps\\\xC3\xA9T\xC3\x89\\AREA.png", true},
+      {"MAPS\\\xC9t\xE9/area.png", true},        {"Maps/Ete/Area.PNG", false},
+      {"Maps/\xC3\x89t\xC3\xA9", false},         {"Maps/nowhere/Area.PNG", false},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(findFile(folder + row.path), row.found ? folder + "Maps/\xC3\x89t\xC3\xA9/Area.PNG" : "") << row.path;
+  }
+  put("a.png");
+  put("A.png");
+  EXPECT_EQ(findFile(folder + "a.png"), folder + "a.png");
+  EXPECT_EQ(findFile(folder + "a.PNG"), folder + "A.png");
+  EXPECT_EQ(findFile(""), "");
+  EXPECT_EQ(findFile(std::string_view("a.png\0x", 7)), "");
+}
+
+TEST(Paths, AreTakenApartAtBothSeparators) {
+  struct Row {
+    const char *path, *folder, *base, *extension;
+  };
+  const Row rows[] = {
+      {"C:\\maps\\area.MAP", "C:\\maps\\", "area", "map"},
+      {"/a.b/c", "/a.b/", "c", "b/c"},
+      {"x/y.z.tfw", "x/", "y.z", "tfw"},
+      {"a.jgw2", "", "a", "gw2"},
+      {"ab", "", "ab", "ab"},
+      {"", "", "", ""},
+  };
+  for (const Row& row : rows) {
+    const PathParts parts = splitPath(row.path);
+    EXPECT_EQ(parts.folder, row.folder) << row.path;
+    EXPECT_EQ(parts.base, row.base) << row.path;
+    EXPECT_EQ(parts.extension, row.extension) << row.path;
+  }
+}
+
+TEST(Text, Encodings) {
+  EXPECT_EQ(toUtf8("caf\xE9 \x80"), "caf\xC3\xA9 \xE2\x82\xAC");
+  EXPECT_EQ(toUtf8("caf\xC3\xA9"), "caf\xC3\xA9");
+  EXPECT_EQ(toWindows1252("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xE9 \x80");
+  EXPECT_EQ(toWindows1252("\xD0\x96"), "");
+  for (const char* bad : {"\xC0\x80", "\xE2\x82", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\x80"})
+    EXPECT_FALSE(isUtf8(bad));
+  EXPECT_EQ(foldCase("\xC3\x85\xD0\x96z"), "\xC3\xA5\xD0\xB6z");
+}
+
+TEST(Text, TrimAndSplit) {
+  EXPECT_EQ(TrimRight("WGS 84   "), "WGS 84");
+  EXPECT_EQ(TrimRight("   "), " ");
+  EXPECT_EQ(TrimRight(""), "");
+  EXPECT_EQ(splitFields("a,,b", ",").size(), 3U);
+  EXPECT_EQ(splitFields("a,b,c,d", ",", 2).size(), 2U);
+  EXPECT_EQ(splitAtBlanks("  a   b ").size(), 2U);
+  EXPECT_EQ(replaceToken("ii ii", "ii", "7"), "7 ii");
+}
+
+}  // namespace
+}  // namespace vellandra
