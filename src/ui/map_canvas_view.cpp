@@ -6,12 +6,9 @@
 namespace vellandra {
 namespace {
 
-/// Where one edge of the image may lie: `size` long, in a window of `room`. The freedom grows from none, where the
-/// image just fills the window, to half a window, so that zooming makes no jump.
+/// One edge of the image, `size` long, so that the middle of a window of `room` lies on the image.
 double settled(double edge, double size, double room) {
-  if (size <= room) return std::round((room - size) / 2);
-  const double freedom = std::min(room / 2, size - room);
-  return std::clamp(edge, room - size - freedom, freedom);
+  return std::clamp(edge, room / 2 - size, room / 2);
 }
 
 }  // namespace
@@ -43,7 +40,8 @@ double MapView::fittedScale() const {
 
 void MapView::fit() {
   scale_ = fittedScale();
-  settle();
+  left_ = std::round((windowWidth_ - imageWidth_ * scale_) / 2);
+  top_ = std::round((windowHeight_ - imageHeight_ * scale_) / 2);
   fitted_ = true;
 }
 
@@ -54,6 +52,10 @@ void MapView::full() {
 void MapView::zoomAt(double x, double y, double factor) {
   const ViewPoint held = toImage(x, y);
   scale_ = std::clamp(scale_ * factor, std::min(fittedScale(), 1.0), largestScale);
+  if (scale_ == fittedScale()) {
+    fit();
+    return;
+  }
   left_ = x - held.x * scale_;
   top_ = y - held.y * scale_;
   settle();
@@ -64,13 +66,14 @@ void MapView::panBy(double dx, double dy) {
   left_ += dx;
   top_ += dy;
   settle();
-  fitted_ = fitted_ && scale_ == fittedScale();
+  fitted_ = false;
 }
 
 void MapView::centreOn(double x, double y) {
   left_ = windowWidth_ / 2 - x * scale_;
   top_ = windowHeight_ / 2 - y * scale_;
   settle();
+  fitted_ = false;
 }
 
 void MapView::settle() {

@@ -8,8 +8,7 @@ struct ViewPoint {
 
 /// Which part of an image a window shows. Image coordinates run from 0 to width and height, so the middle of pixel
 /// (x, y) is (x + 0.5, y + 0.5); window coordinates count in the window's own units from its top-left corner.
-/// However it is moved, the image stays in sight: smaller than the window it is centred, larger it can be moved until
-/// its corner is in the middle of the window.
+/// However it is moved, the image stays in sight: the middle of the window lies on it, at the least on its edge.
 class MapView {
  public:
   static constexpr double largestScale = 32;

@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
-#include <QShortcut>
 #include <QSplitter>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -133,7 +132,6 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
     undo_ = addButton(tools, "U&ndo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
-    connect(new QShortcut(QKeySequence::Undo, this), &QShortcut::activated, this, &MapViewerDialog::undo);
   } else {
     auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
     tools->addWidget(hint);
@@ -181,6 +179,7 @@ QWidget* MapViewerDialog::buildSide() {
   list_->setAccessibleName(QStringLiteral("Calibration points"));
   list_->setRootIsDecorated(false);
   list_->setUniformRowHeights(true);
+  list_->setTextElideMode(Qt::ElideNone);
   list_->setHeaderLabels(
       {QStringLiteral("Point"), QStringLiteral("Position"), QStringLiteral("Pixel"), QStringLiteral("Residual")});
   list_->header()->setStretchLastSection(false);
@@ -463,9 +462,10 @@ void MapViewerDialog::updateFit() {
   const TrialFit& fit = session_.fit();
   const std::size_t count = session_.points().size();
   if (fit.valid) {
-    QString text = QStringLiteral("Error of the fit: %1 pixels").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
-    if (fit.worstPoint > 0 && count > 2) {
-      text += QStringLiteral("\nroot mean square; the worst is point %1 with %2")
+    QString text = QStringLiteral("Error of the fit (root mean square): %1 pixels")
+                       .arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
+    if (fit.worstPoint > 0 && count > 3) {
+      text += QStringLiteral("\nWorst is point %1 with %2 pixels")
                   .arg(fit.worstPoint)
                   .arg(shown(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
     } else {
@@ -554,6 +554,10 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
   }
   if (event->key() == Qt::Key_Escape && entry_ != nullptr && !entry_->isHidden()) {
     dropEntry();
+    return;
+  }
+  if (event->matches(QKeySequence::Undo) && mode_ != ViewerMode::crop) {
+    undo();
     return;
   }
   if (event->key() == Qt::Key_Delete && mode_ != ViewerMode::crop) {

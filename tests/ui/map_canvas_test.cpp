@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "calibration/transform.h"
+#include "ui/map_canvas_crop.h"
+#include "ui/map_canvas_grid.h"
+#include "ui/map_canvas_line.h"
+#include "ui/map_canvas_pyramid.h"
+#include "ui/map_canvas_view.h"
+
+namespace vellandra {
+namespace {
+
+MapView viewOf(int width, int height) {
+  MapView view;
+  view.setImageSize(width, height);
+  view.setWindowSize(400, 300);
+  return view;
+}
+
+TEST(MapView, ZoomHoldsThePlaceUnderTheCursor) {
+  MapView view = viewOf(4000, 3000);
+  for (const double factor : {3.0, 1.3, 7.0, 0.8, 1.9}) {
+    const ViewPoint before = view.toImage(150, 120);
+    view.zoomAt(150, 120, factor);
+    const ViewPoint after = view.toImage(150, 120);
+    EXPECT_NEAR(before.x, after.x, 1e-9);
+    EXPECT_NEAR(before.y, after.y, 1e-9);
+  }
+  view.zoomAt(0, 0, 1e9);
+  EXPECT_EQ(view.scale(), MapView::largestScale);
+  view.zoomAt(0, 0, 1e-9);
+  EXPECT_EQ(view.scale(), view.fittedScale()) << "smaller than the window is no use";
+}
+
+TEST(MapView, ImageNeverLeavesTheWindow) {
+  MapView view = viewOf(4000, 3000);
+  view.full();
+  for (const double way : {1e6, -1e6}) {
+    view.panBy(way, way);
+    const ViewPoint corner = way > 0 ? view.toWindow(0, 0) : view.toWindow(4000, 3000);
+    EXPECT_NEAR(corner.x, 200, 1e-6) << "the corner comes as far as the middle, so that it can be marked";
+    EXPECT_NEAR(corner.y, 150, 1e-6);
+  }
+  view.fit();
+  EXPECT_NEAR(view.toWindow(0, 0).x, 0, 1) << "centred";
+  EXPECT_NEAR(view.toWindow(4000, 3000).y, 300, 1);
+  EXPECT_TRUE(view.isFitted());
+  view.setWindowSize(800, 600);
+  EXPECT_DOUBLE_EQ(view.scale(), 0.2) << "a fitted map follows the window";
+  view.full();
+  const ViewPoint middle = view.toImage(400, 300);
+  view.setWindowSize(500, 900);
+  EXPECT_NEAR(view.toImage(250, 450).x, middle.x, 1e-9) << "another keeps its middle";
+}
+
+/// A smooth picture, so that an average over any neighbourhood is about the colour of its middle.
+Bitmap ramp(int width, int height) {
+  Bitmap image = allocate24Bits(width, height);
+  for (int y = 0; y < height; ++y) {
+    const auto row = image.row(y);
+    for (int x = 0; x < width; ++x) {
+      row[static_cast<std::size_t>(3 * x)] = static_cast<std::uint8_t>(255 * x / width);
+      row[static_cast<std::size_t>(3 * x + 1)] = static_cast<std::uint8_t>(255 * y / height);
+      row[static_cast<std::size_t>(3 * x + 2)] = 77;
+    }
+  }
+  return image;
+}
+
+TEST(ImagePyramid, FrameShowsEveryPlaceInItsPlaceAtAnyScale) {
+  constexpr int width = 701, height = 503;  // odd sizes: the halves are rounded up
+  constexpr std::uint32_t background = 0xff123456;
+  const Bitmap image = ramp(width, height);
+  const ImagePyramid pyramid(image);
+  std::vector<std::uint32_t> pixels(300 * 200);
+  const Frame frame{pixels.data(), 300, 200, 300};
+  const double lefts[] = {0, 13.4, -120.7, 250};
+  for (const double scale : {0.02, 0.11, 0.25, 0.3, 0.5, 0.77, 0.999, 1.0, 1.7, 20.0}) {
+    for (const double left : lefts) {
+      const double top = left / 2;
+      std::fill(pixels.begin(), pixels.end(), 0);
+      pyramid.draw({left, top, scale}, frame, background);
+      for (int y = 0; y < 200; ++y) {
+        for (int x = 0; x < 300; ++x) {
+          const double u = (x + 0.5 - left) / scale, v = (y + 0.5 - top) / scale;
+          const std::uint32_t pixel = pixels[static_cast<std::size_t>(y * 300 + x)];
+          if (u < 0 || v < 0 || u >= width || v >= height) {
+            ASSERT_EQ(pixel, background) << scale << " " << left << " at " << x << " " << y;
+            continue;
+          }
+          // Towards the edges of a strongly reduced map the outermost average stands for half a level's pixel.
+          const double slack = 3 + 1.5 / scale * 255 / height;
+          ASSERT_NEAR(pixel & 0xffU, 255 * u / width, slack) << scale << " " << left << " at " << x << " " << y;
+          ASSERT_NEAR(pixel >> 8U & 0xffU, 255 * v / height, slack) << scale << " " << left;
+          ASSERT_NEAR(pixel >> 16U & 0xffU, 77, 2) << scale << " " << left;
+        }
+      }
+    }
+  }
+  EXPECT_LT(static_cast<double>(pyramid.extraBytes()), 0.35 * 3 * width * height);
+}
+
+TEST(MapCanvasLine, StaysInsideTheFrameAndOnItsWay) {
+  std::vector<std::uint32_t> pixels(22 * 20, 0xff000000);
+  const Frame frame{pixels.data() + 1, 20, 20, 22};  // a column more on either side, which must stay as it is
+  drawLine(frame, {-50, 10.5}, {70, 10.5}, {1, 0xffffff, 1});
+  drawLine(frame, {-5, -30}, {-5, 60}, {3, 0xffffff, 1});
+  drawLine(frame, {100, -1e9}, {-1e9, 100}, {3, 0xffffff, 1});
+  for (int y = 0; y < 20; ++y) {
+    for (int x = -1; x <= 20; ++x) {
+      const bool onLine = y == 10 && x >= 0 && x < 20;
+      EXPECT_EQ(frame.pixels[y * 22 + x], onLine ? 0xffffffffU : 0xff000000U) << x << " " << y;
+    }
+  }
+}
+
+TEST(CropRectangle, StaysInsideTheImageHoweverItIsDrawn) {
+  CropRectangle crop(100, 80);
+  EXPECT_TRUE(crop.pixels().isEmpty());
+  crop.draw(60, 70, -20, 300);
+  EXPECT_EQ(crop.pixels(), (PixelRectangle{0, 70, 60, 80}));
+  crop.draw(99.9, 79.9, 99.9, 79.9);
+  EXPECT_EQ(crop.pixels(), (PixelRectangle{99, 79, 100, 80})) << "at least one pixel";
+  crop.draw(20, 30, 50, 60);
+  const PixelRectangle start = crop.pixels();
+  const struct {
+    const char* name;
+    double x, y, dx, dy;
+    PixelRectangle after;
+  } rows[] = {
+      {"inside moves the whole, up to the edge", 35, 45, -1000, 5, {0, 35, 30, 65}},
+      {"left edge", 19, 45, 7, 100, {27, 30, 50, 60}},
+      {"corner", 51, 61, 10, 1000, {20, 30, 60, 80}},
+      {"edge drawn past the other one", 20, 45, 60, 0, {50, 30, 80, 60}},
+  };
+  for (const auto& row : rows) {
+    crop.set(start);
+    crop.drag(start, crop.gripAt(row.x, row.y, 2), row.dx, row.dy);
+    EXPECT_EQ(crop.pixels(), row.after) << row.name;
+  }
+  EXPECT_FALSE(crop.gripAt(5, 5, 2).any());
+}
+
+TEST(GridLines, FollowRotationAndMercator) {
+  Calibration turned;
+  turned.imageWidth = 1000;
+  turned.imageHeight = 800;
+  turned.x0 = 5, turned.y0 = 45;
+  turned.tf1 = 0.0013, turned.tf3 = 0.0004, turned.tf2 = 0.0003, turned.tf4 = -0.0009;
+  Calibration mercator = turned;
+  mercator.projection = "mercator";
+  mercator.tf2 = mercator.tf3 = 0;
+  mercator.tf1 = 0.05, mercator.tf4 = -0.04;  // 45 N to 13 N
+  mercator.mercatorTop = 0.881373587, mercator.mercatorBottom = 0.228846;
+  for (const Calibration& map : {turned, mercator}) {
+    for (const DegreeFormat format : {DegreeFormat::decimalDegrees, DegreeFormat::degreesMinutesSeconds}) {
+      for (const double zoom : {1.0, 6.0, 60.0}) {
+        MapView view = viewOf(map.imageWidth, map.imageHeight);
+        view.zoomAt(130, 140, zoom);
+        int latitudes = 0;
+        const std::vector<GridLine> lines = gridLines(map, view, format, 80);
+        for (const GridLine& line : lines) {
+          latitudes += line.isLatitude ? 1 : 0;
+          for (const double t : {0.0, 0.5, 1.0}) {
+            const ViewPoint at =
+                view.toImage(line.from.x + t * (line.to.x - line.from.x), line.from.y + t * (line.to.y - line.from.y));
+            const Position position = positionAt(map, at.x - 0.5, at.y - 0.5);
+            EXPECT_NEAR(line.isLatitude ? position.latitude : position.longitude, line.angle, 1e-7) << line.label;
+            EXPECT_TRUE(at.x > -1e-6 && at.y > -1e-6 && at.x < 1000.001 && at.y < 800.001) << "outside the map";
+          }
+        }
+        EXPECT_GE(latitudes, 1);
+        EXPECT_GE(static_cast<int>(lines.size()) - latitudes, 1);
+        EXPECT_LT(lines.size(), 20U);
+      }
+    }
+  }
+  Calibration none = turned;
+  none.tf1 = none.tf3 = 0;
+  EXPECT_TRUE(gridLines(none, viewOf(1000, 800), DegreeFormat::decimalDegrees, 80).empty());
+}
+
+TEST(GridLines, LabelsAreRoundInTheFormatInUse) {
+  Calibration map;
+  map.imageWidth = 1000, map.imageHeight = 1000;
+  map.x0 = -0.5, map.y0 = 0.5;
+  map.tf1 = 0.001, map.tf4 = -0.001;
+  const auto labelsAt = [&map](DegreeFormat format, double zoom) {
+    MapView view = viewOf(1000, 1000);
+    view.centreOn(500, 500);
+    view.zoomAt(200, 150, zoom);
+    std::string labels;
+    for (const GridLine& line : gridLines(map, view, format, 100)) labels += line.label + "|";
+    return labels;
+  };
+  EXPECT_NE(labelsAt(DegreeFormat::decimalDegrees, 1).find("0.5\u00B0 N|"), std::string::npos);
+  EXPECT_NE(labelsAt(DegreeFormat::degreesMinutes, 1).find("0\u00B0 30' W|"), std::string::npos);
+  EXPECT_NE(labelsAt(DegreeFormat::degreesMinutesSeconds, 100).find("0\u00B0 00' 15\" S|"), std::string::npos)
+      << labelsAt(DegreeFormat::degreesMinutesSeconds, 100);
+}
+
+}  // namespace
+}  // namespace vellandra
