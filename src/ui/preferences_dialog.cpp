@@ -60,8 +60,8 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   QFormLayout* garmin = addGroup(right, "Garmin Custom Map");
   advancedGarmin_ = addCheckBox(garmin, "advancedgarminmapping", "&Choose the tiles before they are written",
                                 p.advancedGarminMapping);
-  transparent_ = addCheckBox(garmin, "kmztransparency", "&Transparent, so that the device's own map shows through",
-                             p.kmzTransparency != 0);
+  transparent_ =
+      addCheckBox(garmin, "kmztransparency", "&Transparent, over the device's own map", p.kmzTransparency != 0);
   drawOrder_ = addNumber(garmin, "garmindraworder", "&Draw order", p.garminDrawOrder, 1, 99);
   jpegQuality_ = addNumber(garmin, "garminjpegquality", "JPEG &quality, 5 is best", p.garminJpegQuality, 1, 5);
 
