@@ -16,6 +16,9 @@ class ScriptedInterface : public UserInterface {
   std::deque<std::string> pickedFiles;  ///< to file pickers
   std::deque<int> datums;               ///< to the datum match
   std::deque<WorldFileAnswer> worldFileAnswers;
+  std::deque<MergeAnswer> mergeAnswers;
+  std::deque<std::optional<std::string>> typedTexts;     ///< to questions for a line of text
+  std::deque<std::optional<PixelRectangle>> rectangles;  ///< to questions for a part of an image
 
   std::vector<MessageBox> boxes;
   std::vector<FilePicker> pickers;
@@ -23,7 +26,12 @@ class ScriptedInterface : public UserInterface {
   std::vector<std::string> datumNames;
   std::vector<std::string> worldFileLines;
   std::vector<std::string> worldFileZones;
+  std::vector<MergeQuestion> mergeQuestions;
+  std::vector<std::string> textInitials;
+  std::vector<int> progress;  ///< steps done, of `progressTotal`
+  int progressTotal = 0;
   std::string panel;
+  std::vector<bool> busyStates;
   MenuStates menuStates;
 
   ScriptedInterface() { setUserInterface(*this); }
@@ -48,9 +56,23 @@ class ScriptedInterface : public UserInterface {
     worldFileZones = zones;
     return take(worldFileAnswers, WorldFileAnswer());
   }
+  MergeAnswer askMerge(const MergeQuestion& question) override {
+    mergeQuestions.push_back(question);
+    return take(mergeAnswers, MergeAnswer());
+  }
+  std::optional<std::string> askText(const std::string&, const std::string& initial) override {
+    textInitials.push_back(initial);
+    return take(typedTexts, std::optional<std::string>());
+  }
+  std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override {
+    return take(rectangles, std::optional<PixelRectangle>());
+  }
   void showPanel(const std::string& message) override { panel = message; }
-  void showProgress(int, int) override {}
-  void showBusy(bool) override {}
+  void showProgress(int done, int total) override {
+    progress.push_back(done);
+    progressTotal = total;
+  }
+  void showBusy(bool busy) override { busyStates.push_back(busy); }
   void setMenuStates(const MenuStates& states) override { menuStates = states; }
 
   /// Texts of the boxes shown so far.

@@ -42,7 +42,7 @@ struct MenuStatesAtEnd {
   MenuStatesAtEnd& operator=(const MenuStatesAtEnd&) = delete;
   ~MenuStatesAtEnd() {
     flushLog();
-    userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
+    updateMenuStates();
   }
 };
 
@@ -53,7 +53,7 @@ bool obtainInputPath() {
     driver.inputPath = found;
     return true;
   }
-  const std::string chosen = getfile("Open calibration file for map");
+  const std::string chosen = getfile(driver.pickerTitle);
   if (chosen.empty()) return stop("No input file specified", "No input");
   const std::string found = findFile(chosen);
   if (found.empty()) return stop("Missing input file");
@@ -240,6 +240,10 @@ void splitInputPath(const std::string& path) {
   driver.inputFolder = parts.folder;
   driver.inputBase = parts.base;
   driver.inputExtension = parts.extension;
+}
+
+void updateMenuStates() {
+  userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
 }
 
 bool do_it() {

@@ -66,6 +66,7 @@ void setFormatTable(const FormatTable& table);
 /// Kept between runs of the driver.
 struct Driver {
   std::int16_t stage = 0;
+  std::string pickerTitle = "Open calibration file for map";  ///< of the dialog that asks for a calibration
   std::string inputPath, inputFolder, inputBase;
   std::string inputExtension;       ///< last three characters of the path, lower case
   std::string inputType;            ///< as `ReaderRow::type`; "zzz" after a change in the viewer
@@ -80,6 +81,9 @@ extern Driver driver;
 
 /// Takes `path` apart into the driver's folder, base name and extension.
 void splitInputPath(const std::string& path);
+
+/// Tells the window which commands can be used now.
+void updateMenuStates();
 
 /// The conversion driver: every calibration passes through here. Reads `driver.stage`; its results are `calibration`,
 /// the log, the panel and the written files. False when the run stopped; the person has then been told why.

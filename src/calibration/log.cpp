@@ -11,7 +11,7 @@ namespace {
 constexpr const char* firstLine = "In the event of an error please send this file by e-mail to support@corvane.example";
 
 struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }
+  void operator()(std::FILE* file) const { (void)std::fclose(file); }  // NOLINT(cppcoreguidelines-owning-memory)
 };
 
 struct Log {
@@ -37,7 +37,7 @@ const std::string& timeStamp() {
 }  // namespace
 
 bool openLog(const std::string& path) {
-  log.file.reset(std::fopen(path.c_str(), "wbe"));
+  log.file.reset(std::fopen(path.c_str(), "wbe"));  // NOLINT(cppcoreguidelines-owning-memory)
   if (!log.file) return false;
   writeLog(firstLine);
   flushLog();

@@ -25,10 +25,6 @@ void showError(const std::string& description, const std::string& detail = "") {
   if (!detail.empty()) showMessage(detail);
 }
 
-bool askOkCancel(const std::string& text, const std::string& title) {
-  return userInterface().messageBox({text, title, Buttons::okCancel, Icon::question}) == Answer::ok;
-}
-
 }  // namespace
 
 void startSession() {

@@ -204,10 +204,19 @@ std::string cornerLines() {
   return content;
 }
 
-std::string headerLines() {
+/// Both as they are written.
+struct ImageNames {
+  std::string folder, name;
+};
+
+ImageNames imageNamesOfRun() {
+  return {inInputEncoding(driver.inputFolder), imageNameForOutput()};
+}
+
+std::string headerLines(const ImageNames& image) {
   std::string content = line("OziExplorer Map Data File Version 2.2");
-  content += line(imageNameForOutput());
-  content += line(inInputEncoding(driver.inputFolder) + imageNameForOutput());
+  content += line(image.name);
+  content += line(image.folder + image.name);
   content += line("1 ,Map Code,");
   content += line("WGS 84,WGS 84,   0.0000,   0.0000,WGS 84");
   content += line("Reserved 1");
@@ -219,9 +228,9 @@ std::string headerLines() {
   return content;
 }
 
-std::string mapContent() {
+std::string mapContent(const ImageNames& image) {
   const Calibration& c = calibration;
-  std::string content = headerLines();
+  std::string content = headerLines(image);
   for (int i = 1; i <= maxTiePoints; ++i) content += line(i <= c.pointCount ? pointLine(i) : emptyPointLine(i));
   content += line("Projection Setup,,,,,,,,,,");
   content += line("Map Feature = MF ; Map Comment = MC     These follow if they exist");
@@ -235,6 +244,13 @@ std::string mapContent() {
   content += line("IWH,Map Image Width/Height," + formatNumber(c.imageWidth, "00000") + "," +
                   formatNumber(c.imageHeight, "00000"));
   return content;
+}
+
+WriteOutcome writeUnasked(const std::string& path, const ImageNames& image) {
+  if (calibration.cornerCount == 0) fillImageCorners();
+  if (writeWholeFile(path, mapContent(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 }  // namespace
@@ -258,15 +274,21 @@ ReadResult readMap(const std::string& path) {
 }
 
 WriteOutcome putmap(const std::optional<std::string>& folder) {
+  if (folder) return writeUnasked(*folder + "/" + driver.inputBase + ".map", imageNamesOfRun());
   if (calibration.cornerCount == 0) fillImageCorners();
-  if (folder) {
-    const std::string path = *folder + "/" + driver.inputBase + ".map";
-    if (writeWholeFile(path, mapContent())) return WriteOutcome::written;
-    tell("unable to write " + path);
-    return WriteOutcome::failed;
-  }
   const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent()) : WriteOutcome::skipped;
+  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+}
+
+std::string mapPathBeside(const std::string& imagePath) {
+  const PathParts parts = splitPath(imagePath);
+  return parts.folder + parts.base + ".map";
+}
+
+WriteOutcome writeMapBeside(const std::string& imagePath) {
+  const ImageNames image{inInputEncoding(splitPath(imagePath).folder),
+                         inInputEncoding(std::string(fileName(imagePath)))};
+  return writeUnasked(mapPathBeside(imagePath), image);
 }
 
 }  // namespace vellandra

@@ -18,4 +18,10 @@ ReadResult readMap(const std::string& path);
 /// beside the input by the rules of every format that is read as well.
 WriteOutcome putmap(const std::optional<std::string>& folder = std::nullopt);
 
+/// The ".map" beside an image: its folder and base name.
+std::string mapPathBeside(const std::string& imagePath);
+
+/// Writes the calibration as ".map" beside `imagePath` and for it, without a question. A failed write is told.
+WriteOutcome writeMapBeside(const std::string& imagePath);
+
 }  // namespace vellandra

@@ -9,13 +9,12 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include "calibration/log.h"
 #include "calibration/messages.h"
+#include "imaging/image_file.h"
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/text.h"
@@ -84,10 +83,8 @@ class LibraryMessages {
   /// Called from inside C code, which an exception must not pass through.
   static void add(std::string_view text) noexcept {
     try {
-      if (current_ == nullptr)
-        writeLog(text);
-      else if (++current_->count_ <= logged)
-        writeLog(current_->path_ + ": " + std::string(text));
+      if (current_ == nullptr) return writeLog(text);
+      if (++current_->count_ <= logged) writeLog(current_->path_ + ": " + std::string(text));
     } catch (const std::exception&) {
       return;
     }
@@ -136,38 +133,33 @@ FIBITMAP* guarded(const Work& work) {
   }
 }
 
-using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
-
-/// Empty for anything but a regular file: a folder has no bytes, a pipe might never give any.
-File openImage(const std::string& path) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return nullptr;
-  return File(std::fopen(path.c_str(), "rbe"));
-}
-
-// The library puts the names of files it opens itself into a message buffer of fixed size, where long paths overflow.
-// So it reads from files that are open already.
+// The library puts the names of files it opens itself into a message buffer of fixed size, which long paths overflow.
+// So it is given files that are open already.
 unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle file) {
-  return static_cast<unsigned>(std::fread(buffer, size, count, static_cast<std::FILE*>(file)));
+  const std::size_t wanted = std::size_t{size} * count;
+  const std::size_t length = static_cast<ImageFile*>(file)->read(buffer, wanted);
+  // At the end of a file that is cut off the library goes on with what its buffer holds.
+  std::memset(static_cast<char*>(buffer) + length, 0, wanted - length);
+  return size == 0 ? 0 : static_cast<unsigned>(length / size);
 }
 int seekProc(fi_handle file, long offset, int origin) {
-  return std::fseek(static_cast<std::FILE*>(file), offset, origin);
+  return static_cast<ImageFile*>(file)->seek(offset, origin) ? 0 : -1;
 }
 long tellProc(fi_handle file) {
-  return std::ftell(static_cast<std::FILE*>(file));
+  return static_cast<ImageFile*>(file)->tell();
 }
 
 FreeImageIO readingFile() {
   return {readProc, nullptr, seekProc, tellProc};
 }
 
-bool holdsType(const ImageType& type, std::FILE* file) {
+bool holdsType(const ImageType& type, ImageFile& file) {
   FreeImageIO io = readingFile();
-  std::rewind(file);
-  return FreeImage_ValidateFromHandle(identifier(type.format), &io, file) != FALSE;
+  file.seek(0, SEEK_SET);
+  return FreeImage_ValidateFromHandle(identifier(type.format), &io, &file) != FALSE;
 }
 
-void logWhyNoImage(const std::string& path, const ImageType& named, std::FILE* file) {
+void logWhyNoImage(const std::string& path, const ImageType& named, ImageFile& file) {
   for (const ImageType& type : imageTypes) {
     if (type.format == named.format || !holdsType(type, file)) continue;
     writeLog(path + ": no image, the file's content is " + std::string(type.ending) + ", not " +
@@ -177,41 +169,10 @@ void logWhyNoImage(const std::string& path, const ImageType& named, std::FILE* f
   writeLog(path + ": no image of type " + std::string(named.ending) + ", or damaged");
 }
 
-Bitmap decode(ImageFormat format, std::FILE* file, int flags) {
+Bitmap decode(ImageFormat format, ImageFile& file, int flags) {
   FreeImageIO io = readingFile();
-  std::rewind(file);
-  return Access::own(guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, file, flags); }));
-}
-
-bool skipSubBlocks(std::FILE* file) {
-  int length = 0;
-  while ((length = std::fgetc(file)) > 0) std::fseek(file, length, SEEK_CUR);
-  return length == 0;
-}
-
-/// The size of the first image of a GIF, which is what gets loaded; FreeImage cannot tell it without decoding the file.
-/// Layout: GIF89a specification, W3C 1990.
-std::optional<ImageSize> gifSize(std::FILE* file) {
-  constexpr int extension = 0x21, imageDescriptor = 0x2C, colorTable = 0x80;
-  std::array<unsigned char, 13> screen{};
-  std::rewind(file);
-  if (std::fread(screen.data(), screen.size(), 1, file) != 1) return std::nullopt;
-  const std::string_view signature(reinterpret_cast<const char*>(screen.data()), 6);
-  if (signature != "GIF87a" && signature != "GIF89a") return std::nullopt;
-  if ((screen[10] & colorTable) != 0) std::fseek(file, 3L << ((screen[10] & 7) + 1), SEEK_CUR);
-  for (;;) {
-    const int block = std::fgetc(file);
-    if (block == extension) {
-      std::fgetc(file);
-      if (!skipSubBlocks(file)) return std::nullopt;
-    } else if (block == imageDescriptor) {
-      std::array<unsigned char, 9> image{};
-      if (std::fread(image.data(), image.size(), 1, file) != 1) return std::nullopt;
-      return ImageSize{image[4] | image[5] << 8, image[6] | image[7] << 8};
-    } else {
-      return std::nullopt;
-    }
-  }
+  file.seek(0, SEEK_SET);
+  return Access::own(guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, &file, flags); }));
 }
 
 struct Header {
@@ -219,7 +180,8 @@ struct Header {
   int bitsPerPixel = 0;
 };
 
-std::optional<Header> readHeader(ImageFormat format, std::FILE* file) {
+std::optional<Header> readHeader(ImageFormat format, ImageFile& file) {
+  // FreeImage cannot tell a GIF's size without decoding it.
   if (format == ImageFormat::gif) {
     const std::optional<ImageSize> size = gifSize(file);
     if (!size) return std::nullopt;
@@ -230,7 +192,7 @@ std::optional<Header> readHeader(ImageFormat format, std::FILE* file) {
   return Header{{header.width(), header.height()}, header.bitsPerPixel()};
 }
 
-std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& type, std::FILE* file) {
+std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& type, ImageFile& file) {
   const std::optional<Header> header = readHeader(type.format, file);
   if (!header || header->size.width < 1 || header->size.height < 1) {
     logWhyNoImage(path, type, file);
@@ -238,9 +200,9 @@ std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& t
   }
   const ImageSize size = header->size;
   const double claimed = static_cast<double>(size.width) * static_cast<double>(size.height) * header->bitsPerPixel / 8;
-  std::error_code error;
-  const auto fileSize = static_cast<double>(std::filesystem::file_size(path, error));
-  if (error || claimed > fileSize * type.largestExpansion) {
+  // BMP has run lengths up to 8 bits a pixel only; half of the file may be missing.
+  const bool plain = type.format == ImageFormat::bmp && header->bitsPerPixel > 8;
+  if (claimed > static_cast<double>(file.size()) * (plain ? 2 : type.largestExpansion)) {
     writeLog(path + ": no image, its header claims " + std::to_string(size.width) + " x " +
              std::to_string(size.height) + " pixels, more than the file can hold");
     return std::nullopt;
@@ -316,27 +278,31 @@ std::span<const std::uint8_t> Bitmap::row(int y) const {
 
 std::optional<ImageSize> imageSize(const std::string& path) {
   const ImageType* type = imageTypeOf(path);
-  const File file = type != nullptr ? openImage(path) : nullptr;
-  if (!file) return std::nullopt;
+  if (type == nullptr) return std::nullopt;
   const LibraryMessages messages(path);
-  return checkedSize(path, *type, file.get());
+  ImageFile file(path);
+  return file ? checkedSize(path, *type, file) : std::nullopt;
 }
 
 Bitmap LoadImageByExtension(const std::string& path) {
   const ImageType* type = imageTypeOf(path);
-  const File file = type != nullptr ? openImage(path) : nullptr;
-  if (!file) {
-    writeLog(path + (type == nullptr ? ": no image type has this ending" : ": no such file"));
+  if (type == nullptr) {
+    writeLog(path + ": no image type has this ending");
     return {};
   }
   const LibraryMessages messages(path);
-  const std::optional<ImageSize> size = checkedSize(path, *type, file.get());
+  ImageFile file(path);
+  if (!file) {
+    writeLog(path + ": no such file");
+    return {};
+  }
+  const std::optional<ImageSize> size = checkedSize(path, *type, file);
   if (!size) return {};
   if (size->width > largestSide || size->height > largestSide) {
     throw Overflow("image " + path + " is " + std::to_string(size->width) + " x " + std::to_string(size->height) +
                    ", past 32767 pixels");
   }
-  Bitmap bitmap = decode(type->format, file.get(), 0);
+  Bitmap bitmap = decode(type->format, file, 0);
   if (!bitmap) writeLog(path + ": the image cannot be decoded");
   return bitmap;
 }
@@ -354,21 +320,23 @@ Bitmap LoadQuantized(const std::string& path) {
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
                        std::span<const PixelColor> reservePalette) {
   if (!bitmap) return {};
-  Bitmap converted;
+  Bitmap temporary;
+  const Bitmap* source = &temporary;
   if (bitmap.bitsPerPixel() != 24) {
-    converted = convertTo24Bits(bitmap);
+    temporary = convertTo24Bits(bitmap);
     if (unloadSource) bitmap.reset();
   } else if (unloadSource) {
-    converted = std::move(bitmap);
+    temporary = std::move(bitmap);
+  } else {
+    source = &bitmap;
   }
-  const Bitmap& source = converted ? converted : bitmap;
-  if (source.bitsPerPixel() != 24) return {};
+  if (!*source) return {};
   paletteSize = std::clamp(paletteSize, 2, 256);
   std::vector<RGBQUAD> reserved;
   for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
   reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
   FIBITMAP* reduced = guarded([&] {
-    return FreeImage_ColorQuantizeEx(Access::image(source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+    return FreeImage_ColorQuantizeEx(Access::image(*source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
                                      reserveSize, reserved.empty() ? nullptr : reserved.data());
   });
   // A palette always has 256 places; the library leaves shades of grey in those it does not use.
@@ -393,8 +361,8 @@ bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path
          writeWholeFile(path, {reinterpret_cast<const char*>(bytes), length});
 }
 
+// A coordinate below 0 becomes one past the image, which the library refuses.
 bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
-  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
   RGBQUAD quad{};
   const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
   if (FreeImage_GetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) == FALSE) return false;
@@ -403,7 +371,6 @@ bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
 }
 
 bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color) {
-  if (x < 0 || y < 0 || y >= bitmap.height()) return false;
   RGBQUAD quad = toLibrary(color);
   const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
   return FreeImage_SetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) != FALSE;

@@ -81,7 +81,8 @@ Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource,
 /// baseline. A JPEG takes 8-bit and 24-bit images only.
 bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags = 0);
 
-/// False outside the image, and for more than 8 bits a channel.
+/// For images without palette, of at most 8 bits a channel (see `convertTo24Bits`); false for others, and outside the
+/// image.
 bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color);
 bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color);
 

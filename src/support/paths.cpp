@@ -62,7 +62,7 @@ std::string_view fileName(std::string_view path) {
 }
 
 std::string findFile(std::string_view path) {
-  const std::string given(path);
+  std::string given(path);
   if (path.find('\0') != std::string_view::npos) return {};
   if (isRegularFile(given)) return given;
   std::string found = !path.empty() && separators.find(path.front()) != std::string_view::npos ? "/" : "";

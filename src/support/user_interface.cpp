@@ -21,6 +21,10 @@ void setUserInterface(UserInterface& implementation) {
   current() = &implementation;
 }
 
+bool askOkCancel(const std::string& text, const std::string& title) {
+  return userInterface().messageBox({text, title, Buttons::okCancel, Icon::question}) == Answer::ok;
+}
+
 void tell(const std::string& text, const std::string& title) {
   userInterface().messageBox({text, title});
 }

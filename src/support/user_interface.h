@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,26 @@ struct WorldFileAnswer {
   bool southern = false;
 };
 
+/// The dialog "Merge Maps" as it opens, and again after each of its actions.
+struct MergeQuestion {
+  std::string expandCaption;      ///< beside the box for enlarging the base map
+  bool merged = false;            ///< there is a result, which can be saved
+  std::string percentage = "50";  ///< the field labelled transparency, as it was left
+  bool enlarge = false;           ///< the box, as it was left
+};
+
+struct MergeAnswer {
+  enum class Action { close, merge, save };
+  Action action = Action::close;
+  std::string percentage;  ///< as typed
+  bool enlarge = false;    ///< the base map is enlarged first
+};
+
+/// Columns `left` to `right` - 1 and rows `top` to `bottom` - 1 of an image.
+struct PixelRectangle {
+  int left = 0, top = 0, right = 0, bottom = 0;
+};
+
 /// Which commands of the main window can be used.
 struct MenuStates {
   bool calibratedImage = false;  ///< an image is loaded and its calibration fits
@@ -56,6 +77,15 @@ class UserInterface {
   /// British grid).
   virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
 
+  /// "Merge Maps": what the person wants done next.
+  virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+
+  /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
+  virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;
+
+  /// A part of an image of `width` x `height` pixels, which the answer need not lie in; nothing when cancelled.
+  virtual std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) = 0;
+
   /// The whole text of the message panel, each line ended by CR LF.
   virtual void showPanel(const std::string& message) = 0;
 
@@ -71,6 +101,9 @@ class UserInterface {
 /// The implementation in use; `setUserInterface` must have been called before.
 UserInterface& userInterface();
 void setUserInterface(UserInterface& implementation);
+
+/// Asks `text` with OK and Cancel; true on OK.
+bool askOkCancel(const std::string& text, const std::string& title = "Vellandra");
 
 /// Shows `text` with an OK button.
 void tell(const std::string& text, const std::string& title = "Vellandra");

@@ -1,0 +1,48 @@
+#include "calibration/open_map.h"
+
+#include <optional>
+
+#include "calibration/datum_matching.h"
+#include "calibration/log.h"
+#include "calibration/reference_pair.h"
+
+namespace vellandra {
+namespace {
+
+void replaceCalibration(const Calibration& map) {
+  std::string kept = std::move(calibration.message);
+  calibration = map;
+  calibration.message = std::move(kept);
+}
+
+}  // namespace
+
+OpenMapKeeper::OpenMapKeeper() : calibration_(calibration), driver_(driver), datumName_(inputDatumName) {}
+
+OpenMapKeeper::~OpenMapKeeper() {
+  if (putBack_) {
+    replaceCalibration(calibration_);
+    driver = driver_;
+    inputDatumName = datumName_;
+  }
+  flushLog();
+  updateMenuStates();
+}
+
+void openDerivedMap(const Calibration& map, const std::string& imagePath) {
+  replaceCalibration(map);
+  calibration.imagePath = imagePath;
+  inputDatumName = "WGS 84";
+  splitInputPath(imagePath);
+  driver.inputPath = imagePath;
+  driver.inputType = "zzz";
+  driver.transformValid = true;
+  driver.calibrationPending = false;
+  const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
+  if (!pair) return;
+  driver.referencePair = *pair;
+  driver.metresPerPixel = metresPerPixel(*pair);
+  driver.worldFile = worldFileTerms(*pair);
+}
+
+}  // namespace vellandra

@@ -1,0 +1,147 @@
+#include "imaging/merge.h"
+
+#include "calibration/derived_map.h"
+#include "calibration/driver.h"
+#include "calibration/log.h"
+#include "calibration/open_map.h"
+#include "imaging/merge_pixels.h"
+#include "imaging/row_bands.h"
+#include "imaging/saved_map.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+constexpr int savedColors = 128;
+
+/// One side: its calibration goes to `map`. An empty image, with the person told, when it cannot be opened.
+Bitmap openSide(const std::string& pickerTitle, Calibration& map) {
+  driver.stage = openCalibration;
+  driver.pickerTitle = pickerTitle;
+  const bool opened = do_it();
+  driver.pickerTitle = Driver().pickerTitle;
+  if (!opened) return {};
+  map = calibration;
+  Bitmap loaded = LoadImageByExtension(map.imagePath);
+  Bitmap image = loaded.bitsPerPixel() == 24 ? std::move(loaded) : convertTo24Bits(loaded);
+  if (image.width() == map.imageWidth && image.height() == map.imageHeight) return image;
+  tell("Unable to load map");
+  return {};
+}
+
+/// The dialog: what it holds, and what its buttons do.
+class Dialog {
+ public:
+  explicit Dialog(MergeMaps& maps) : maps_(maps), canvas_(proposedCanvas(maps.sides)) {
+    question_.expandCaption =
+        "Expand base map to " + std::to_string(canvas_.width) + " x " + std::to_string(canvas_.height);
+  }
+
+  /// Until the person closes it, or memory runs out.
+  void run() {
+    while (true) {
+      question_.merged = static_cast<bool>(result_.image);
+      const MergeAnswer answer = userInterface().askMerge(question_);
+      if (answer.action == MergeAnswer::Action::close) {
+        if (mayClose()) return;
+      } else if (answer.action == MergeAnswer::Action::save) {
+        save();
+      } else if (!merge(answer)) {
+        return;
+      }
+    }
+  }
+
+  bool anythingSaved() const { return anythingSaved_; }
+
+ private:
+  bool mayClose() const {
+    return !unsaved_ || askOkCancel("Merged file not written : OK to exit procedure else cancel");
+  }
+
+  /// False when there is no memory for the result.
+  bool merge(const MergeAnswer& answer) {
+    question_.percentage = answer.percentage;
+    question_.enlarge = answer.enlarge;
+    const std::optional<double> percentage = percentageFrom(answer.percentage, 0, 100);
+    if (!percentage) {
+      tell("Transparency must be 0 to 100");
+      return true;
+    }
+    result_ = {};
+    unsaved_ = false;
+    const auto t = static_cast<float>(*percentage / 100);
+    result_ = mergedMap(maps_, answer.enlarge ? std::optional(canvas_) : std::nullopt, t, coreCount());
+    unsaved_ = static_cast<bool>(result_.image);
+    return unsaved_;
+  }
+
+  void save() {
+    if (!result_.image) return;
+    const std::optional<std::string> path = askWhereToSave();
+    if (!path) return;
+    userInterface().showBusy(true);
+    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, savedColors, 0);
+    userInterface().showBusy(false);
+    writeLog("Quantize for save");
+    if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;
+    unsaved_ = false;
+    anythingSaved_ = true;
+  }
+
+  MergeMaps& maps_;
+  Canvas canvas_;
+  MergeQuestion question_;
+  MergedMap result_;
+  bool unsaved_ = false, anythingSaved_ = false;
+};
+
+}  // namespace
+
+std::optional<MergeMaps> openMergeMaps() {
+  MergeMaps maps;
+  maps.base = openSide("Open calibration file for base map", maps.sides.a);
+  if (!maps.base) return std::nullopt;
+  maps.merge = openSide("Open calibration file for merge map", maps.sides.b);
+  if (!maps.merge) return std::nullopt;
+  bringLongitudesTogether(maps.sides);
+  return maps;
+}
+
+MergedMap mergedMap(const MergeMaps& maps, const std::optional<Canvas>& canvas, float t, unsigned threads) {
+  MergedMap result;
+  if (canvas) writeLog("Expanding");
+  result.image = canvas ? enlarge(maps.base, *canvas) : clone(maps.base);
+  if (!result.image) {
+    tell("Unable to allocate memory for merged map");
+    return {};
+  }
+  if (canvas) writeLog("Exapnded");
+  writeLog("Merging");
+  PixelMapping mapping;
+  if (canvas) {
+    mapping.fromX = -canvas->left;
+    mapping.fromY = -canvas->top;
+  }
+  result.map = derivedCalibration(maps.sides.a, mapping, result.image.width(), result.image.height());
+  result.map.imagePath = "$merge$";
+  mergePixels({result.map, maps.sides.b}, result.image, maps.merge, t, threads);
+  writeLog("Merged");
+  return result;
+}
+
+bool mergeMaps() {
+  if (driver.calibrationPending &&
+      !askOkCancel("Calibrations not written : OK to abandon them else cancel", "Not written")) {
+    return false;
+  }
+  OpenMapKeeper openMap;
+  std::optional<MergeMaps> maps = openMergeMaps();
+  if (!maps) return false;
+  Dialog dialog(*maps);
+  dialog.run();
+  if (dialog.anythingSaved()) openMap.keepNew();
+  return dialog.anythingSaved();
+}
+
+}  // namespace vellandra

@@ -1,0 +1,137 @@
+#include "imaging/rescale_crop.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "calibration/derived_map.h"
+#include "calibration/driver.h"
+#include "calibration/messages.h"
+#include "calibration/open_map.h"
+#include "formats/map_file.h"
+#include "imaging/map_image.h"
+#include "imaging/saved_map.h"
+#include "support/numbers.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+namespace {
+
+/// The open map's image: the one on show when there is no file of it, else read into `loaded`. Empty, with the person
+/// told, when it is not to be had in the size that the calibration is for.
+const Bitmap& openImage(Bitmap& loaded) {
+  const bool shown = mapImage.bitmap && mapImage.path == calibration.imagePath;
+  if (!shown) loaded = LoadImageByExtension(calibration.imagePath);
+  const Bitmap& image = shown ? mapImage.bitmap : loaded;
+  if (image.width() == calibration.imageWidth && image.height() == calibration.imageHeight && image) return image;
+  tell("Unable to load map");
+  loaded.reset();
+  return loaded;
+}
+
+/// Colours in the form that every step here can work on.
+Bitmap asColors(const Bitmap& image) {
+  return image.bitsPerPixel() == 24 ? Bitmap() : convertTo24Bits(image);
+}
+
+bool calibrated() {
+  if (driver.transformValid) return true;
+  tell("Insufficient points to proceed");
+  return false;
+}
+
+bool sameFile(const std::string& a, const std::string& b) {
+  std::error_code error;
+  return std::filesystem::equivalent(a, b, error) && !error;
+}
+
+/// As `askWhereToSave`, but for the files of the open map, which are not to be replaced.
+std::optional<std::string> askWhereToSaveCopy() {
+  std::optional<std::string> path = askWhereToSave();
+  if (path && (sameFile(*path, calibration.imagePath) || sameFile(mapPathBeside(*path), driver.inputPath))) {
+    tell("unable to save " + *path + "\nIt belongs to the open map, which stays as it is");
+    return std::nullopt;
+  }
+  return path;
+}
+
+/// Saves `image` with the calibration that `mapping` makes of the open one, which stays open.
+bool saveCopy(const Bitmap& image, const PixelMapping& mapping, const std::string& path, const char* done) {
+  const OpenMapKeeper openMap;
+  const Calibration map = derivedCalibration(calibration, mapping, image.width(), image.height());
+  if (!saveAndOpen(image, map, path)) return false;
+  showMessage(done);
+  return true;
+}
+
+int scaledSide(int side, double scale) {
+  return std::max(1, roundToInt32(side * scale));
+}
+
+bool isInside(const PixelRectangle& part, const Bitmap& image) {
+  return part.left >= 0 && part.top >= 0 && part.left < part.right && part.top < part.bottom &&
+         part.right <= image.width() && part.bottom <= image.height();
+}
+
+}  // namespace
+
+bool rescaleMap() {
+  if (!calibrated()) return false;
+  const std::optional<std::string> text = userInterface().askText("Scale percentage", "50");
+  if (!text) return false;
+  const std::optional<double> percentage = percentageFrom(*text, 10, 90);
+  if (!percentage) {
+    tell("scale percentage must be 10 to 90");
+    return false;
+  }
+  const std::optional<std::string> path = askWhereToSaveCopy();
+  if (!path) return false;
+  Bitmap loaded;
+  const Bitmap& image = openImage(loaded);
+  if (!image) return false;
+  const Bitmap colors = asColors(image);
+  const Bitmap scaled = rescale(colors ? colors : image, scaledSide(image.width(), *percentage / 100),
+                                scaledSide(image.height(), *percentage / 100));
+  if (!scaled) {
+    tell("Unable to allocate memory for rescaled map");
+    return false;
+  }
+  PixelMapping mapping;
+  mapping.perX = static_cast<double>(image.width()) / scaled.width();
+  mapping.perY = static_cast<double>(image.height()) / scaled.height();
+  // Resampling brings edge to edge, positions belong to the middle of pixels.
+  mapping.fromX = mapping.perX / 2 - 0.5;
+  mapping.fromY = mapping.perY / 2 - 0.5;
+  return saveCopy(scaled, mapping, *path, "Done rescaling");
+}
+
+bool cropMap() {
+  if (!calibrated()) return false;
+  const std::optional<PixelRectangle> part =
+      userInterface().askRectangle("Part of the map to keep", calibration.imageWidth, calibration.imageHeight);
+  if (!part) return false;
+  Bitmap loaded;
+  const Bitmap& image = openImage(loaded);
+  if (!image) return false;
+  if (!isInside(*part, image)) {
+    tell("The part to keep must lie inside the map");
+    return false;
+  }
+  const std::optional<std::string> path = askWhereToSaveCopy();
+  if (!path) return false;
+  Bitmap cropped = copyRectangle(image, part->left, part->top, part->right, part->bottom);
+  // PNG has no pixels of 16 bits other than grey.
+  if (cropped.bitsPerPixel() == 16) cropped = convertTo24Bits(cropped);
+  if (!cropped) {
+    tell("Unable to allocate memory for cropped map");
+    return false;
+  }
+  PixelMapping mapping;
+  mapping.fromX = part->left;
+  mapping.fromY = part->top;
+  return saveCopy(cropped, mapping, *path, "Done cropping");
+}
+
+}  // namespace vellandra

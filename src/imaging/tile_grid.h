@@ -1,0 +1,90 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace vellandra {
+
+/// Pixels, from 1 up.
+struct TileSize {
+  std::int32_t width = 0, height = 0;
+};
+
+/// A rectangle of the map image in pixels from its top-left corner; `right` and `bottom` are exclusive.
+struct Tile {
+  std::int32_t left = 0, top = 0, right = 0, bottom = 0;
+};
+
+/// How an image is cut: tiles of one size from the top-left corner, clipped at the right and the bottom edge. Tiles are
+/// numbered from 1 in the order they are written: column by column, from the top down in a column.
+class TileGrid {
+ public:
+  /// Throws InvalidArgument when a side of the image or the tile is below 1.
+  TileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
+
+  std::int32_t across() const { return across_; }
+  std::int32_t down() const { return down_; }
+  std::int64_t count() const { return std::int64_t{across_} * down_; }
+  /// Throws SubscriptOutOfRange for a number outside 1 to `count()`.
+  Tile tile(std::int64_t number) const;
+  /// The number of the tile that holds pixel (x, y); 0 outside the image.
+  std::int64_t tileAt(double x, double y) const;
+
+ private:
+  std::int32_t imageWidth_, imageHeight_;
+  TileSize size_;
+  std::int32_t across_, down_;
+};
+
+/// The most tiles a Garmin Custom Map is cut into.
+constexpr int largestGarminTileCount = 1000;
+
+/// Whether the image's area is below one tile's, whatever its shape; a Garmin Custom Map is then one tile, of the
+/// image's size.
+bool isBelowOneTile(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
+
+/// Throws SubscriptOutOfRange for more than 1000 tiles.
+TileGrid garminTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
+
+/// TrekBuddy's tile positions are 16-bit numbers: throws Overflow for an image past 32767 pixels.
+TileGrid trekBuddyTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
+
+/// What the person chooses in "Garmin Tile controls", apart from the window that shows it.
+class GarminTileControls {
+ public:
+  /// Starts with every tile ticked. Throws InvalidArgument as `TileGrid` does.
+  GarminTileControls(std::int32_t imageWidth, std::int32_t imageHeight, TileSize preferred);
+
+  void raiseAcross() { setCounts(across_ + 1, down_); }
+  void lowerAcross() { setCounts(across_ - 1, down_); }
+  void raiseDown() { setCounts(across_, down_ + 1); }
+  void lowerDown() { setCounts(across_, down_ - 1); }
+
+  TileSize tileSize() const { return size_; }
+  /// The tile size, and a warning when it is larger in area than the preferred one.
+  std::string caption() const;
+  /// The tiles as they will be cut. Their counts follow from the tile size, which is whole, and can be fewer than the
+  /// buttons asked for.
+  TileGrid grid() const { return {imageWidth_, imageHeight_, size_}; }
+
+  /// Whether tile `number` is written; true for a number past 1000, with which nothing is written at all.
+  bool isTicked(std::int64_t number) const;
+  /// Toggles the tile under (x, y) of the picture, which shows the whole map scaled to `pictureWidth` x
+  /// `pictureHeight`. A click beside the map does nothing.
+  void click(double x, double y, double pictureWidth, double pictureHeight);
+
+  void confirm() { confirmed_ = true; }
+  bool isConfirmed() const { return confirmed_; }
+
+ private:
+  void setCounts(std::int32_t across, std::int32_t down);
+
+  std::int32_t imageWidth_, imageHeight_;
+  TileSize preferred_, size_;
+  std::int32_t across_, down_;
+  std::array<bool, largestGarminTileCount> crossed_{};
+  bool confirmed_ = false;
+};
+
+}  // namespace vellandra

@@ -1,0 +1,279 @@
+#include "imaging/bitmap.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <random>
+#include <set>
+#include <tuple>
+
+#include "core_fixture.h"
+#include "support/errors.h"
+
+namespace vellandra {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string images = FIXTURES "/images/";
+constexpr PixelColor red{255, 0, 0}, green{0, 255, 0}, blue{0, 0, 255}, white{255, 255, 255};
+
+class BitmapTest : public CoreTest {
+ protected:
+  BitmapTest() { testing::internal::CaptureStderr(); }
+  // The image libraries have a habit of talking on the terminal.
+  ~BitmapTest() override { EXPECT_EQ(testing::internal::GetCapturedStderr(), ""); }
+
+  std::string copyOf(const std::string& fixture, const std::string& name) const {
+    fs::copy_file(images + fixture, folder + name);
+    return folder + name;
+  }
+};
+
+/// Every pixel another colour.
+Bitmap manyColors(int width, int height) {
+  Bitmap bitmap = allocate24Bits(width, height);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      SetPixelColor(bitmap, x, y,
+                    {static_cast<std::uint8_t>(x * 7), static_cast<std::uint8_t>(y * 5), static_cast<std::uint8_t>(x)});
+    }
+  }
+  return bitmap;
+}
+
+PixelColor at(const Bitmap& bitmap, int x, int y) {
+  PixelColor color;
+  EXPECT_TRUE(GetPixelColor(bitmap, x, y, color)) << x << " " << y;
+  return color;
+}
+
+std::size_t countColors(const Bitmap& paletteImage) {
+  const Bitmap bitmap = convertTo24Bits(paletteImage);
+  std::set<std::tuple<int, int, int>> colors;
+  for (int y = 0; y < bitmap.height(); ++y) {
+    for (int x = 0; x < bitmap.width(); ++x) {
+      const PixelColor color = at(bitmap, x, y);
+      colors.emplace(color.red, color.green, color.blue);
+    }
+  }
+  return colors.size();
+}
+
+// The "quadrants" images were made with ImageMagick: 16 x 12 pixels, red and green above blue and white.
+
+TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
+  const struct {
+    const char *fixture, *name;
+    bool loads;
+  } rows[] = {{"quadrants.tif", "survey.Tif", true},   {"quadrants.tif", "SURVEYTIF", true},
+              {"quadrants.tif", "survey.tiff", false}, {"quadrants.jpg", "survey.jpeg", false},
+              {"quadrants.png", "survey.pNg", true},   {"quadrants.gif", "gif", true},
+              {"quadrants.bmp", "survey.bmp ", false}, {"quadrants.bmp", "b", false},
+              {"quadrants.jpg", "jpeg-in.png", false}, {"quadrants.png", "png-in.tif", false}};
+  for (const auto& row : rows) {
+    const std::string path = copyOf(row.fixture, row.name);
+    EXPECT_EQ(static_cast<bool>(LoadImageByExtension(path)), row.loads) << row.name;
+    EXPECT_EQ(imageSize(path).has_value(), row.loads) << row.name;
+  }
+  EXPECT_NE(log().find("jpeg-in.png: no image, the file's content is JPG, not PNG"), std::string::npos) << log();
+}
+
+TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
+  for (const char* name : {"quadrants.png", "quadrants.jpg", "quadrants.bmp", "quadrants.gif", "quadrants.tif",
+                           "palette.bmp", "rgb565.bmp"}) {
+    const std::optional<ImageSize> size = imageSize(images + name);
+    ASSERT_TRUE(size) << name;
+    EXPECT_EQ(size->width, 16) << name;
+    EXPECT_EQ(size->height, 12) << name;
+    const Bitmap bitmap = convertTo24Bits(LoadImageByExtension(images + name));
+    ASSERT_EQ(bitmap.width(), 16) << name;
+    ASSERT_EQ(bitmap.height(), 12) << name;
+    const struct {
+      int x, y;
+      PixelColor color;
+    } corners[] = {{0, 0, red}, {15, 0, green}, {0, 11, blue}, {15, 11, white}};
+    for (const auto& corner : corners) {
+      const PixelColor color = at(bitmap, corner.x, corner.y);
+      EXPECT_NEAR(color.red, corner.color.red, 8) << name;  // JPEG is not exact
+      EXPECT_NEAR(color.green, corner.color.green, 8) << name;
+      EXPECT_NEAR(color.blue, corner.color.blue, 8) << name;
+    }
+    EXPECT_GE(bitmap.row(0)[2], 247) << name;   // red is the third byte
+    EXPECT_GE(bitmap.row(11)[0], 247) << name;  // blue the first
+  }
+  // The first image, not the screen of 20 x 30 that it stands on.
+  EXPECT_EQ(imageSize(images + "offset.gif").value_or(ImageSize{}).width, 5);
+  EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
+  EXPECT_EQ(at(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
+  for (const std::string type : {"jpg", "gif"}) {  // cut off behind the header
+    const std::string whole = contentOf(images + "quadrants." + type);
+    writeTestFile(folder + "header." + type, whole.substr(0, whole.size() - 20));
+    EXPECT_EQ(imageSize(folder + "header." + type).value_or(ImageSize{}).height, 12) << type;
+  }
+}
+
+TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
+  // The library puts file names into a buffer of some hundred characters.
+  const std::string deep =
+      folder + std::string(200, 'd') + "/" + std::string(200, 'e') + "/" + std::string(200, 'f') + "/";
+  fs::create_directories(deep);
+  writeTestFile(deep + "text.tif", "not an image\r\n");
+  writeTestFile(folder + "empty.png", "");
+  writeTestFile(folder + "signature.gif", "GIF89a");
+  fs::create_directory(folder + "folder.jpg");
+  ASSERT_EQ(::mkfifo((folder + "pipe.bmp").c_str(), 0600), 0);
+  const std::string paths[] = {deep + "text.tif", deep + "absent.png", folder + "empty.png", folder + "signature.gif",
+                               folder + "folder.jpg", folder + "pipe.bmp",
+                               // Headers that claim 30000 x 30000 pixels in some hundred bytes.
+                               images + "lying.png", images + "lying.jpg", images + "lying.bmp", images + "lying.gif",
+                               images + "lying.tif"};
+  for (const std::string& path : paths) {
+    EXPECT_FALSE(imageSize(path)) << path;
+    EXPECT_FALSE(LoadImageByExtension(path)) << path;
+  }
+  EXPECT_NE(log().find("text.tif: Error while opening TIFF"), std::string::npos) << log();
+}
+
+TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
+  for (const auto& [format, name] : {std::pair(ImageFormat::png, "wide.png"), {ImageFormat::bmp, "wide.bmp"}}) {
+    ASSERT_TRUE(SaveImage(format, allocate24Bits(40000, 2), folder + name));
+    EXPECT_EQ(imageSize(folder + name).value_or(ImageSize{}).width, 40000);
+    try {
+      LoadImageByExtension(folder + name);
+      ADD_FAILURE() << name;
+    } catch (const Overflow& overflow) {
+      EXPECT_EQ(overflow.detail(), "image " + folder + name + " is 40000 x 2, past 32767 pixels");
+    }
+  }
+  EXPECT_THROW(LoadQuantized(folder + "wide.png"), Overflow);
+  EXPECT_EQ(person.busyStates, (std::vector{true, false}));
+}
+
+TEST_F(BitmapTest, DamagedFilesGiveAnImageOfTheirHeadersSizeOrNone) {
+  for (const std::string type : {"png", "jpg", "bmp", "gif", "tif"}) {
+    const std::string whole = contentOf(images + "quadrants." + type);
+    const std::string path = folder + "damaged." + type;
+    std::mt19937 random(1);
+    for (int i = 0; i < 300; ++i) {
+      std::string bytes = whole;
+      if (i < 100) {
+        bytes.resize(whole.size() * static_cast<std::size_t>(i) / 100);
+      } else {
+        for (int flips = 0; flips <= i % 4; ++flips) {
+          char& byte = bytes[random() % bytes.size()];
+          byte = static_cast<char>(i % 2 == 0 ? byte ^ 1 << random() % 8 : static_cast<int>(random() % 256));
+        }
+      }
+      writeTestFile(path, bytes);
+      const std::optional<ImageSize> size = imageSize(path);
+      try {
+        const Bitmap bitmap = LoadImageByExtension(path);
+        if (!bitmap) continue;
+        ASSERT_TRUE(size) << type << " " << i;
+        EXPECT_EQ(bitmap.width(), size->width) << type << " " << i;
+        EXPECT_EQ(bitmap.height(), size->height) << type << " " << i;
+      } catch (const Overflow&) {
+        EXPECT_TRUE(size && (size->width > 32767 || size->height > 32767)) << type << " " << i;
+      }
+    }
+  }
+}
+
+TEST_F(BitmapTest, QuantizingReleasesTheSourceOnlyWhenAsked) {
+  const Bitmap colors = manyColors(40, 30);
+  const Bitmap eightBits = LoadImageByExtension(images + "palette.bmp");
+  for (const Bitmap* source : {&colors, &eightBits}) {
+    Bitmap kept = clone(*source);
+    EXPECT_TRUE(ColorQuantizeEx(kept, QuantizeMethod::neuQuant, false));
+    ASSERT_EQ(kept.bitsPerPixel(), source->bitsPerPixel());
+    for (int y = 0; y < kept.height(); ++y) EXPECT_TRUE(std::ranges::equal(kept.row(y), source->row(y)));
+    EXPECT_EQ(ColorQuantizeEx(kept, QuantizeMethod::neuQuant, true).bitsPerPixel(), 8);
+    EXPECT_FALSE(kept);
+  }
+  Bitmap none;
+  EXPECT_FALSE(ColorQuantizeEx(none, QuantizeMethod::neuQuant, true));
+}
+
+TEST_F(BitmapTest, PaletteSizeIsBroughtTo2To256AndHoldsTheReservedColors) {
+  Bitmap colors = manyColors(60, 40);
+  const struct { int asked, entries; } rows[] = {{-5, 2}, {1, 2}, {128, 128}, {256, 256}, {1000, 256}};
+  for (const auto& row : rows) {
+    const Bitmap reduced = ColorQuantizeEx(colors, QuantizeMethod::neuQuant, false, row.asked);
+    EXPECT_EQ(reduced.paletteEntryCount(), row.entries);
+    EXPECT_EQ(copyRectangle(reduced, 1, 1, 9, 9).paletteEntryCount(), row.entries);
+    EXPECT_LE(countColors(reduced), static_cast<std::size_t>(row.entries));
+    EXPECT_GT(countColors(reduced), static_cast<std::size_t>(row.entries) / 2);
+    EXPECT_THROW(static_cast<void>(reduced.paletteEntry(row.entries)), SubscriptOutOfRange);
+  }
+  const std::vector<PixelColor> reserve{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+  for (const int reserveSize : {3, 50}) {  // more than there are must not be read
+    const Bitmap reduced = ColorQuantizeEx(colors, QuantizeMethod::neuQuant, false, 16, reserveSize, reserve);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(reduced.paletteEntry(13 + i), reserve[static_cast<std::size_t>(i)]);
+  }
+}
+
+TEST_F(BitmapTest, LoadQuantizedGivesAtMost128ColorsAndSaysWhatItDoes) {
+  ASSERT_TRUE(SaveImage(ImageFormat::png, manyColors(60, 40), folder + "many.png"));
+  const Bitmap reduced = LoadQuantized(folder + "many.png");
+  EXPECT_EQ(reduced.paletteEntryCount(), 128);
+  EXPECT_LE(countColors(reduced), 128U);
+  EXPECT_TRUE(person.panel.ends_with("Rebuilding palette, please wait...\r\n")) << person.panel;
+  EXPECT_FALSE(LoadQuantized(folder + "absent.png"));
+  EXPECT_TRUE(person.panel.ends_with(folder + "absent.pngalready quantized\r\n")) << person.panel;
+  EXPECT_EQ(person.busyStates, (std::vector{true, false, true, false}));
+}
+
+TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
+  const Bitmap colors = manyColors(40, 30);
+  ASSERT_TRUE(SaveImage(ImageFormat::png, colors, folder + "map.png"));
+  const Bitmap again = LoadImageByExtension(folder + "map.png");
+  for (int y = 0; y < 30; ++y) EXPECT_TRUE(std::ranges::equal(again.row(y), colors.row(y)));
+  const std::string before = contentOf(folder + "map.png");
+  EXPECT_FALSE(SaveImage(ImageFormat::gif, colors, folder + "map.png"));  // GIF holds 8 bits at most
+  EXPECT_FALSE(SaveImage(ImageFormat::png, Bitmap(), folder + "map.png"));
+  EXPECT_FALSE(SaveImage(ImageFormat::png, colors, folder + "absent/map.png"));
+  EXPECT_EQ(contentOf(folder + "map.png"), before);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);  // the log and the map
+}
+
+TEST_F(BitmapTest, JpegsAreBaselineAndFollowTheQuality) {
+  const Bitmap colors = manyColors(200, 150);
+  std::uintmax_t larger = ~std::uintmax_t{0};
+  for (const int flags : {jpegSuperb, jpegGood, jpegNormal, jpegAverage, jpegBad}) {
+    ASSERT_TRUE(SaveImage(ImageFormat::jpeg, colors, folder + "tile.jpg", flags));
+    const std::string bytes = contentOf(folder + "tile.jpg");
+    EXPECT_NE(bytes.find("\xFF\xC0"), std::string::npos);  // start of a baseline frame, ITU T.81 table B.1
+    EXPECT_LT(bytes.size(), larger) << flags;
+    larger = bytes.size();
+  }
+}
+
+TEST_F(BitmapTest, RectanglesCountFromTheTopLeftAndStayInside) {
+  Bitmap canvas = allocate24Bits(10, 8, white);
+  EXPECT_TRUE(Paste(canvas, allocate24Bits(3, 2, blue), 1, 2, 256));
+  EXPECT_TRUE(Paste(canvas, allocate24Bits(1, 1, red), 1, 2, 256));
+  const Bitmap copy = copyRectangle(canvas, 1, 2, 4, 5);
+  EXPECT_EQ(copy.width(), 3);
+  EXPECT_EQ(copy.height(), 3);
+  EXPECT_EQ(at(copy, 0, 0), red);
+  EXPECT_EQ(at(copy, 2, 1), blue);
+  EXPECT_EQ(at(copy, 2, 2), white);
+  PixelColor color;
+  for (const auto& [x, y] : {std::pair(-1, 0), {0, -1}, {10, 0}, {0, 8}}) {
+    EXPECT_FALSE(GetPixelColor(canvas, x, y, color));
+    EXPECT_FALSE(SetPixelColor(canvas, x, y, red));
+  }
+  EXPECT_FALSE(GetPixelColor(Bitmap(), 0, 0, color));
+  EXPECT_THROW(canvas.row(8), SubscriptOutOfRange);
+  EXPECT_FALSE(Paste(canvas, copy, 8, 0, 256));
+  EXPECT_FALSE(copyRectangle(canvas, 0, 0, 11, 8));
+  EXPECT_FALSE(copyRectangle(canvas, 6, 0, 4, 8));
+  EXPECT_FALSE(rescale(canvas, 0, 5));
+  EXPECT_EQ(rescale(canvas, 20, 5).width(), 20);
+  EXPECT_FALSE(allocate24Bits(-10, 8));
+}
+
+}  // namespace
+}  // namespace vellandra
