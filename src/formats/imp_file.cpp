@@ -1,5 +1,6 @@
 #include "formats/imp_file.h"
 
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -23,7 +24,8 @@ enum class Kind { geographic, grid };
 struct ImpFile {
   std::string datum = "WGS 84";
   std::optional<Kind> byProjection, byCoordinates;
-  std::vector<Fields> pointLines;  ///< placed at the end: datum and kind may stand behind them
+  /// By digit, the last line of each; placed at the end, because datum and kind may stand behind them.
+  std::map<char, Fields> pointLines;
 };
 
 std::optional<Kind> kindOfProjection(const std::string& name) {
@@ -52,15 +54,15 @@ void readLine(std::string_view line, ImpFile& imp) {
   } else if (key == "bitmapheight") {
     calibration.imageHeight = parseInt16(value);
   } else if (isPointKey(key)) {
-    imp.pointLines.push_back(fields);
+    imp.pointLines[key[1]] = fields;
   }
 }
 
 void placePoints(const ImpFile& imp, int datumIndex) {
   const std::optional<Kind> kind = imp.byCoordinates ? imp.byCoordinates : imp.byProjection;
   if (!kind && !imp.pointLines.empty()) tell("Unknown IMP Projection/Coordinates");
-  for (const Fields& fields : imp.pointLines) {
-    const int slot = field(fields, 0)[1] - '0' + 1;
+  for (const auto& [digit, fields] : imp.pointLines) {
+    const int slot = digit - '0' + 1;
     const std::string_view zone = field(fields, 3);
     readPixel(slot, field(fields, 1), field(fields, 2));
     if (kind == Kind::geographic) {

@@ -1,6 +1,7 @@
 #include "formats/map_file.h"
 
 #include <cmath>
+#include <map>
 #include <vector>
 
 #include "calibration/calibration.h"
@@ -21,7 +22,6 @@ namespace {
 using Fields = std::vector<std::string_view>;
 
 struct GridPoint {
-  int slot;
   std::string zone, easting, northing, hemisphere;
 };
 
@@ -29,8 +29,8 @@ struct GridPoint {
 struct MapFile {
   std::string imageName = "x.x";
   std::string datum = "WGS 84";
-  bool decimalFractions = false;  ///< minutes fields hold the decimals of a degree
-  std::vector<GridPoint> gridPoints;
+  bool decimalFractions = false;        ///< minutes fields hold the decimals of a degree
+  std::map<int, GridPoint> gridPoints;  ///< by slot
 };
 
 void readImageExtension(std::string_view line, MapFile& map) {
@@ -62,10 +62,13 @@ bool looksLikeFractions(std::string_view minutes1, std::string_view minutes2) {
 void readPointLine(const Fields& fields, MapFile& map) {
   const std::string_view name = field(fields, 0);
   const int slot = pointNumber(name.substr(name.size() - 2), maxTiePoints);
+  // Of two lines for one point the last one counts, as a whole.
+  calibration.hasPixel[slot] = calibration.hasPosition[slot] = false;
+  map.gridPoints.erase(slot);
   readPixel(slot, field(fields, 2), field(fields, 3));
   if (!field(fields, 14).empty()) {
-    map.gridPoints.push_back({slot, std::string(field(fields, 13)), std::string(field(fields, 14)),
-                              std::string(field(fields, 15)), std::string(field(fields, 16))});
+    map.gridPoints[slot] = {std::string(field(fields, 13)), std::string(field(fields, 14)),
+                            std::string(field(fields, 15)), std::string(field(fields, 16))};
     return;
   }
   const std::string_view latitudeMinutes = field(fields, 7);
@@ -120,20 +123,20 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   const bool utm = projection.starts_with("(utm)") || projection.starts_with("latit");
   const bool british = projection.starts_with("(bng)");
   const bool irish = projection.starts_with("(ig)");
-  for (const GridPoint& point : map.gridPoints) {
+  for (const auto& [slot, point] : map.gridPoints) {
     if (utm) {
       const bool southern = upperCase(point.hemisphere) == "S";
-      readUtm(point.slot, datumIndex, point.zone, southern, point.easting, point.northing);
+      readUtm(slot, datumIndex, point.zone, southern, point.easting, point.northing);
     } else if (british) {
-      readBritishGrid(point.slot, point.zone, point.easting, point.northing);
+      readBritishGrid(slot, point.zone, point.easting, point.northing);
     } else if (irish) {
-      readIrishGrid(point.slot, point.zone, point.easting, point.northing);
+      readIrishGrid(slot, point.zone, point.easting, point.northing);
     }
   }
   if (!utm && !british && !irish) tell("unknown projection");
   if (!british || datumIndex == 0) return datumIndex;
   Slots<bool> onWgs84;
-  for (const GridPoint& point : map.gridPoints) onWgs84[point.slot] = true;
+  for (const auto& [slot, point] : map.gridPoints) onWgs84[slot] = true;
   shiftOthersToWgs84(onWgs84, datumIndex);
   return matchDatum("WGS 84");
 }

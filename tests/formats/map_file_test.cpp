@@ -50,6 +50,8 @@ TEST_F(MapFileTest, PositionsOfEveryKindOfPoint) {
        51.51807913, -1.56904403},
       {"British metres", "(BNG) British National Grid", "Point01,xy,1,2,in,deg,,,N,,,W,grid,,430000,180000,N",
        51.51807913, -1.56904403},
+      {"given again in degrees", "(UTM)",
+       "Point01,xy,8,9,in,deg,,,N,,,W,grid,30,430000,5800000,N\nPoint01,xy,1,2,in,deg,50,30.0,N,1,15.0,W", 50.5, -1.25},
       {"Irish letter", "(IG) Irish Grid", "Point01,xy,1,2,in,deg,,,N,,,W,grid,O,15000,34000,", 53.34372914,
        -6.27310280},
   };
@@ -83,6 +85,8 @@ TEST_F(MapFileTest, PointThatCannotBePlacedIsLeftOutAndNamed) {
   const Row rows[] = {
       {"latitude no number", "Lat", "Point04,xy,1,2,in,deg,x,30,N,1,15,W"},
       {"longitude missing", "Lat", "Point04,xy,1,2,in,deg,50,30,N,,15,W"},
+      {"given again without a pixel", "Lat",
+       "Point04,xy,1,2,in,deg,50,30,N,1,15,W\nPoint04,xy,a,2,in,deg,50,30,N,1,15,W"},
       {"pixel no number", "Lat", "Point04,xy,a,2,in,deg,50,30,N,1,15,W"},
       {"zone missing", "(UTM)", "Point04,xy,1,2,in,deg,,,N,,,W,grid,,430000,5800000,N"},
       {"zone 61", "(UTM)", "Point04,xy,1,2,in,deg,,,N,,,W,grid,61,430000,5800000,N"},

@@ -71,6 +71,7 @@ TEST_F(PointReaders, LeaveOutAndReportWhatIsNoPosition) {
       {"gux", "S CalPoint1 = BRITISH S1 = 5000 9000 = 12 34"},
       {"gux", "S CalPoint1 = GRID 1 2 3 4"},
       {"imp", "Coordinates=1\nP0=1,2,A,3,north"},
+      {"imp", "Coordinates=1\nP0=1,2,A,3,4\nP0=1,2,A,3,north"},
       {"gmi", "title\nmap.png\n1\n1\n1;2;3;north"},
   };
   for (const auto& [extension, content] : rows) {
