@@ -54,6 +54,6 @@ int main(int argc, char** argv) {
   vellandra::setUserInterface(console);
   vellandra::startSession();
   const int status = vellandra::runBatch(*path);
-  vellandra::closeLog();
+  vellandra::endLog();
   return status;
 }

@@ -33,24 +33,30 @@ void Calibration::clear() {
 
 void closePointGaps() {
   Calibration& c = calibration;
-  const int slots = c.cornerCount > 0 ? maxTiePoints : maxSlot;
-  int last = std::min<int>(c.pointCount, slots);
-  for (int slot = 1; slot <= slots; ++slot) {
+  int last = c.pointCount;
+  for (int slot = 1; slot <= maxTiePoints; ++slot) {
     if (c.hasPixel[slot] || c.hasPosition[slot]) last = std::max(last, slot);
   }
   int count = 0;
   std::string missing;
+  std::string repeated;
+  const auto add = [](std::string& list, int slot) { list += (list.empty() ? "" : ", ") + std::to_string(slot); };
+  if (c.hasPixel[0] || c.hasPosition[0]) add(missing, 0);  // points count from 1
   for (int slot = 1; slot <= last; ++slot) {
+    if (c.givenTwice[slot]) add(repeated, slot);
+    c.givenTwice[slot] = false;
     if (!c.hasPixel[slot] || !c.hasPosition[slot]) {
-      missing += (missing.empty() ? "" : ", ") + std::to_string(slot);
+      add(missing, slot);
       continue;
     }
     ++count;
     c.setPixel(count, c.pixelX[slot], c.pixelY[slot]);
     c.setPosition(count, c.latitude[slot], c.longitude[slot]);
   }
+  c.hasPixel[0] = c.hasPosition[0] = false;
   for (int slot = count + 1; slot <= last; ++slot) c.hasPixel[slot] = c.hasPosition[slot] = false;
   c.pointCount = static_cast<std::int16_t>(count);
+  if (!repeated.empty()) showMessage("Points given more than once, the last one counts: " + repeated);
   if (!missing.empty()) showMessage("Points missing or without a readable position: " + missing);
 }
 

@@ -39,6 +39,7 @@ struct Calibration {
   Slots<std::int32_t> pixelX, pixelY;
   Slots<double> latitude, longitude;
   Slots<bool> hasPixel, hasPosition;  ///< which halves of a slot the reader has filled
+  Slots<bool> givenTwice;             ///< the file holds more than one line for the slot; the last one counts
   Slots<std::string> datumName;       ///< datum of the slot's position, trimmed; empty when it is not known
 
   std::string projection;  ///< as read, lower case; "mercator" selects the Mercator model

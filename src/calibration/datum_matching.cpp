@@ -18,6 +18,13 @@ std::string inputDatumName;
 
 namespace {
 
+/// The row that the last look-up gave for a name: of rows of the same name another one may have been chosen by hand.
+struct LastMatch {
+  std::string name;
+  int index = 0;
+};
+LastMatch lastMatch;
+
 std::string shown(std::string_view name) {
   return std::string(trim(name));
 }
@@ -33,6 +40,7 @@ int chooseFromTable(const std::string& label) {
 
 void LoadDatums() {
   datumTable = DatumTable();
+  lastMatch = LastMatch();
   std::string path = findFile(preferences.datumsPath);
   if (path.empty() && locateDatumsFile()) path = findFile(preferences.datumsPath);
   if (path.empty()) return;
@@ -52,11 +60,13 @@ void finddatum(std::string& name, std::int16_t& index) {
       inputDatumName = shown(preferences.matchedName);
     }
   }
+  if (index > 0) lastMatch = {shown(datumTable.name[static_cast<std::size_t>(index)]), index};
   writeLog("finddatum " + shown(name) + " " + std::to_string(index));
 }
 
 int matchDatum(std::string_view name) {
-  std::string shaped = datumColumnName(upperCase(trim(name)) == "WGS84" ? "WGS 84" : name);
+  std::string shaped = datumColumnName(name);
+  if (trim(shaped) == "WGS84" && findDatumByName(shaped) == 0) shaped = datumColumnName("WGS 84");
   std::int16_t index = 0;
   finddatum(shaped, index);
   return index;
@@ -65,13 +75,21 @@ int matchDatum(std::string_view name) {
 int askDatum(const std::string& label) {
   inputDatumName = label;
   const int index = chooseFromTable(label);
-  if (index > 0) inputDatumName = shown(datumTable.name[static_cast<std::size_t>(index)]);
+  if (index > 0) {
+    inputDatumName = shown(datumTable.name[static_cast<std::size_t>(index)]);
+    lastMatch = {inputDatumName, index};
+  }
   return index;
+}
+
+int datumIndexOf(const std::string& name) {
+  return name == lastMatch.name ? lastMatch.index : findDatumByName(datumColumnName(name));
 }
 
 void shiftToWgs84(int index, double& lat, double& lon) {
   const auto i = static_cast<std::size_t>(index);
   const double before = lon;
+  lon -= 360 * std::round(lon / 360);  // the shift knows longitudes within a half turn
   double height = 0;
   DatumToWgs84(datumTable.dA[i], datumTable.dF[i], lat, lon, height, datumTable.dX[i], datumTable.dY[i],
                datumTable.dZ[i]);

@@ -22,6 +22,10 @@ int matchDatum(std::string_view name);
 /// Asks for a datum of the table under `label`, without remembering the answer for other files. Returns the index or 0.
 int askDatum(const std::string& label);
 
+/// Row of the datum that a slot names (trimmed, as in `Calibration::datumName`); 0 when it is not in the table. Asks
+/// nobody.
+int datumIndexOf(const std::string& name);
+
 /// Shifts a position (degrees) from datum `index` of the table to WGS 84. The longitude comes out within 180 degrees of
 /// the one that went in.
 void shiftToWgs84(int index, double& lat, double& lon);

@@ -1,5 +1,6 @@
 #include "calibration/driver.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -24,6 +25,7 @@ Driver driver;
 namespace {
 
 constexpr const char* noSupport = "No support";
+constexpr const char* noImage = "Unable to proceed without matching image";
 constexpr const char* wgs84 = "WGS 84";
 constexpr const char* clipboardImage = "clip.board";
 
@@ -67,8 +69,17 @@ void logInputFile() {
   writeLog(driver.inputPath);
   TextFile file(driver.inputPath);
   driver.inputIsWindows1252 = !isUtf8(file.content());
+  constexpr std::size_t most = 4'000'000;  // a log that fills the disk helps nobody
+  std::size_t written = 0;
   std::string_view line;
-  while (getline(file, line)) writeLog(line);
+  while (getline(file, line)) {
+    if (written > most) {
+      writeLog("the rest of the file is not copied");
+      break;
+    }
+    writeLog(line.substr(0, most));
+    written += line.size() + 1;
+  }
 }
 
 const ReaderRow* readerFor(const std::string& extension) {
@@ -86,7 +97,6 @@ void placeCornerPixels() {
 }
 
 bool readCalibration() {
-  driver.transformValid = false;
   LoadDatums();
   if (datumTable.count == 0) return stop("Unable to load datums.txt", "No datums");
   showPanel();
@@ -96,9 +106,12 @@ bool readCalibration() {
   splitInputPath(driver.inputPath);
 
   driver.inputType.clear();
-  calibration.clear();
+  calibration.projection.clear();
   const ReaderRow* reader = readerFor(driver.inputExtension);
   if (reader == nullptr) return stop("Unsupported calibration type", noSupport);
+  // From here on the map that was open is gone.
+  calibration.clear();
+  driver.transformValid = driver.calibrationPending = false;
   driver.inputType = reader->type;
   const ReadResult result = reader->read(driver.inputPath);
   if (result.stopped) return false;
@@ -132,12 +145,13 @@ bool convertSlots(int first, int count) {
     const double lat = c.latitude[slot];
     const double lon = c.longitude[slot];
     if (!isOnEarth(lat, lon)) {
-      return stop("Point " + std::to_string(slot) + " is not on the earth: latitude " + formatGeneral(lat) +
-                  ", longitude " + formatGeneral(lon));
+      const bool corner = slot >= firstCornerSlot && first == firstCornerSlot;
+      return stop((corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : slot) +
+                  " is not on the earth: latitude " + formatGeneral(lat) + ", longitude " + formatGeneral(lon));
     }
     const std::string name = c.datumName[slot];
     if (name == wgs84) continue;
-    const int index = findDatumByName(datumColumnName(name));
+    const int index = datumIndexOf(name);
     if (index == 0) return stop("unable to match input datum " + name);
     shiftToWgs84(index, c.latitude[slot], c.longitude[slot]);
     c.datumName[slot] = wgs84;
@@ -149,6 +163,33 @@ bool convertSlots(int first, int count) {
   return true;
 }
 
+/// A map astride 180 degrees has its eastern points on negative longitudes: they go on past 180.
+void unwrapLongitudes() {
+  Calibration& c = calibration;
+  double low = 360, high = -360, sumX = 0, sumLon = 0, sumProduct = 0, shiftedLow = 720, shiftedHigh = -720;
+  for (int i = 1; i <= c.pointCount; ++i) {
+    const double lon = c.longitude[i];
+    const double shifted = lon < 0 ? lon + 360 : lon;
+    low = std::min(low, lon), high = std::max(high, lon);
+    shiftedLow = std::min(shiftedLow, shifted), shiftedHigh = std::max(shiftedHigh, shifted);
+    sumX += c.pixelX[i], sumLon += lon, sumProduct += lon * c.pixelX[i];
+  }
+  const bool westward = sumProduct * c.pointCount < sumX * sumLon;
+  if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return;
+  const auto unwrap = [&c](int first, int count) {
+    for (int slot = first; slot < first + count; ++slot) {
+      if (c.longitude[slot] < 0) c.longitude[slot] += 360;
+    }
+  };
+  unwrap(1, c.pointCount);
+  unwrap(firstCornerSlot, c.cornerCount);
+  showMessage("The map lies across 180 degrees: longitudes go on past 180");
+}
+
+bool stopForPoints() {
+  return stop(calibration.imageWidth == 0 ? noImage : "Insufficient points to proceed");
+}
+
 bool convertAndFit() {
   Calibration& c = calibration;
   driver.transformValid = false;
@@ -156,17 +197,21 @@ bool convertAndFit() {
   if (!convertSlots(1, c.pointCount) || !convertSlots(firstCornerSlot, c.cornerCount)) return false;
   showMessage("Projection " + c.projection);
 
+  unwrapLongitudes();
   const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
-  if (!pair) return stop("Insufficient points to proceed");
+  if (!pair) return stopForPoints();
   driver.referencePair = *pair;
   fitTransform();
   if (c.isMercator() || c.fitFailed) deriveTransform(*pair);
   driver.metresPerPixel = metresPerPixel(*pair);
   setMercatorOrdinates();
-  if (!isReversible(c)) return stop("Insufficient points to proceed");
+  if (!isReversible(c)) return stopForPoints();
   driver.worldFile = worldFileTerms(*pair);
   if (!c.isMercator() || c.imageHeight != 0) reportFit();
-  if (c.imageWidth == 0 || c.imageHeight == 0) return stop("Unable to proceed without matching image");
+  if (c.imageWidth == 0 || c.imageHeight == 0) return stop(noImage);
+  if (!c.isMercator() && c.tf1 * c.tf4 - c.tf2 * c.tf3 > 0) {
+    showMessage("The map comes out mirrored: check the points");
+  }
   driver.transformValid = true;
   showPanel();
   return true;
@@ -198,7 +243,9 @@ void reportImageName() {
 bool runWriters(WriterMoment moment) {
   for (const WriterRow& row : formats.writers) {
     if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
-    if (row.write() == WriteOutcome::failed) return false;
+    const WriteOutcome outcome = row.write();
+    if (outcome == WriteOutcome::failed) return false;
+    if (outcome == WriteOutcome::written) driver.calibrationPending = false;
   }
   return true;
 }
@@ -226,7 +273,6 @@ bool writeOutputs() {
   if (!runWriters(WriterMoment::fourPoints)) return false;
   showPanel();
   if (!runWriters(WriterMoment::last)) return false;
-  driver.calibrationPending = false;
   showMessage("done");
   return true;
 }

@@ -2,6 +2,7 @@
 
 #include "calibration/preferences.h"
 #include "support/paths.h"
+#include "support/text.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -9,6 +10,10 @@ namespace {
 
 bool keepChosen(const std::string& chosen, std::string& kept) {
   if (chosen.empty()) return false;
+  if (findFile(chosen).empty()) {
+    tell("Missing file " + chosen);
+    return false;
+  }
   kept = chosen;
   preferencesChanged = true;
   return true;
@@ -39,7 +44,7 @@ std::string get7file() {
 
 std::string putpfile() {
   std::string path = userInterface().askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png"});
-  if (!path.empty() && splitPath(path).extension != "png") path += ".png";
+  if (!path.empty() && !lowerCase(path).ends_with(".png")) path += ".png";
   return path;
 }
 

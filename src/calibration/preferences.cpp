@@ -1,6 +1,7 @@
 #include "calibration/preferences.h"
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "calibration/messages.h"
@@ -40,16 +41,24 @@ Key path(const char* written, std::string& value) {
   return {written, [&value](const Values& given) { value = given[0]; }, [&value] { return value; }};
 }
 
+/// `text` as a whole number; nothing when it is no number or past 32 bits.
+std::optional<std::int32_t> wholeNumber(std::string_view text) {
+  if (!beginsWithNumber(text)) return std::nullopt;
+  try {
+    return parseInt32(text);
+  } catch (const Overflow&) {
+    return std::nullopt;
+  }
+}
+
 /// A number that is none, does not fit or is outside `least` to `most` is reported and the default stands.
 template <typename Integer>
 Key number(const char* written, Integer& value, int least, int most) {
   const auto read = [written, &value, least, most](const Values& given) {
-    if (beginsWithNumber(given[0])) {
-      const double rounded = parseNumber(given[0]);
-      if (rounded >= least && rounded <= most) {
-        value = static_cast<Integer>(parseInt32(given[0]));
-        return;
-      }
+    const std::optional<std::int32_t> whole = wholeNumber(given[0]);
+    if (whole && *whole >= least && *whole <= most) {
+      value = static_cast<Integer>(*whole);
+      return;
     }
     showMessage(std::string(fileNameOfPreferences) + ": " + written + "=" + std::string(given[0].substr(0, 40)) +
                 " is not allowed, " + std::to_string(value) + " is used");
@@ -64,6 +73,7 @@ std::vector<Key> keys() {
   Preferences& p = preferences;
   const Key match = {"matchdatum",
                      [&](const Values& given) {
+                       if (field(given, 0).empty() || field(given, 1).empty()) return;
                        p.unmatchedName = datumColumnName(field(given, 0));
                        p.matchedName = datumColumnName(field(given, 1));
                      },
@@ -84,23 +94,11 @@ std::vector<Key> keys() {
           number("KMZTransparency", p.kmzTransparency, -largest16 - 1, largest16)};
 }
 
-/// Takes `text` as a tile side into `value`; told and not stored below 1 or past 16 bits.
-void storeTileSide(const std::string& text, const char* name, std::int16_t& value) {
-  try {
-    const std::int16_t side = parseInt16(text);
-    if (side >= 1) {
-      value = side;
-      return;
-    }
-  } catch (const Overflow&) {  // told below like any other value that is no tile side
-  }
-  tell(std::string("Tile ") + name + " must be 1 to 32767");
-}
-
-void storeInRange(const std::string& text, double most, const char* refusal, std::int16_t& value) {
-  const double number = parseNumber(text);
-  if (number >= 1 && number <= most) {
-    value = parseInt16(text);
+/// Takes `text` into `value` when it is a number from 1 to `most`; else tells `refusal`.
+void storeInRange(const std::string& text, int most, const std::string& refusal, std::int16_t& value) {
+  const std::optional<std::int32_t> whole = wholeNumber(text);
+  if (whole && *whole >= 1 && *whole <= most) {
+    value = static_cast<std::int16_t>(*whole);
   } else {
     tell(refusal);
   }
@@ -150,8 +148,8 @@ void storePreferences(const PreferencesForm& form) {
   p.warnOverwrite = form.warnOverwrite;
   p.stretchNotRotate = form.stretchNotRotate;
   p.writeWgs84 = form.writeWgs84;
-  storeTileSide(form.tileWidth, "width", p.tileWidth);
-  storeTileSide(form.tileHeight, "height", p.tileHeight);
+  storeInRange(form.tileWidth, largest16, "Tile width must be 1 to 32767", p.tileWidth);
+  storeInRange(form.tileHeight, largest16, "Tile height must be 1 to 32767", p.tileHeight);
   p.showGrid = form.showGrid;
   p.advancedGarminMapping = form.advancedGarminMapping;
   p.kmzTransparency = form.kmzTransparency ? 1 : 0;

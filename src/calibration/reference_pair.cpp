@@ -1,5 +1,6 @@
 #include "calibration/reference_pair.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "calibration/calibration.h"
@@ -37,11 +38,17 @@ bool sharesGridLine(const Difference& d) {
   return (d.dx == 0 && d.dLon == 0 && d.dLat != 0) || (d.dy == 0 && d.dLat == 0 && d.dLon != 0);
 }
 
+/// The writers name the pair, and points past 30 give way to the image corners before they run.
+int lastCandidate() {
+  return std::min<int>(calibration.pointCount, maxTiePoints);
+}
+
 ReferencePair searchPair() {
   ReferencePair best;
   double largest = 0;
-  for (int i = 1; i <= calibration.pointCount; ++i) {
-    for (int j = i + 1; j <= calibration.pointCount; ++j) {
+  const int last = lastCandidate();
+  for (int i = 1; i <= last; ++i) {
+    for (int j = i + 1; j <= last; ++j) {
       const Difference d = differenceOf({i, j});
       if (sharesGridLine(d)) best.alignedWithGrid = true;
       const double product = std::abs(d.dLon) * std::abs(d.dLat);
@@ -58,8 +65,9 @@ ReferencePair searchPair() {
 
 void furthestApart(ReferencePair& pair) {
   double largest = 0;
-  for (int i = 1; i <= calibration.pointCount; ++i) {
-    for (int j = i + 1; j <= calibration.pointCount; ++j) {
+  const int last = lastCandidate();
+  for (int i = 1; i <= last; ++i) {
+    for (int j = i + 1; j <= last; ++j) {
       const double distance = pixelDistance(i, j);
       if (distance > largest) {
         largest = distance;
@@ -134,19 +142,35 @@ void stretchMercator(const ReferencePair& pair, const Difference& d) {
   c.tf4 = c.imageHeight != 0 ? (latitudeOfMercatorY(m0 + k * c.imageHeight) - c.y0) / c.imageHeight : d.dLat / d.dy;
 }
 
-void turnAndScale(const ReferencePair& pair, const Difference& d, const DegreeLength& metres) {
-  Calibration& c = calibration;
+/// The way from one point of the pair to the other, on the ground and on the map.
+struct Rotation {
+  double t1, t2;  ///< radians, anticlockwise from east: on the ground, on the map
+  double scale;   ///< metres a pixel
+};
+
+Rotation rotationOf(const Difference& d, const DegreeLength& metres) {
   const double east = d.dLon * metres.longitude;
   const double north = d.dLat * metres.latitude;
-  const double t1 = std::atan2(north, east);
-  const double t2 = std::atan2(-d.dy, d.dx);
-  const double t3 = t1 - t2;
-  const double scale = std::hypot(east, north) / std::hypot(d.dx, d.dy);
-  logValue("t1= ", t1 / degToRad);
-  logValue("t2= ", t2 / degToRad);
+  return {std::atan2(north, east), std::atan2(-d.dy, d.dx), std::hypot(east, north) / std::hypot(d.dx, d.dy)};
+}
+
+void logRotation(const Rotation& rotation, const Difference& d) {
+  const double t3 = rotation.t1 - rotation.t2;
+  logValue("t1= ", rotation.t1 / degToRad);
+  logValue("t2= ", rotation.t2 / degToRad);
   writeLog("t3= " + formatGeneral(t3 / degToRad) + " rotation " + formatNumber(t3 / degToRad, "##0.000") + " degrees");
+  logValue("w7-w5= ", d.dLon);
+  logValue("w2= ", d.dx);
+  logValue("w8-w6= ", d.dLat);
+  logValue("w1= ", d.dy);
   logValue("cost3 ", std::cos(t3));
   logValue("sint3 ", std::sin(t3));
+}
+
+void turnAndScale(const ReferencePair& pair, const Rotation& rotation, const DegreeLength& metres) {
+  Calibration& c = calibration;
+  const double t3 = rotation.t1 - rotation.t2;
+  const double scale = rotation.scale;
   c.tf1 = scale * std::cos(t3) / metres.longitude;
   c.tf3 = scale * std::sin(t3) / metres.longitude;
   c.tf2 = scale * std::sin(t3) / metres.latitude;
@@ -212,17 +236,15 @@ void deriveTransform(const ReferencePair& pair) {
   logValue("d2= ", plane.dNorth);
   writeLog("d3= " + formatGeneral(std::hypot(plane.dEast, plane.dNorth)) + " metres/pixel" +
            formatGeneral(metresPerPixel(pair)));
-  logValue("w7-w5= ", d.dLon);
-  logValue("w2= ", d.dx);
-  logValue("w8-w6= ", d.dLat);
-  logValue("w1= ", d.dy);
+  const Rotation rotation = rotationOf(d, metres);
+  logRotation(rotation, d);
 
   const bool stretchLinearMap = (pair.alignedWithGrid || preferences.stretchNotRotate) && d.dx != 0 && d.dy != 0;
   if (c.isMercator() || stretchLinearMap) {
     writeLog("stretching");
     c.isMercator() ? stretchMercator(pair, d) : stretchLinear(pair, d);
   } else {
-    turnAndScale(pair, d, metres);
+    turnAndScale(pair, rotation, metres);
   }
   logCheck(pair);
 }

@@ -43,8 +43,12 @@ bool endSession() {
   if (preferencesChanged && askOkCancel("OK to save preferences, cancel to ignore", "Preferences not saved")) {
     writePreferences();
   }
-  if (!closeLog()) tell("unable to write " + logPath());
+  endLog();
   return true;
+}
+
+void endLog() {
+  if (!closeLog()) tell("unable to write " + logPath());
 }
 
 bool runCommand(const std::function<bool()>& command) {
@@ -64,6 +68,7 @@ std::string batchPath(const std::vector<std::string>& arguments) {
   std::string path;
   for (const std::string& argument : arguments) path += (path.empty() ? "" : " ") + argument;
   if (path.size() >= 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
+  if (path.starts_with('\\')) return path;  // from the root, the way other systems write it
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   return error ? path : absolute.string();

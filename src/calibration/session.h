@@ -13,13 +13,16 @@ void startSession();
 /// person wants to go on working.
 bool endSession();
 
+/// Closes the log; tells when a line of it could not be written.
+void endLog();
+
 /// Runs one command of the person's. What must not happen silently ends it here: "***** Error *****" and the
 /// description go to the panel and the log, and the program goes on. Returns what the command returned, false after an
 /// error.
 bool runCommand(const std::function<bool()>& command);
 
-/// The arguments of the command line as one path: joined by single blanks, without one pair of surrounding quotes, and made
-/// absolute, so that it means the same in the files that are written.
+/// The arguments of the command line as one path: joined by single blanks, without one pair of surrounding quotes, and
+/// made absolute, so that it means the same in the files that are written.
 std::string batchPath(const std::vector<std::string>& arguments);
 
 /// Converts `path` and writes every output. Returns the exit status: 0 when the outputs were written, 1 when it

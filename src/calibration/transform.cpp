@@ -71,7 +71,7 @@ bool solve(const WorkMatrix& m, const char* name, Plane& plane) {
     minorOf(m, 4, k, 4, minor);
     quotient[static_cast<std::size_t>(k)] = determinant(minor, 3) / d;
   }
-  plane = {quotient[1], 0.0 - quotient[2], quotient[3]};
+  plane = {0.0 + quotient[1], 0.0 - quotient[2], 0.0 + quotient[3]};
   return true;
 }
 

@@ -28,7 +28,7 @@ bool bringToWgs84(Calibration& map) {
   for (int slot = 1; slot <= map.pointCount; ++slot) {
     if (!(std::abs(map.latitude[slot]) <= 90 && std::abs(map.longitude[slot]) <= 360)) return false;
     if (map.datumName[slot] == "WGS 84") continue;
-    const int index = findDatumByName(datumColumnName(map.datumName[slot]));
+    const int index = datumIndexOf(map.datumName[slot]);
     if (index == 0) return false;
     shiftToWgs84(index, map.latitude[slot], map.longitude[slot]);
     map.datumName[slot] = "WGS 84";

@@ -14,6 +14,10 @@ namespace {
 std::string forTerminal(const std::string& text) {
   std::string result = toUtf8(text);
   std::erase(result, '\r');
+  // A file's bytes must not steer the terminal.
+  for (char& c : result) {
+    if ((c >= 0 && c < ' ' && c != '\n' && c != '\t') || c == 127) c = '?';
+  }
   return result;
 }
 

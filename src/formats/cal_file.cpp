@@ -86,7 +86,9 @@ void readQvLine(std::string_view line, QvFile& qv) {
   } else if (key == "proj_mode") {
     calibration.projection = lowerCase(value);
   } else if (key == "projparams") {
-    qv.mercator = lowerCase(value).find("merc") != std::string::npos;
+    const std::string parameters = lowerCase(value);
+    const std::size_t merc = parameters.find("merc");  // but not transverse, "tmerc", which is another projection
+    qv.mercator = merc != std::string::npos && (merc == 0 || parameters[merc - 1] != 't');
   } else {
     readQvPoint(key, value, qv);
   }

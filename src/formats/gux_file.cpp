@@ -36,7 +36,8 @@ class Tokens {
  public:
   explicit Tokens(std::string_view line) {
     // The degree sign is one byte in Latin-1, and the same byte behind another in UTF-8.
-    fields_ = splitFields(line, " \t='\"\xB0\xC2", line.size() + 1);
+    constexpr std::size_t enough = 200;  // empty fields between two separators count
+    fields_ = splitFields(line, " \t='\"\xB0\xC2", enough);
     std::erase_if(fields_, [](std::string_view field) { return field.empty(); });
   }
   std::string_view take() { return next_ < fields_.size() ? fields_[next_++] : std::string_view(); }
@@ -58,6 +59,7 @@ struct GuxFile {
   std::string datum = "WGS 84";
   std::string imageName;
   std::map<int, Point> points;
+  int notUnderstood = 0;  ///< point lines
 };
 
 /// Slot of a key such as "CalPoint7"; nothing when it does not end in a digit.
@@ -74,9 +76,9 @@ void readPointLine(std::string_view line, GuxFile& gux) {
     format = upperCase(tokens.take());
   }
   if (!slot || tokens.atEnd()) {
-    showMessage("Point line not understood: " + std::string(line));
+    ++gux.notUnderstood;
   } else if (!gux.points.insert_or_assign(*slot, Point{format, tokens}).second) {
-    showMessage("Point " + std::to_string(*slot) + " is given more than once, the last one counts");
+    calibration.givenTwice[*slot] = true;
   }
 }
 
@@ -116,8 +118,11 @@ std::optional<double> takeAngle(Tokens& tokens, int parts, char positive, char n
   double unit = 1;
   for (int part = 0; part < parts; ++part, unit /= 60) {
     if (part > 0) token = tokens.take();
-    if (!beginsWithNumber(token)) return std::nullopt;
-    value += std::abs(parseNumber(token)) * unit;
+    // A letter behind the number is a hemisphere in the wrong place.
+    if (!beginsWithNumber(token) || isLetter(token.back())) return std::nullopt;
+    const double number = std::abs(parseNumber(token));
+    if (part > 0 && number > 60) return std::nullopt;
+    value += number * unit;
   }
   return below ? -value : value;
 }
@@ -161,10 +166,6 @@ int placePoints(const GuxFile& gux) {
   if (needsDatum && datumIndex == 0) return 0;
   for (const auto& [slot, point] : gux.points) {
     placePoint(slot, point, datumIndex);
-    // A slot with neither half would not be missed behind the last point.
-    if (!calibration.hasPixel[slot] && !calibration.hasPosition[slot]) {
-      showMessage("Point " + std::to_string(slot) + " cannot be read");
-    }
   }
   if (britishPoints == 0) return datumIndex;
   if (needsDatum) shiftOthersToWgs84(onWgs84, datumIndex);
@@ -178,6 +179,7 @@ ReadResult readGux(const std::string& path) {
   TextFile file(path);
   std::string_view line;
   while (getline(file, line)) readLine(line, gux);
+  if (gux.notUnderstood > 0) showMessage("Point lines not understood: " + std::to_string(gux.notUnderstood));
   ReadResult result;
   result.datumIndex = placePoints(gux);
   closePointGaps();

@@ -55,7 +55,7 @@ void getidata(std::string& path, std::int16_t& width, std::int16_t& height) {
 std::string imageBeside(const std::string& calibrationPath, std::string_view name) {
   const PathParts parts = splitPath(calibrationPath);
   name = trim(fileName(trim(name)));
-  return parts.folder + (name.empty() ? parts.base + ".png" : std::string(name));
+  return parts.folder + (name.empty() ? parts.base + ".png" : toUtf8(name));
 }
 
 }  // namespace vellandra

@@ -21,19 +21,18 @@ using Fields = std::vector<std::string_view>;
 void readPoint(std::string_view numberText, const Fields& fields) {
   const std::optional<int> number = pointNumberInKey(numberText, maxSlot);
   if (!number) return;
-  calibration.pointCount = static_cast<std::int16_t>(*number);
   readDegrees(*number, field(fields, 1), field(fields, 2));
   readPixel(*number, field(fields, 3), field(fields, 4));
 }
 
 void readRecord(const Fields& fields, std::string& datum) {
-  const std::string_view key = field(fields, 0);
+  const std::string key = lowerCase(field(fields, 0));
   if (key.starts_with("dm")) {
     datum = field(fields, 1);
   } else if (key.starts_with("pr")) {
     calibration.projection = lowerCase(field(fields, 1));
   } else if (key.starts_with("rp")) {
-    readPoint(key.substr(2), fields);
+    readPoint(std::string_view(key).substr(2), fields);
   } else if (key == "vp3") {
     calibration.imageWidth = parseInt16(field(fields, 1));
     calibration.imageHeight = parseInt16(field(fields, 2));

@@ -21,6 +21,9 @@ namespace {
 
 using Fields = std::vector<std::string_view>;
 
+constexpr std::string_view pointWord = "point";
+constexpr std::string_view projectionWords = "map projection";
+
 struct GridPoint {
   std::string zone, easting, northing, hemisphere;
 };
@@ -54,15 +57,25 @@ double angle(std::string_view degrees, std::string_view minutes, bool decimalFra
   return signedDegrees || negative ? -value : value;
 }
 
+/// An empty field is none; minutes are below 60, the decimals of a degree are digits.
+bool areMinutes(std::string_view minutes, bool decimalFractions) {
+  if (decimalFractions) return minutes.find_first_not_of("0123456789.") == std::string_view::npos;
+  if (minutes.empty()) return true;
+  const double value = parseNumber(minutes);
+  return beginsWithNumber(minutes) && value >= 0 && value <= 60;  // 60: rounded up by some program
+}
+
 bool looksLikeFractions(std::string_view minutes1, std::string_view minutes2) {
   const bool point = minutes1.find('.') != std::string_view::npos || minutes2.find('.') != std::string_view::npos;
   return !point && (minutes1.size() >= 3 || minutes2.size() >= 3);
 }
 
 void readPointLine(const Fields& fields, MapFile& map) {
-  const std::string_view name = field(fields, 0);
-  const int slot = pointNumber(name.substr(name.size() - 2), maxTiePoints);
+  const std::optional<int> number = pointNumberInKey(field(fields, 0).substr(pointWord.size()), maxTiePoints);
+  if (!number) return;
+  const int slot = *number;
   // Of two lines for one point the last one counts, as a whole.
+  if (calibration.hasPixel[slot] || calibration.hasPosition[slot]) calibration.givenTwice[slot] = true;
   calibration.hasPixel[slot] = calibration.hasPosition[slot] = false;
   map.gridPoints.erase(slot);
   readPixel(slot, field(fields, 2), field(fields, 3));
@@ -75,6 +88,7 @@ void readPointLine(const Fields& fields, MapFile& map) {
   const std::string_view longitudeMinutes = field(fields, 10);
   if (looksLikeFractions(latitudeMinutes, longitudeMinutes)) map.decimalFractions = true;
   if (!beginsWithNumber(field(fields, 6)) || !beginsWithNumber(field(fields, 9))) return;
+  if (!areMinutes(latitudeMinutes, map.decimalFractions) || !areMinutes(longitudeMinutes, map.decimalFractions)) return;
   calibration.setPosition(
       slot, angle(field(fields, 6), latitudeMinutes, map.decimalFractions, upperCase(field(fields, 8)) == "S"),
       angle(field(fields, 9), longitudeMinutes, map.decimalFractions, upperCase(field(fields, 11)) == "W"));
@@ -88,7 +102,9 @@ int cornerSlot(const Fields& fields) {
 
 void readCornerPixel(const Fields& fields) {
   const int slot = cornerSlot(fields);
-  readPixel(slot, field(fields, 2), field(fields, 3));
+  if (beginsWithNumber(field(fields, 2)) && beginsWithNumber(field(fields, 3))) {
+    calibration.setPixel(slot, parseInt32(field(fields, 2)), parseInt32(field(fields, 3)));
+  }
   const int count = slot - firstCornerSlot + 1;
   if (count > calibration.cornerCount) calibration.cornerCount = static_cast<std::int16_t>(count);
 }
@@ -105,7 +121,7 @@ void readLine(std::string_view line, int number, MapFile& map) {
   } else if (number == 9) {
     calibration.projection = fields.size() > 1 ? lowerCase(fields[1]) : "";
   }
-  if (key.starts_with("Point") && key.size() >= 7 && !field(fields, 2).empty()) {
+  if (lowerCase(key.substr(0, pointWord.size())) == pointWord && !field(fields, 2).empty()) {
     readPointLine(fields, map);
   } else if (key == "MMPXY") {
     readCornerPixel(fields);
@@ -263,7 +279,7 @@ ReadResult readMap(const std::string& path) {
   TextFile file(path);
   std::string_view text;
   for (int number = 1; getline(file, text); ++number) {
-    if (text.starts_with("Map Projection")) number = 9;
+    if (lowerCase(text.substr(0, projectionWords.size())) == projectionWords) number = 9;
     readLine(text, number, map);
   }
   ReadResult result;
@@ -271,7 +287,7 @@ ReadResult readMap(const std::string& path) {
   if (!map.gridPoints.empty()) result.datumIndex = placeGridPoints(map, result.datumIndex);
   closePointGaps();
   completeRectangle();
-  calibration.imagePath = splitPath(path).folder + map.imageName;
+  calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
   writeLog("points = " + std::to_string(calibration.pointCount));
   return result;
 }

@@ -14,6 +14,7 @@
 #include "calibration/transform.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
+#include "formats/point_fields.h"
 #include "geodesy/national_grids.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -59,9 +60,8 @@ bool fitsDegrees(const GridPosition& p) {
   return std::abs(p.easting) <= 180 && std::abs(p.northing) <= 90;
 }
 
-/// On the squares of the British grid that two letters can name.
-bool fitsBritishGrid(const GridPosition& p) {
-  return p.easting >= -1000000 && p.easting <= 1500000 && p.northing >= -500000 && p.northing <= 2000000;
+bool fitsBritish(const GridPosition& p) {
+  return fitsBritishGrid(p.easting, p.northing);
 }
 
 /// What is wrong with `bytes` as a ".mcd" file, empty when nothing is; `rectangle` is filled then.
@@ -84,7 +84,7 @@ std::string parse(std::string_view bytes, Rectangle& rectangle) {
     return "its two points are not opposite corners";
   }
   rectangle = {a, b, fitsDegrees(a.position) && fitsDegrees(b.position)};
-  if (rectangle.inDegrees || (fitsBritishGrid(a.position) && fitsBritishGrid(b.position))) return {};
+  if (rectangle.inDegrees || (fitsBritish(a.position) && fitsBritish(b.position))) return {};
   return "its positions are neither degrees nor British grid metres";
 }
 

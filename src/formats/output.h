@@ -29,8 +29,9 @@ std::string imageExtension();
 /// `name` in the encoding of the input file.
 std::string inInputEncoding(const std::string& name);
 
-/// Says on the panel by how many pixels a Mercator map is off in a file named by `ending` that cannot name a projection,
-/// and is read as linear in latitude from row 0 to the last. Nothing below half a pixel, and for other maps.
+/// Says on the panel by how many pixels a Mercator map is off in a file named by `ending` that cannot name a
+/// projection, and is read as linear in latitude from row 0 to the last. Nothing below half a pixel, and for other
+/// maps.
 void reportLostProjection(const std::string& ending);
 
 /// A line with its CR LF.

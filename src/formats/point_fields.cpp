@@ -18,6 +18,12 @@ bool areNumbers(std::string_view a, std::string_view b) {
   return beginsWithNumber(a) && beginsWithNumber(b);
 }
 
+constexpr double gridSquare = 100000;  // metres
+
+bool isInSquare(double easting, double northing, double side = gridSquare) {
+  return easting >= 0 && easting <= side && northing >= 0 && northing <= side;
+}
+
 bool isGridLetters(std::string_view letters, std::size_t count) {
   return letters.size() == count && letters.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") == std::string_view::npos;
 }
@@ -26,7 +32,8 @@ bool isGridLetters(std::string_view letters, std::size_t count) {
 
 void readPixel(int slot, std::string_view x, std::string_view y) {
   // Counted also when it is not readable, so that it is missed behind the last good point, too.
-  if (slot <= maxTiePoints) calibration.pointCount = std::max(calibration.pointCount, static_cast<std::int16_t>(slot));
+  calibration.pointCount = std::max(calibration.pointCount, static_cast<std::int16_t>(slot));
+  if (calibration.hasPixel[slot]) calibration.givenTwice[slot] = true;
   if (areNumbers(x, y)) calibration.setPixel(slot, parseInt32(x), parseInt32(y));
 }
 
@@ -47,16 +54,24 @@ std::optional<int> pointNumberInKey(std::string_view text, int most) {
   return pointNumber(text, most);
 }
 
+bool fitsBritishGrid(double easting, double northing) {
+  return easting >= -1000000 && easting <= 1500000 && northing >= -500000 && northing <= 2000000;
+}
+
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
              std::string_view northing) {
   if (!areNumbers(easting, northing) || !beginsWithNumber(zone)) return;
   const double zoneNumber = parseNumber(zone);
   if (!(zoneNumber >= 1 && zoneNumber <= 60)) return;
   const auto datum = static_cast<std::size_t>(datumIndex);
-  const double fromEquator = parseNumber(northing) - (southern ? 10000000 : 0);
+  // Degrees, or the two figures of another grid, would give a place on the earth as well: the wrong one.
+  const double metresEast = parseNumber(easting);
+  const double metresNorth = parseNumber(northing);
+  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= 10000000)) return;
+  const double fromEquator = metresNorth - (southern ? 10000000 : 0);
   double lat = 0;
   double lon = 0;
-  UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, parseNumber(easting), datumTable.dA[datum],
+  UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, metresEast, datumTable.dA[datum],
                datumTable.dF[datum], lat, lon);
   calibration.setPosition(slot, lat, lon);
 }
@@ -64,18 +79,25 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
 void readBritishGrid(int slot, std::string_view letters, std::string_view easting, std::string_view northing) {
   const std::string square = letters.empty() ? "SV" : upperCase(letters);
   if (!areNumbers(easting, northing) || !isGridLetters(square, 2)) return;
+  const double metresEast = parseNumber(easting);
+  const double metresNorth = parseNumber(northing);
+  if (!(letters.empty() ? fitsBritishGrid(metresEast, metresNorth) : isInSquare(metresEast, metresNorth))) return;
   double lat = 0;
   double lon = 0;
-  OsGridToLatLong(square, parseNumber(northing), parseNumber(easting), lat, lon);
+  OsGridToLatLong(square, metresNorth, metresEast, lat, lon);
   calibration.setPosition(slot, lat, lon);
 }
 
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing) {
   const std::string square = letter.empty() ? "V" : upperCase(letter);
   if (!areNumbers(easting, northing) || !isGridLetters(square, 1)) return;
+  const double metresEast = parseNumber(easting);
+  const double metresNorth = parseNumber(northing);
+  constexpr double irishGrid = 500000;
+  if (!isInSquare(metresEast, metresNorth, letter.empty() ? irishGrid : gridSquare)) return;
   double lat = 0;
   double lon = 0;
-  IrishGridToLatLong(square, parseNumber(easting), parseNumber(northing), lat, lon);
+  IrishGridToLatLong(square, metresEast, metresNorth, lat, lon);
   calibration.setPosition(slot, lat, lon);
 }
 

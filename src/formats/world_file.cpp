@@ -10,6 +10,7 @@
 #include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
+#include "formats/point_fields.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -70,10 +71,15 @@ struct Grid {
 };
 
 /// Asks for what the file does not say. Nothing when the person makes no choice.
-std::optional<Grid> askGrid(const std::string& lines) {
-  const WorldFileAnswer answer = userInterface().askWorldFile(lines, zoneList());
+std::optional<Grid> askGrid(const WorldFile& world) {
+  const WorldFileTerms& t = world.terms;
+  const WorldFileAnswer answer = userInterface().askWorldFile(world.lines, zoneList());
   if (answer.datum == WorldFileAnswer::Datum::none || answer.zone < 0 || answer.zone > 60) {
     tell("No zone chosen", title);
+    return std::nullopt;
+  }
+  if (answer.zone == 0 && !fitsBritishGrid(t.C, t.F)) {
+    tell("Invalid UTM TFW file", title);
     return std::nullopt;
   }
   if (answer.zone == 0) return Grid{Grid::Kind::british, 0, false, matchDatum("WGS 84")};
@@ -84,7 +90,7 @@ std::optional<Grid> askGrid(const std::string& lines) {
 std::optional<Grid> gridOf(const WorldFile& world) {
   const WorldFileTerms& t = world.terms;
   if (std::abs(t.C) <= 180 && std::abs(t.F) <= 90) return Grid{Grid::Kind::degrees, 0, false, matchDatum("WGS 84")};
-  if (t.C >= 0 && t.C <= 1000000 && t.F >= 0) return askGrid(world.lines);
+  if (t.C >= 0 && t.C <= 1000000 && t.F >= 0) return askGrid(world);
   tell("Invalid UTM TFW file", title);
   return std::nullopt;
 }

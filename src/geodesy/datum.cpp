@@ -60,10 +60,16 @@ std::string datumColumnName(std::string_view name) {
 }
 
 int findDatumByName(std::string_view name) {
-  const std::string upper = upperCase(name);
+  // Whole columns are compared: a stored name may be short of them where its line ended early or began with blanks.
+  const std::string wanted = upperCase(name);
+  const auto column = [](std::string text) {
+    if (text.size() < datumNameColumns) text.resize(datumNameColumns, ' ');
+    return text;
+  };
   int index = 0;
   for (int i = 1; i <= datumTable.count; ++i) {
-    if (upper == upperCase(datumTable.name[static_cast<std::size_t>(i)])) index = i;
+    const std::string stored = upperCase(datumTable.name[static_cast<std::size_t>(i)]);
+    if (wanted == stored || wanted == column(stored)) index = i;
   }
   return index;
 }

@@ -57,6 +57,7 @@ std::string linkTarget(const std::string& path) {
   return target ? target.get() : path;
 }
 
+/// The mode of the file that is replaced, or the one a new file would have.
 mode_t modeOf(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) == 0) return status.st_mode & 07777;
@@ -88,6 +89,7 @@ TextFile::TextFile(const std::string& path) {
     filled += static_cast<std::size_t>(count);
   }
   content_.resize(filled);
+  if (content_.ends_with('\x1A')) content_.pop_back();  // the end mark of some programs
   if (content_.starts_with("\xEF\xBB\xBF")) position_ = 3;
 }
 
@@ -111,33 +113,18 @@ bool fileExists(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
-std::string temporaryName(const std::string& path) {
-  return linkTarget(path) + ".vellandra-part";
-}
-
-bool replaceFile(const std::string& prepared, const std::string& path) {
-  const bool flushed = [&] {
-    Descriptor file(::open(prepared.c_str(), O_RDONLY | O_CLOEXEC));
-    return file.get() >= 0 && ::fsync(file.get()) == 0 && file.close();
-  }();
-  if (flushed && !isProtected(path) && ::rename(prepared.c_str(), linkTarget(path).c_str()) == 0) return true;
+bool writeWholeFile(const std::string& path, std::string_view content) {
+  if (isProtected(path)) return false;
+  const std::string target = linkTarget(path);
+  std::string prepared = target.substr(0, target.rfind('/') + 1) + ".vellandra-XXXXXX";
+  Descriptor file(::mkostemp(prepared.data(), O_CLOEXEC));
+  if (file.get() < 0) return false;
+  // Memory cards know no modes and refuse them, which does not matter there.
+  (void)::fchmod(file.get(), modeOf(path));
+  const bool written = writeAll(file.get(), content) && ::fsync(file.get()) == 0 && file.close();
+  if (written && ::rename(prepared.c_str(), target.c_str()) == 0) return true;
   ::unlink(prepared.c_str());
   return false;
-}
-
-bool writeWholeFile(const std::string& path, std::string_view content) {
-  const std::string prepared = temporaryName(path);
-  if (isProtected(path)) return false;
-  {
-    Descriptor file(::open(prepared.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (file.get() < 0) return false;
-    const bool written = writeAll(file.get(), content) && ::fchmod(file.get(), modeOf(path)) == 0;
-    if (!written || !file.close()) {
-      ::unlink(prepared.c_str());
-      return false;
-    }
-  }
-  return replaceFile(prepared, path);
 }
 
 }  // namespace vellandra

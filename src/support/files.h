@@ -30,10 +30,4 @@ bool fileExists(const std::string& path);
 /// over it. Returns false on failure, with an old file of that name intact.
 bool writeWholeFile(const std::string& path, std::string_view content);
 
-/// The name beside `path` under which a file is prepared before it is renamed over `path`.
-std::string temporaryName(const std::string& path);
-
-/// Flushes the prepared file to disk and renames it over `path`; on failure removes it and returns false.
-bool replaceFile(const std::string& prepared, const std::string& path);
-
 }  // namespace vellandra

@@ -41,6 +41,20 @@ std::string_view leadingNumber(std::string_view text) {
   return text.substr(0, end);
 }
 
+/// The power of ten of the first digit of `number` that is not 0, for a number past the range of a double.
+double decimalMagnitude(std::string_view number) {
+  const std::size_t e = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view digits = number.substr(0, e);
+  const std::size_t point = std::min(digits.find('.'), digits.size());
+  const std::size_t first = digits.find_first_of("123456789");
+  double exponent = 0;
+  for (std::size_t i = e + 1; i < number.size(); ++i) {
+    if (isDigit(number[i])) exponent = std::min(exponent * 10 + (number[i] - '0'), 1e12);
+  }
+  if (e + 1 < number.size() && number[e + 1] == '-') exponent = -exponent;
+  return exponent + static_cast<double>(point) - static_cast<double>(std::min(first, digits.size()));
+}
+
 /// Digits of |value| as a decimal: value = 0.d1d2d3... x 10^exponent, at most 15 digits.
 struct Decimal {
   std::string digits;
@@ -114,17 +128,18 @@ double parseNumber(std::string_view text) {
   double value = 0;
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (error == std::errc::result_out_of_range) {
-    // Too small to hold is 0; too large is an error. The sign of the exponent tells which.
-    const std::size_t e = number.find_first_of("eE");
-    const bool tiny = e != std::string_view::npos ? number[e + 1] == '-' : number.find_first_of("123456789") > 300;
-    if (tiny) return 0;
+    if (decimalMagnitude(number) < 0) return 0;  // too small to hold
     throw Overflow(std::string(number.substr(0, 40)) + " is too large");
   }
   return value;
 }
 
 bool beginsWithNumber(std::string_view text) {
-  return !leadingNumber(text).empty();
+  const std::string_view number = leadingNumber(text);
+  if (number.empty()) return false;
+  const char* behind = number.data() + number.size();
+  const char* end = text.data() + text.size();
+  return !(end - behind >= 2 && behind[0] == ',' && isDigit(behind[1]));
 }
 
 std::int16_t parseInt16(std::string_view text) {

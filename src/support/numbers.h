@@ -10,7 +10,8 @@ namespace vellandra {
 /// of the locale; "inf", "nan" and hexadecimal are not numbers. Throws Overflow past the range of a double.
 double parseNumber(std::string_view text);
 
-/// True when `text`, trimmed, begins with a number in the sense of `parseNumber`.
+/// True when `text`, trimmed, begins with a number in the sense of `parseNumber`. A decimal comma makes it none: "35,5"
+/// would be read as 35.
 bool beginsWithNumber(std::string_view text);
 
 /// `parseNumber`, rounded half to even. Throw Overflow when the result does not fit.

@@ -71,7 +71,7 @@ int runBatchInWindows(const std::string& path) {
   // There is no panel on which an unexpected error could be read.
   const std::size_t error = calibration.message.rfind(errorMark);
   if (status != 0 && error != std::string::npos) tell(calibration.message.substr(error));
-  closeLog();
+  endLog();
   return status;
 }
 

@@ -60,13 +60,13 @@ TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
   const Row rows[] = {
       {"a.xyz", map, "Unsupported calibration type", nullptr},
       {"a.jgw2", map, "Unsupported calibration type", nullptr},
-      {"empty.map", "", "Insufficient points to proceed", nullptr},
+      {"empty.map", "", "Unable to proceed without matching image", nullptr},
       {"junk.map",
        std::string("\x7F"
                    "ELF\0\1\2\xFF\xFE Point\n\r\0,,,",
                    20),
-       "Insufficient points to proceed", nullptr},
-      {"long.map", std::string(10'000'000, ','), "Insufficient points to proceed", nullptr},
+       "Unable to proceed without matching image", nullptr},
+      {"long.map", std::string(10'000'000, ','), "Unable to proceed without matching image", nullptr},
       {"datum.map", std::string(map).replace(map.find("WGS 84,,"), 6, "Atlantis"),
        "unable to match input datum ATLANTIS", nullptr},
       {"one.map", std::string(header) + "Point01,xy,10,10,in,deg,50,30,N,3,15,W\r\n", "Insufficient points to proceed",
@@ -121,6 +121,62 @@ TEST_F(DriverTest, WhatIsMissingAroundTheInputIsTold) {
   EXPECT_EQ(lastBox(), "No input file specified");
   EXPECT_EQ(person.pickers.back().title, "Open calibration file for map");
   EXPECT_FALSE(person.menuStates.calibratedImage);
+}
+
+TEST_F(DriverTest, AnOpenThatEndsBeforeAFileIsReadKeepsTheOpenMap) {
+  ASSERT_EQ(convertMap(std::string(header) + threePoints), 0);
+  driver.stage = openCalibration;
+  writeTestFile(folder + "a.xyz", "");
+  for (const std::string& picked : {std::string(), folder + "none.map", folder + "a.xyz"}) {
+    person.pickedFiles = {picked};
+    EXPECT_FALSE(runCommand(do_it));
+    EXPECT_TRUE(person.menuStates.calibratedImage) << picked;
+    EXPECT_EQ(calibration.pointCount, 4) << picked;
+  }
+  EXPECT_EQ(person.boxes.back().title, "No support");
+}
+
+TEST_F(DriverTest, MapAcrossTheDateLineGoesOnPast180) {
+  const auto map = [](const std::string& west, const std::string& east) {
+    return std::string(header) + "Point01,xy,0,0,in,deg,10,0,N," + west + "\nPoint02,xy,9,0,in,deg,10,0,N," + east +
+           "\nPoint03,xy,9,9,in,deg,9,0,N," + east + "\n";
+  };
+  ASSERT_EQ(convertMap(map("179,0,E", "179,0,W")), 0);
+  EXPECT_NEAR(calibration.tf1, 2.0 / 9, 1e-9);
+  EXPECT_NEAR(calibration.longitude[2], 181, 1e-9);
+  EXPECT_FALSE(panelHas("mirrored"));
+  ASSERT_EQ(convertMap(map("9,0,E", "8,0,E")), 0);
+  EXPECT_TRUE(panelHas("mirrored"));
+}
+
+TEST_F(DriverTest, PointZeroIsNamedAsMissing) {
+  EXPECT_EQ(convertMap(std::string(header) + threePoints + "Point00,xy,10,290,in,deg,50,5,N,3,15,W\n"), 0);
+  EXPECT_TRUE(panelHas("readable position: 0\r\n"));
+}
+
+// The held corners of a map on another datum follow its points to WGS 84, and are not replaced by the image's.
+TEST_F(DriverTest, HeldCornersAreShiftedAndKept) {
+  std::string content = header;
+  content.replace(content.find("WGS 84,,"), 6, "European 1950");
+  content += std::string(threePoints) + "MMPXY,1,20,30\nMMPXY,2,380,30\nMMPXY,3,380,280\n";
+  content += "MMPLL,1,-3.25,50.5\nMMPLL,2,-2.75,50.5\nMMPLL,3,-3.25,50.5\n";
+  ASSERT_EQ(convertMap(content), 0);
+  EXPECT_EQ(calibration.cornerCount, 3);
+  // cs2cs, as for the datum that is matched by hand
+  EXPECT_NE(contentOf(folder + "area.gmi").find("\r\n50.49906529;-3.25144852;50.49906529;-3.25144852\r\n"),
+            std::string::npos);
+}
+
+TEST_F(DriverTest, WritersRunInTheirOrder) {
+  ASSERT_EQ(convertMap(std::string(header) + threePoints), 0);
+  writeTestFile(folder + "area.gmi", "t\narea.png\n400\n300\n0;0;-3;51\n399;0;-2;51\n399;299;-2;50.5\n");
+  person.boxes.clear();
+  ASSERT_EQ(convert("area.gmi"), 0);
+  std::vector<std::string> expected;
+  for (const char* ending : {".tfw", ".js", ".jpr", ".map", "_png.cal", ".mcd", ".txt"}) {
+    expected.push_back("OK to overwrite " + folder + "area" + ending);
+  }
+  EXPECT_EQ(person.boxTexts(), expected);
 }
 
 TEST_F(DriverTest, OpeningWritesNothingAndWritingFollows) {
@@ -271,9 +327,12 @@ TEST_F(DriverTest, ImageIsFoundWhateverItsCaseAndExtension) {
   writeTestFile(folder + "area.tif", "no image");
   person.boxes.clear();
   preferences.warnOverwrite = false;
-  EXPECT_EQ(convertMap(std::string(header) + threePoints + "IWH,Map Image Width/Height,400,300\r\n"), 0);
+  EXPECT_EQ(convertMap(std::string(header) + threePoints + "IWH,Map Image Width/Height,400,299\r\n"), 0);
   EXPECT_EQ(calibration.imagePath, folder + "area.jpg");
-  EXPECT_EQ(person.boxTexts(), std::vector<std::string>{"Image width=410\n input file width=400\nusing image width"});
+  EXPECT_EQ(calibration.imageWidth, 410);
+  EXPECT_EQ(person.boxTexts(),
+            (std::vector<std::string>{"Image width=410\n input file width=400\nusing image width",
+                                      "Image height=300\n input file height=299\nusing image height"}));
 
   fs::remove(folder + "area.jpg");
   EXPECT_EQ(convertMap(std::string(header) + threePoints), 1);  // area.tif is no image

@@ -85,6 +85,10 @@ TEST_F(PreferencesTest, LeavingAsksAboutWhatIsNotSaved) {
   EXPECT_EQ(person.boxes.back().text, "Calibrations not written : OK to exit program else cancel");
   EXPECT_EQ(person.boxes.back().title, "Not written");
 
+  person.pickedFiles = {folder + "none"};
+  EXPECT_FALSE(locateSevenZip());
+  EXPECT_EQ(person.boxes.back().text, "Missing file " + folder + "none");
+  writeTestFile(folder + "7zz", "");
   person.pickedFiles = {folder + "7zz"};
   EXPECT_EQ(locateSevenZip(), true);
   EXPECT_EQ(person.pickers.back().title, "Find 7z.exe ");

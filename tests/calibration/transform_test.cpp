@@ -145,7 +145,35 @@ TEST_F(TransformTest, TwoPointsOfALinearMapGiveATurnedOrStretchedTransform) {
   EXPECT_LT(largestResidual(), 1e-6);
   EXPECT_NEAR(std::atan2(calibration.tf2 * 111229, calibration.tf1 * 71696) * 180 / M_PI, 30, 0.05);
 
-  setPoints({{0, 0, 50, 10}, {1000, 800, 49, 12}});
+  setPoints({{100, 100, 50, 10}, {1100, 900, 49.95, 10.3}});
+  derive();
+  EXPECT_LT(largestResidual(), 1e-6);
+  EXPECT_LT(calibration.tf1 * calibration.tf4 - calibration.tf2 * calibration.tf3, 0) << "mirrored";
+  std::size_t at = 0;
+  for (const char* label : {"la1=1 la2=2",    "ulon = 10.15",  "uzone = 32", "ulat = 49.975 mpd ",
+                            "aspect ratio= ", "cos lat=",      "d1= ",       "d2= ",
+                            "d3= ",           " metres/pixel", "t1= ",       "t2= ",
+                            "t3= ",           " rotation ",    " degrees",   "w7-w5= 0.3",
+                            "w2= 1000",       "w8-w6= -0.0",  "w1= 800",    "cost3 ",
+                            "sint3 ",         " xy 1100 900",  " x2calc ",   " y2calc ",
+                            " xy 100 100",    " x0calc ",      " y0calc ",   "tf1=",
+                            "tf2=",           "tf3=",          "tf4="}) {
+    const std::size_t found = log().find(label, at);
+    ASSERT_NE(found, std::string::npos) << label;
+    at = found;
+  }
+
+  setPoints({{0, 0, 50, 10}, {1000, 800, 49, 12}, {500, 0, 50, 11}});  // points 1 and 3 share a row and a latitude
+  calibration.pointCount = 2;
+  EXPECT_FALSE(chooseReferencePair("map")->alignedWithGrid);
+  calibration.pointCount = 3;
+  derive();
+  EXPECT_EQ(calibration.tf2, 0);
+  EXPECT_NE(log().find(":stretching"), std::string::npos);
+  EXPECT_NE(log().find(":Map is aligned with grid so stretched for TFW"), std::string::npos);
+
+  calibration.pointCount = 2;
+  calibration.latitude[2] = 49;
   preferences.stretchNotRotate = true;
   derive();
   EXPECT_EQ(calibration.tf2, 0);
@@ -156,7 +184,7 @@ TEST_F(TransformTest, TwoPointsOfALinearMapGiveATurnedOrStretchedTransform) {
 TEST_F(TransformTest, ReferencePair) {
   setPoints({{0, 0, 10, 10}, {0, 0, 0, 0}, {100, 100, 9, 11}, {100, 0, 10, 11}, {0, 100, 9, 10}});
   const ReferencePair pair = *chooseReferencePair("map");
-  EXPECT_EQ(pair.i, 2);  // with point 3: 99 square degrees; points 1 and 2 share a pixel
+  EXPECT_EQ(pair.i, 2);  // with point 4: 110 square degrees; points 1 and 2 share a pixel
   EXPECT_EQ(pair.j, 4);
   EXPECT_TRUE(pair.alignedWithGrid);
   EXPECT_EQ(chooseReferencePair("tfw")->j, 3);

@@ -105,7 +105,7 @@ TEST_F(PointReaders, LoseNoPointNumberWithoutAWord) {
   EXPECT_EQ(calibration.pointCount, 10);
   EXPECT_EQ(calibration.pixelY[10], 10);
   EXPECT_EQ(calibration.pixelY[1], 11);
-  EXPECT_NE(calibration.message.find("Point 1 is given more than once"), std::string::npos);
+  EXPECT_NE(calibration.message.find("given more than once, the last one counts: 1"), std::string::npos);
 
   read("imp", "\xEF\xBB\xBFMap\r\nCoordinates=1\r\nP0=1,2,A,3,4\r\nP9=5,6,A,7,8\r\nP10=9,9,A,9,9\r\nPX=9,9,A,9,9\r\n");
   ASSERT_EQ(calibration.pointCount, 2);  // the gap is closed
