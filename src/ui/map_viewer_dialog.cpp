@@ -286,8 +286,8 @@ void MapViewerDialog::updateFit() {
   const TrialFit& fit = session_.fit();
   const std::size_t count = session_.points().size();
   if (fit.valid) {
-    QString text = QStringLiteral("Error of the fit (root mean square): %1 pixels")
-                       .arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
+    QString text =
+        QStringLiteral("Error of the fit: %1 pixels (rms)").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
     if (fit.worstPoint > 0 && count > 3) {
       text += QStringLiteral("\nWorst is point %1 with %2 pixels")
                   .arg(fit.worstPoint)
