@@ -6,7 +6,7 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/../.ci/setup"
 need_packages build test dev
-build release merge_maps
+build release bench_merge
 
 side=${1:-8000}
 folder=$(mktemp -d)
@@ -47,8 +47,8 @@ for pair in "base north-up" "base turned" "base across" "base-mercator turned"; 
   cp "$folder/$base.tif" "$folder/canvas.tif"
   measure "$base + $merge: gdalwarp" gdalwarp -q -r bilinear -multi -wo NUM_THREADS=ALL_CPUS -wm 1000 \
     "$folder/$merge.tif" "$folder/canvas.tif"
-  measure "$base + $merge: without reducing colours" "$root/build/merge_maps" --exact \
+  measure "$base + $merge: without reducing colours" "$root/build/bench_merge" --exact \
     "$folder/$base.map" "$folder/$merge.map" 50 keep "$folder/merged.png"
 done
-measure "base + turned: as the command does" "$root/build/merge_maps" "$folder/base.map" "$folder/turned.map" 50 keep \
+measure "base + turned: as the command does" "$root/build/bench_merge" "$folder/base.map" "$folder/turned.map" 50 keep \
   "$folder/reduced.png"

@@ -1,5 +1,5 @@
 // Merges two maps without a window: for bench/merge.sh and tests/imaging/compare_with_gdalwarp.py.
-// Usage: merge_maps [--exact] BASE MERGE PERCENTAGE keep|enlarge OUTPUT.png
+// Usage: bench_merge [--exact] BASE MERGE PERCENTAGE keep|enlarge OUTPUT.png
 // Prints the seconds spent on opening, merging and saving. With --exact all colours are saved, without reduction.
 #include <chrono>
 #include <cstdio>
@@ -10,7 +10,6 @@
 
 #include "calibration/preferences.h"
 #include "calibration/session.h"
-#include "console/console.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"

@@ -20,8 +20,8 @@ namespace {
 constexpr const char* usage =
     "Usage: vellandra [CALIBRATION]\n"
     "Without an argument, opens the window.\n"
-    "Reads a map calibration (.map, .gux, .tfw, .jgw, .pgw, .jpr, .cal, .gmi, .mcd, .imp), brings it to WGS 84 and\n"
-    "writes it for other programs beside it.\n"
+    "Reads a map calibration (.map, .tfw, .jgw, .pgw, .jpr, .cal, .gux, .imp, .gmi, .mcd), brings it to\n"
+    "WGS 84 and writes it for other programs beside it.\n"
     "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "formats/point_fields.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -24,6 +25,8 @@ bool isGridLetters(std::string_view letters, std::size_t count) {
 }  // namespace
 
 void readPixel(int slot, std::string_view x, std::string_view y) {
+  // Counted also when it is not readable, so that it is missed behind the last good point, too.
+  if (slot <= maxTiePoints) calibration.pointCount = std::max(calibration.pointCount, static_cast<std::int16_t>(slot));
   if (areNumbers(x, y)) calibration.setPixel(slot, parseInt32(x), parseInt32(y));
 }
 

@@ -13,7 +13,7 @@
 namespace vellandra {
 namespace {
 
-constexpr int channels = 3;
+constexpr std::ptrdiff_t channels = 3;
 constexpr int bandRows = 32;
 constexpr int blockColumns = 128;
 
@@ -64,7 +64,7 @@ void narrow(const Line& line, int size, RowPath& path) {
 /// What the pixels of a block of one row need, channel by channel, so that one plain loop does the arithmetic.
 struct Block {
   template <typename T>
-  using Values = std::array<T, channels * blockColumns>;
+  using Values = std::array<T, static_cast<std::size_t>(channels* blockColumns)>;
   Values<float> fx, fy, t;
   Values<std::uint8_t> topLeft, topRight, bottomLeft, bottomRight;
 };
@@ -150,14 +150,14 @@ class Painter {
     while (first <= last && !isOnMergeMap(path, first)) ++first;
     while (first <= last && !isOnMergeMap(path, last)) --last;
     if (first > last) return;
-    std::uint8_t* const pixels = canvasRow + static_cast<std::ptrdiff_t>(channels) * first;
+    std::uint8_t* const pixels = canvasRow + channels * first;
     const int count = last - first + 1;
     for (int i = 0; i < count; ++i) gather(path, first + i, pixels + channels * i, channels * i, block);
     blend(block, channels * count, pixels);
   }
 
   /// The four neighbours of column `x` and their weights, to `block` from `at` on.
-  void gather(const RowPath& path, int x, const std::uint8_t* basePixel, int at, Block& block) const {
+  void gather(const RowPath& path, int x, const std::uint8_t* basePixel, std::ptrdiff_t at, Block& block) const {
     const double xm = std::max(path.x.at(x), 0.0);
     const double ym = std::max(mergeRowAt(path, x), 0.0);
     const int xi = static_cast<int>(xm);
@@ -169,8 +169,8 @@ class Painter {
     const float t = empty ? 1 : t_;
     const std::uint8_t* const top = mergeRows_[static_cast<std::size_t>(yi)];
     const std::uint8_t* const bottom = mergeRows_[static_cast<std::size_t>(std::min(yi + 1, mergeHeight_ - 1))];
-    const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(channels) * xi;
-    const std::ptrdiff_t right = static_cast<std::ptrdiff_t>(channels) * std::min(xi + 1, mergeWidth_ - 1);
+    const std::ptrdiff_t left = channels * xi;
+    const std::ptrdiff_t right = channels * std::min(xi + 1, mergeWidth_ - 1);
     std::memcpy(block.topLeft.data() + at, top + left, channels);
     std::memcpy(block.topRight.data() + at, top + right, channels);
     std::memcpy(block.bottomLeft.data() + at, bottom + left, channels);
@@ -180,7 +180,7 @@ class Painter {
     std::fill_n(block.t.data() + at, channels, t);
   }
 
-  static void blend(const Block& block, int count, std::uint8_t* pixels) {
+  static void blend(const Block& block, std::ptrdiff_t count, std::uint8_t* pixels) {
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
       const float top = lerpChannel(block.topLeft[i], block.topRight[i], block.fx[i]);
       const float bottom = lerpChannel(block.bottomLeft[i], block.bottomRight[i], block.fx[i]);

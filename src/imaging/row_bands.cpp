@@ -58,6 +58,7 @@ class Helpers {
  public:
   Helpers(Bands& bands, unsigned count) : bands_(bands) {
     try {
+      threads_.reserve(count);
       for (unsigned i = 0; i < count; ++i) threads_.emplace_back([&bands] { bands.doAll(); });
     } catch (const std::system_error&) {
       return;  // the threads that there are do the work

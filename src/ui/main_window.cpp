@@ -15,6 +15,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QStatusBar>
 #include <QVBoxLayout>
 
@@ -65,7 +66,8 @@ MainWindow::MainWindow(ShowViewer showViewer) : showViewer_(std::move(showViewer
   setAcceptDrops(true);
   buildCentre();
   buildMenus();
-  resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36);
+  resize(QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36)
+             .boundedTo(screen()->availableSize() * 9 / 10));
   restoreGeometry(windowSettings().value(geometryKey).toByteArray());
   connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &MainWindow::refresh);
   refresh();

@@ -24,7 +24,7 @@ class PreferencesDialog : public QDialog {
   QCheckBox* addCheckBox(QFormLayout* layout, const char* name, const char* caption, bool checked);
   /// A number from `least` to `most`; outside, the reason stands beside it.
   QLineEdit* addNumber(QFormLayout* layout, const char* name, const char* caption, int value, int least, int most);
-  QFormLayout* addGroup(const char* title);
+  QFormLayout* addGroup(QVBoxLayout* column, const char* title);
 
   QCheckBox *warnOverwrite_, *stretchNotRotate_, *writeWgs84_, *showGrid_, *advancedGarmin_, *transparent_;
   QLineEdit *tileWidth_, *tileHeight_, *drawOrder_, *jpegQuality_;
@@ -34,16 +34,17 @@ class PreferencesDialog : public QDialog {
 PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   setObjectName("preferences");
   setWindowTitle("Preferences");
-  new QVBoxLayout(this);
+  auto* left = new QVBoxLayout;
+  auto* right = new QVBoxLayout;
   const Preferences& p = preferences;
 
-  QFormLayout* files = addGroup("Written files");
+  QFormLayout* files = addGroup(left, "Written files");
   warnOverwrite_ = addCheckBox(files, "warnoverwrite", "&Ask before a file is replaced", p.warnOverwrite);
   stretchNotRotate_ =
       addCheckBox(files, "stretchnotrotate", "&Stretch world files instead of rotating them", p.stretchNotRotate);
   writeWgs84_ = addCheckBox(files, "writewgs84", "Also &write the input's own format, on WGS 84", p.writeWgs84);
 
-  QFormLayout* viewer = addGroup("Map viewer");
+  QFormLayout* viewer = addGroup(left, "Map viewer");
   showGrid_ = addCheckBox(viewer, "showgrid", "Show the &grid of latitude and longitude", p.showGrid);
   degreeFormat_ = new QComboBox;
   degreeFormat_->setObjectName("degreeformat");
@@ -52,28 +53,37 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   viewer->addRow("Angles are shown &in", degreeFormat_);
   degreeFormat_->setAccessibleName("Angles are shown in");
 
-  QFormLayout* tiles = addGroup("Tiles");
+  QFormLayout* tiles = addGroup(right, "Tiles");
   tileWidth_ = addNumber(tiles, "tilewidth", "Tile wid&th, pixels", p.tileWidth, 1, 32767);
   tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, 1, 32767);
 
-  QFormLayout* garmin = addGroup("Garmin Custom Map");
+  QFormLayout* garmin = addGroup(right, "Garmin Custom Map");
   advancedGarmin_ = addCheckBox(garmin, "advancedgarminmapping", "&Choose the tiles before they are written",
                                 p.advancedGarminMapping);
-  transparent_ = addCheckBox(garmin, "kmztransparency", "&Transparent, so that the device's own map shows through",
-                             p.kmzTransparency != 0);
+  transparent_ =
+      addCheckBox(garmin, "kmztransparency", "&Transparent, over the device's own map", p.kmzTransparency != 0);
   drawOrder_ = addNumber(garmin, "garmindraworder", "&Draw order", p.garminDrawOrder, 1, 99);
   jpegQuality_ = addNumber(garmin, "garminjpegquality", "JPEG &quality, 5 is best", p.garminJpegQuality, 1, 5);
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  layout()->addWidget(buttons);
+
+  auto* columns = new QHBoxLayout;
+  for (QVBoxLayout* column : {left, right}) {
+    column->addStretch();
+    columns->addLayout(column);
+  }
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(columns);
+  layout->addWidget(buttons);
 }
 
-QFormLayout* PreferencesDialog::addGroup(const char* title) {
+QFormLayout* PreferencesDialog::addGroup(QVBoxLayout* column, const char* title) {
   auto* group = new QGroupBox(title);
   auto* form = new QFormLayout(group);
-  layout()->addWidget(group);
+  form->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  column->addWidget(group);
   return form;
 }
 

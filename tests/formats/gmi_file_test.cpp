@@ -36,6 +36,13 @@ TEST_F(GmiTest, WritesToTheLetter) {
   EXPECT_EQ(contentOf(folder + "map.gmi"), body + "10000.0000000;5000.0000000\r\n");
 }
 
+TEST_F(GmiTest, UnreadablePointBehindTheLastGoodOneIsNamed) {
+  writeTestFile(folder + "map.gmi", "title\nmap.jpg\n100\n200\n1;2;-3.5;44.25\n90;x;-3.25;oops\n");
+  readGmi(folder + "map.gmi");
+  EXPECT_EQ(calibration.pointCount, 1);
+  EXPECT_NE(person.panel.find("position: 2\r\n"), std::string::npos);
+}
+
 TEST_F(GmiTest, SurvivesARoundTrip) {
   makeImage("map.png", 100, 200);
   const std::string text =

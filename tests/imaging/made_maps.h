@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "calibration/driver.h"
+#include "calibration/open_map.h"
+#include "calibration/transform.h"
+#include "geodesy/constants.h"
+#include "geodesy/mercator.h"
+#include "imaging/bitmap.h"
+#include "imaging/saved_map.h"
+
+namespace vellandra {
+
+struct TiePixel {
+  int x, y;
+};
+
+inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points) {
+  map.pointCount = 0;
+  for (const TiePixel& point : points) {
+    const int slot = ++map.pointCount;
+    const Position position = positionAt(map, point.x, point.y);
+    map.setPixel(slot, point.x, point.y);
+    map.setPosition(slot, position.latitude, position.longitude);
+    map.datumName[slot] = "WGS 84";
+  }
+}
+
+/// Pixels of `pixel` degrees, the first one at (`longitude`, `latitude`), turned by `degrees`; corners as tie points.
+inline Calibration linearMap(int width, int height, double longitude, double latitude, double pixel,
+                             double degrees = 0) {
+  Calibration map;
+  map.imageWidth = static_cast<std::int16_t>(width);
+  map.imageHeight = static_cast<std::int16_t>(height);
+  map.x0 = longitude;
+  map.y0 = latitude;
+  map.tf1 = pixel * std::cos(degrees * degToRad);
+  map.tf4 = -map.tf1;
+  map.tf2 = map.tf3 = pixel * std::sin(degrees * degToRad);
+  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  return map;
+}
+
+inline Calibration mercatorMap(int width, int height, double longitude, double latitude, double pixel) {
+  Calibration map = linearMap(width, height, longitude, latitude, pixel);
+  map.projection = "mercator";
+  map.mercatorTop = MercatorY(latitude);
+  map.mercatorBottom = map.mercatorTop - pixel * degToRad * height;
+  map.tf4 = (latitudeOfMercatorY(map.mercatorBottom) - latitude) / height;
+  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  return map;
+}
+
+/// A picture in which no two neighbours are alike, without the colour of empty pixels.
+inline Bitmap picture(int width, int height, int seed) {
+  Bitmap image = allocate24Bits(width, height);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const auto channel = [&](int a, int b) { return static_cast<std::uint8_t>((a * x + b * y + seed * 31) % 250); };
+      SetPixelColor(image, x, y, {channel(7, 3), channel(11, 5), channel(2, 13), 0});
+    }
+  }
+  return image;
+}
+
+/// Writes the image and its ".map" without opening the map.
+inline void writeMap(const std::string& path, const Calibration& map, const Bitmap& image) {
+  const OpenMapKeeper openMap;
+  ASSERT_TRUE(saveAndOpen(image, map, path));
+}
+
+inline PixelColor colorAt(const Bitmap& image, int x, int y) {
+  PixelColor color;
+  EXPECT_TRUE(GetPixelColor(image, x, y, color)) << x << " " << y;
+  return color;
+}
+
+inline std::string bytesOf(const Bitmap& image) {
+  std::string bytes;
+  for (int y = 0; y < image.height(); ++y) {
+    bytes.append(reinterpret_cast<const char*>(image.row(y).data()), static_cast<std::size_t>(image.width()) * 3);
+  }
+  return bytes;
+}
+
+}  // namespace vellandra
