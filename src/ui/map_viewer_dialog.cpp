@@ -376,7 +376,7 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
     }
     return;
   }
-  if (event->key() == Qt::Key_Escape && entry_ != nullptr && !entry_->isHidden()) {
+  if (event->key() == Qt::Key_Escape && mode_ != ViewerMode::crop && !entry_->isHidden()) {
     dropEntry();
     return;
   }
