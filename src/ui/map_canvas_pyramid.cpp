@@ -82,6 +82,11 @@ Axis axisOf(double edge, double scale, int imageSize, int frameSize, int levelSi
   return axis;
 }
 
+/// Where pixel `x` begins in a row.
+std::ptrdiff_t byteOf(int x) {
+  return std::ptrdiff_t{bytesPerPixel} * x;
+}
+
 std::uint32_t pixelAtBytes(const std::uint8_t* bgr) {
   return opaque | static_cast<std::uint32_t>(bgr[2]) << 16U | static_cast<std::uint32_t>(bgr[1]) << 8U | bgr[0];
 }
@@ -122,7 +127,7 @@ void drawEnlarged(const Bitmap& image, const Axis& across, const Axis& down, con
     }
     shown = source;
     const std::uint8_t* row = image.row(source).data();
-    for (const Sample& sample : across.samples) *out++ = pixelAtBytes(row + sample.first * bytesPerPixel);
+    for (const Sample& sample : across.samples) *out++ = pixelAtBytes(row + byteOf(sample.first));
   }
 }
 
@@ -135,12 +140,12 @@ void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, cons
   const std::size_t count = std::min(bytes + bytesPerPixel, available);
   for (int y = first; y < end; ++y) {
     const Sample& row = down.samples[static_cast<std::size_t>(y - down.begin)];
-    const std::uint8_t* above = level.row(row.first).data() + left * bytesPerPixel;
-    const std::uint8_t* below = row.weight == 0 ? above : level.row(row.first + 1).data() + left * bytesPerPixel;
+    const std::uint8_t* above = level.row(row.first).data() + byteOf(left);
+    const std::uint8_t* below = row.weight == 0 ? above : level.row(row.first + 1).data() + byteOf(left);
     blendRows(above, below, static_cast<unsigned>(row.weight), count, scratch.data());
     std::uint32_t* out = rowOf(frame, y) + across.begin;
     for (const Sample& sample : across.samples) {
-      *out++ = blend(scratch.data() + (sample.first - left) * bytesPerPixel, static_cast<std::uint32_t>(sample.weight));
+      *out++ = blend(scratch.data() + byteOf(sample.first - left), static_cast<std::uint32_t>(sample.weight));
     }
   }
 }

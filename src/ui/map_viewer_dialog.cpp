@@ -1,17 +1,10 @@
 #include "ui/map_viewer_dialog.h"
 
 #include <QAbstractButton>
-#include <QApplication>
-#include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QScreen>
-#include <QSplitter>
-#include <QToolButton>
 #include <QTreeWidget>
-#include <QVBoxLayout>
 
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
@@ -29,7 +22,6 @@
 namespace vellandra {
 namespace {
 
-constexpr double buttonZoom = 1.5;
 constexpr const char* notKept = "Not kept";
 
 DegreeFormat degreeFormat() {
@@ -77,14 +69,6 @@ QString titleOf(ViewerMode mode) {
   return name.isEmpty() ? what : what + QStringLiteral(" - ") + name;
 }
 
-QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
-  auto* button = new QPushButton(QString::fromLatin1(text));
-  button->setAutoDefault(false);
-  button->setToolTip(QString::fromLatin1(toolTip));
-  layout->addWidget(button);
-  return button;
-}
-
 }  // namespace
 
 MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* parent)
@@ -104,169 +88,9 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
 
 MapViewerDialog::~MapViewerDialog() = default;
 
-void MapViewerDialog::build() {
-  canvas_ = new MapCanvas(image_, nullptr);
-  auto* splitter = new QSplitter;
-  splitter->addWidget(canvas_);
-  splitter->addWidget(mode_ == ViewerMode::crop ? buildCropSide() : buildSide());
-  splitter->setStretchFactor(0, 1);
-  splitter->setCollapsible(0, false);
-  auto* layout = new QVBoxLayout(this);
-  layout->addLayout(buildTools());
-  layout->addWidget(splitter, 1);
-  layout->addLayout(buildBottom());
-  const QSize available = QApplication::primaryScreen()->availableSize();
-  resize(QSize(1180, 780).boundedTo(available * 0.94));
-}
-
-QHBoxLayout* MapViewerDialog::buildTools() {
-  auto* tools = new QHBoxLayout;
-  if (mode_ != ViewerMode::crop) {
-    instruction_ = addButton(tools, "", "What to do next");
-    instruction_->setObjectName(QStringLiteral("instruction"));
-    QFont bold = instruction_->font();
-    bold.setBold(true);
-    instruction_->setFont(bold);
-    connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
-    settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
-    connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
-    undo_ = addButton(tools, "U&ndo", "Takes the last step back (Ctrl+Z)");
-    connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
-  } else {
-    auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
-    tools->addWidget(hint);
-  }
-  tools->addStretch();
-  addPanTools(tools);
-  return tools;
-}
-
-void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
-  const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
-    auto* button = new QToolButton;
-    arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
-    button->setAccessibleName(QString::fromLatin1(name));
-    button->setToolTip(QString::fromLatin1(name));
-    button->setFocusPolicy(Qt::StrongFocus);
-    button->setAutoRepeat(arrow != Qt::NoArrow);
-    tools->addWidget(button);
-    return button;
-  };
-  const auto addPan = [&](const char* name, Qt::ArrowType arrow, int right, int down) {
-    connect(addTool(name, arrow, {}), &QToolButton::clicked, this,
-            [this, right, down] { canvas_->panSteps(right, down); });
-  };
-  addPan("Left", Qt::LeftArrow, -1, 0);
-  addPan("Right", Qt::RightArrow, 1, 0);
-  addPan("Up", Qt::UpArrow, 0, -1);
-  addPan("Down", Qt::DownArrow, 0, 1);
-  tools->addSpacing(8);
-  connect(addTool("Zoom in", Qt::NoArrow, QStringLiteral("+")), &QToolButton::clicked, this,
-          [this] { canvas_->zoomBy(buttonZoom); });
-  connect(addTool("Zoom out", Qt::NoArrow, QString::fromUtf8("\u2212")), &QToolButton::clicked, this,
-          [this] { canvas_->zoomBy(1 / buttonZoom); });
-  connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
-          [this] { canvas_->fit(); });
-  connect(addButton(tools, "F&ull", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
-          [this] { canvas_->full(); });
-}
-
-QWidget* MapViewerDialog::buildSide() {
-  auto* side = new QWidget;
-  auto* layout = new QVBoxLayout(side);
-  layout->setContentsMargins(6, 0, 0, 0);
-  list_ = new QTreeWidget;
-  list_->setAccessibleName(QStringLiteral("Calibration points"));
-  list_->setRootIsDecorated(false);
-  list_->setUniformRowHeights(true);
-  list_->setTextElideMode(Qt::ElideNone);
-  list_->setHeaderLabels(
-      {QStringLiteral("Point"), QStringLiteral("Position"), QStringLiteral("Pixel"), QStringLiteral("Residual")});
-  list_->header()->setStretchLastSection(false);
-  list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-  for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
-  auto* tools = new QHBoxLayout;
-  adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
-  correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
-  remove_ = addButton(tools, "D&elete", "Deletes the chosen point");
-  tools->addStretch();
-  fit_ = new QLabel;
-  fit_->setWordWrap(true);
-  fit_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-  fit_->setMinimumHeight(2 * fit_->fontMetrics().lineSpacing());
-  entry_ = new PointEntry(nullptr);
-  entry_->hide();
-  layout->addWidget(list_, 1);
-  layout->addLayout(tools);
-  layout->addWidget(fit_);
-  layout->addWidget(entry_);
-  side->setMinimumWidth(46 * fontMetrics().averageCharWidth());
-
-  connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-    if (updating_ || item == nullptr) return;
-    select(list_->indexOfTopLevelItem(item) + 1);
-    const TiePoint& point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
-    canvas_->centreOnPixel(point.x, point.y);
-  });
-  connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });
-  connect(adjust_, &QPushButton::clicked, this, [this] { adjustPoint(selected_); });
-  connect(correct_, &QPushButton::clicked, this, &MapViewerDialog::correctSelected);
-  connect(remove_, &QPushButton::clicked, this, &MapViewerDialog::removeSelected);
-  connect(entry_, &PointEntry::given, this, &MapViewerDialog::takeCoordinates);
-  connect(entry_, &PointEntry::dropped, this, &MapViewerDialog::dropEntry);
-  return side;
-}
-
-QWidget* MapViewerDialog::buildCropSide() {
-  cropPanel_ = new CropPanel(image_.width(), image_.height(), nullptr);
-  connect(cropPanel_, &CropPanel::edited, this, [this](const PixelRectangle& pixels) {
-    crop_.set(pixels);
-    canvas_->update();
-    showCrop();
-  });
-  return cropPanel_;
-}
-
 void MapViewerDialog::showCrop() {
   cropPanel_->show(crop_.pixels());
   done_->setEnabled(!crop_.pixels().isEmpty());
-}
-
-QHBoxLayout* MapViewerDialog::buildBottom() {
-  auto* bottom = new QHBoxLayout;
-  readout_ = new QLabel;
-  readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
-  readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  bottom->addWidget(readout_, 1);
-  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "&Crop" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
-  connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
-  if (mode_ != ViewerMode::view) {
-    connect(addButton(bottom, "&Cancel", ""), &QPushButton::clicked, this, &MapViewerDialog::reject);
-  }
-  return bottom;
-}
-
-void MapViewerDialog::connectCanvas() {
-  connect(canvas_, &MapCanvas::pointedAt, this, &MapViewerDialog::showPixel);
-  connect(canvas_, &MapCanvas::pointedBeside, readout_, &QLabel::clear);
-  if (mode_ == ViewerMode::crop) {
-    canvas_->setCrop(&crop_);
-    connect(canvas_, &MapCanvas::cropChanged, this, &MapViewerDialog::showCrop);
-    connect(canvas_, &MapCanvas::confirmed, this, &MapViewerDialog::accept);
-    return;
-  }
-  canvas_->setHitTest([this](double x, double y) { return session_.pointAt(canvas_->view(), x, y); });
-  connect(canvas_, &MapCanvas::mapClicked, this, &MapViewerDialog::placeAt);
-  connect(canvas_, &MapCanvas::markClicked, this, &MapViewerDialog::adjustPoint);
-  connect(canvas_, &MapCanvas::nudged, this, &MapViewerDialog::nudge);
-  connect(canvas_, &MapCanvas::markGrabbed, this, [this](int number) {
-    session_.beginMove();
-    select(number);
-  });
-  connect(canvas_, &MapCanvas::markDragged, this, [this](int number, int x, int y) {
-    session_.moveTo(number, x, y);
-    pointsChanged();
-  });
 }
 
 void MapViewerDialog::followInstruction() {
@@ -462,8 +286,8 @@ void MapViewerDialog::updateFit() {
   const TrialFit& fit = session_.fit();
   const std::size_t count = session_.points().size();
   if (fit.valid) {
-    QString text = QStringLiteral("Error of the fit (root mean square): %1 pixels")
-                       .arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
+    QString text =
+        QStringLiteral("Error of the fit: %1 pixels (rms)").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
     if (fit.worstPoint > 0 && count > 3) {
       text += QStringLiteral("\nWorst is point %1 with %2 pixels")
                   .arg(fit.worstPoint)
@@ -552,7 +376,7 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
     }
     return;
   }
-  if (event->key() == Qt::Key_Escape && entry_ != nullptr && !entry_->isHidden()) {
+  if (event->key() == Qt::Key_Escape && mode_ != ViewerMode::crop && !entry_->isHidden()) {
     dropEntry();
     return;
   }

@@ -105,6 +105,26 @@ TEST(ImagePyramid, FrameShowsEveryPlaceInItsPlaceAtAnyScale) {
   EXPECT_LT(static_cast<double>(pyramid.extraBytes()), 0.35 * 3 * width * height);
 }
 
+TEST(ImagePyramid, EdgeLiesWhereItIsToAFractionOfAPixel) {
+  Bitmap image = allocate24Bits(701, 40);
+  for (int y = 0; y < image.height(); ++y) {
+    const auto row = image.row(y);
+    std::fill(row.begin() + 3 * 350, row.end(), std::uint8_t{255});
+  }
+  const ImagePyramid pyramid(image);
+  std::vector<std::uint32_t> pixels(300);
+  for (const double scale : {0.3, 0.77, 1.0, 3.0}) {
+    double found = 0, expected = 0;
+    for (const double part : {0.0, 0.25, 0.5, 0.75}) {
+      const double left = 150 + part - 350 * scale;
+      pyramid.draw({left, -4, scale}, {pixels.data(), 300, 1, 300}, 0xffffffff);
+      for (int x = 100; x < 200; ++x) found += (pixels[static_cast<std::size_t>(x)] & 0xffU) / 255.0 / 4;
+      expected += (50 - part) / 4;
+    }
+    EXPECT_NEAR(found, expected, scale < 1 ? 0.1 : 0.13) << scale;
+  }
+}
+
 TEST(MapCanvasLine, StaysInsideTheFrameAndOnItsWay) {
   std::vector<std::uint32_t> pixels(22 * 20, 0xff000000);
   const Frame frame{pixels.data() + 1, 20, 20, 22};  // a column more on either side, which must stay as it is

@@ -274,7 +274,7 @@ TEST_F(MapViewerTest, ClosingAsksBeforePointsAreLost) {
   start();
   give(100, 100, "49.9", "10.1");
   QTest::keyClick(canvas, Qt::Key_Escape);
-  EXPECT_TRUE(viewer->isVisible()) << "no answer keeps the points";
+  ASSERT_TRUE(viewer->isVisible()) << "no answer keeps the points";
   viewer->close();
   EXPECT_TRUE(viewer->isVisible());
   EXPECT_EQ(person.boxes.size(), 2U);

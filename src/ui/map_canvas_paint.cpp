@@ -1,0 +1,147 @@
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/map_canvas.h"
+#include "ui/map_canvas_line.h"
+#include "ui/qt_text.h"
+
+namespace vellandra {
+namespace {
+
+constexpr double gridSpacing = 110;  ///< window units between lines at the least
+
+/// Colours over a map are the same in every palette: the map does not change with it.
+const QColor markColor(200, 0, 40);
+const QColor selectedColor(0, 90, 220);
+const QColor waitingColor(190, 0, 190);
+const QColor haloColor(255, 255, 255, 215);
+const QColor gridColor(20, 50, 140);
+
+void strokeTwice(QPainter& painter, const QPainterPath& path, const QColor& color, double width, bool dashed) {
+  painter.strokePath(path, QPen(haloColor, width + 2.5, Qt::SolidLine, Qt::FlatCap));
+  painter.strokePath(path, QPen(color, width, dashed ? Qt::DashLine : Qt::SolidLine, Qt::FlatCap));
+}
+
+QPainterPath crosshair(QPointF middle, double gap, double arm) {
+  QPainterPath path;
+  for (const QPointF& way : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)}) {
+    path.moveTo(middle + way * gap);
+    path.lineTo(middle + way * arm);
+  }
+  return path;
+}
+
+/// `text` on a light ground at `corner`, or as near to it as leaves it whole inside `room`.
+void drawTag(QPainter& painter, QPointF corner, const QString& text, const QColor& color, const QRectF& room) {
+  const QFontMetricsF metrics(painter.font());
+  QRectF box(corner, QSizeF(metrics.horizontalAdvance(text) + 6, metrics.height()));
+  box.moveLeft(std::max(room.left(), std::min(box.left(), room.right() - box.width())));
+  box.moveTop(std::max(room.top(), std::min(box.top(), room.bottom() - box.height())));
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(haloColor);
+  painter.drawRoundedRect(box, 3, 3);
+  painter.setPen(color);
+  painter.drawText(box, Qt::AlignCenter, text);
+}
+
+}  // namespace
+
+void MapCanvas::drawFrame() {
+  const double ratio = devicePixelRatioF();
+  const QSize size = (QSizeF(this->size()) * ratio).toSize();
+  if (frame_.size() != size) frame_ = QImage(size, QImage::Format_RGB32);
+  frame_.setDevicePixelRatio(ratio);
+  const ViewPoint corner = view_.toWindow(0, 0);
+  const Frame frame{reinterpret_cast<std::uint32_t*>(frame_.bits()), size.width(), size.height(),
+                    static_cast<std::ptrdiff_t>(frame_.bytesPerLine() / 4)};
+  pyramid_.draw({corner.x * ratio, corner.y * ratio, view_.scale() * ratio}, frame,
+                palette().color(QPalette::Dark).rgb());
+  drawGridLines(frame, ratio);
+  frameStale_ = false;
+}
+
+void MapCanvas::paintEvent(QPaintEvent*) {
+  const double ratio = devicePixelRatioF();
+  if (frameStale_ || frame_.size() != (QSizeF(size()) * ratio).toSize()) drawFrame();
+  QPainter painter(this);
+  painter.drawImage(QPointF(0, 0), frame_);
+  painter.setRenderHint(QPainter::Antialiasing);
+  drawGridLabels(painter);
+  if (crop_ != nullptr) drawCrop(painter);
+  drawMarks(painter);
+  if (aiming_ && hasFocus()) drawAim(painter);
+}
+
+void MapCanvas::drawGridLines(const Frame& frame, double ratio) {
+  gridLines_.clear();
+  if (!grid_) return;
+  gridLines_ = gridLines(*grid_, view_, gridFormat_, gridSpacing);
+  for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
+    for (const GridLine& line : gridLines_) {
+      drawLine(frame, {line.from.x * ratio, line.from.y * ratio}, {line.to.x * ratio, line.to.y * ratio}, style);
+    }
+  }
+}
+
+void MapCanvas::drawGridLabels(QPainter& painter) const {
+  const QFontMetricsF metrics(painter.font());
+  const double height = metrics.height();
+  for (const GridLine& line : gridLines_) {
+    const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
+    const double textWidth = metrics.horizontalAdvance(shown(line.label)) + 6;
+    if (length < textWidth + height) continue;
+    const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
+    // Latitudes are named a little inside their western end, longitudes inside their northern one.
+    const double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
+    const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
+    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), gridColor.darker(), rect());
+  }
+}
+
+void MapCanvas::drawMarks(QPainter& painter) const {
+  for (const CanvasMark& mark : marks_) {
+    const bool waiting = mark.look == CanvasMark::Look::waiting;
+    const bool selected = mark.look == CanvasMark::Look::selected;
+    const QColor color = waiting ? waitingColor : selected ? selectedColor : markColor;
+    const ViewPoint place = view_.toWindow(mark.x + 0.5, mark.y + 0.5);
+    // On whole window units the arms are sharp at any zoom.
+    const QPointF middle(std::floor(place.x) + 0.5, std::floor(place.y) + 0.5);
+    if (!QRectF(rect()).adjusted(-40, -40, 40, 40).contains(middle)) continue;
+    QPainterPath path = crosshair(middle, 2, selected ? 16 : 13);
+    path.addEllipse(middle, 6, 6);
+    painter.setBrush(Qt::NoBrush);
+    strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
+    drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color, rect());
+  }
+}
+
+void MapCanvas::drawCrop(QPainter& painter) const {
+  const PixelRectangle& pixels = crop_->pixels();
+  if (pixels.isEmpty()) return;
+  const ViewPoint topLeft = view_.toWindow(pixels.left, pixels.top);
+  const ViewPoint bottomRight = view_.toWindow(pixels.right, pixels.bottom);
+  const QRectF kept(QPointF(topLeft.x, topLeft.y), QPointF(bottomRight.x, bottomRight.y));
+  QPainterPath beside;
+  beside.addRect(QRectF(rect()));
+  beside.addRect(kept);
+  painter.fillPath(beside, QColor(0, 0, 0, 110));
+  QPainterPath frame;
+  frame.addRect(kept);
+  strokeTwice(painter, frame, selectedColor, 1.5, false);
+  painter.setPen(QPen(haloColor, 1));
+  painter.setBrush(selectedColor);
+  for (const double x : {kept.left(), kept.center().x(), kept.right()}) {
+    for (const double y : {kept.top(), kept.center().y(), kept.bottom()}) {
+      if (QPointF(x, y) != kept.center()) painter.drawRect(QRectF(x - 4, y - 4, 8, 8));
+    }
+  }
+}
+
+void MapCanvas::drawAim(QPainter& painter) const {
+  const QPointF middle(std::floor(width() / 2.0) + 0.5, std::floor(height() / 2.0) + 0.5);
+  strokeTwice(painter, crosshair(middle, 4, 24), Qt::black, 1, false);
+}
+
+}  // namespace vellandra

@@ -1,0 +1,90 @@
+#include "calibration/trial_fit.h"
+
+#include <cmath>
+
+#include "calibration/transform.h"
+#include "core_fixture.h"
+#include "support/numbers.h"
+
+namespace vellandra {
+namespace {
+
+class TrialFitTest : public CoreTest {
+ protected:
+  static void givePoints(const std::string& datum, const std::string& projection, int count) {
+    const int pixels[][2] = {{10, 20}, {790, 35}, {770, 580}, {25, 560}};
+    calibration = Calibration();
+    calibration.imageWidth = 800;
+    calibration.imageHeight = 600;
+    calibration.projection = projection;
+    calibration.pointCount = static_cast<std::int16_t>(count);
+    for (int i = 1; i <= count; ++i) {
+      const int x = pixels[i - 1][0], y = pixels[i - 1][1];
+      calibration.setPixel(i, x + (i == 2 ? 3 : 0), y);
+      calibration.setPosition(i, 47 - y * 1e-3, 8 + x * 1.5e-3);
+      calibration.datumName[i] = datum;
+    }
+  }
+};
+
+TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
+  LoadDatums();
+  struct Row {
+    const char* name;
+    const char* datum;
+    const char* projection;
+    int count;
+  };
+  const Row rows[] = {
+      {"four points", "WGS 84", "latitude/longitude", 4},
+      {"another datum", "EUROPEAN 1979", "latitude/longitude", 4},
+      {"two points", "EUROPEAN 1979", "latitude/longitude", 2},
+      {"Mercator", "WGS 84", "mercator ", 3},
+  };
+  for (const Row& row : rows) {
+    givePoints(row.datum, row.projection, row.count);
+    const std::string logBefore = log();
+    calibration.message = "text of the panel";
+    const Calibration before = calibration;
+    const TrialFit fit = tryFit(calibration, "zzz");
+    ASSERT_TRUE(fit.valid) << row.name;
+    EXPECT_EQ(log(), logBefore) << row.name;
+    EXPECT_EQ(calibration.message, before.message) << row.name;
+    EXPECT_EQ(calibration.latitude[1], before.latitude[1]) << row.name;
+    EXPECT_EQ(calibration.tf1, 0) << row.name;
+
+    driver = Driver();
+    driver.inputType = "zzz";
+    driver.stage = recalculate;
+    ASSERT_TRUE(do_it()) << row.name;
+    for (double Calibration::*term : {&Calibration::tf1, &Calibration::tf2, &Calibration::tf3, &Calibration::tf4,
+                                      &Calibration::x0, &Calibration::y0, &Calibration::mercatorBottom}) {
+      EXPECT_EQ(fit.map.*term, calibration.*term) << row.name;
+    }
+    ASSERT_EQ(static_cast<int>(fit.residuals.size()), row.count) << row.name;
+    const Pixel pixel = pixelAt(calibration, calibration.latitude[2], calibration.longitude[2]);
+    EXPECT_DOUBLE_EQ(fit.residuals[1], std::hypot(pixel.x - calibration.pixelX[2], pixel.y - calibration.pixelY[2]));
+    EXPECT_NE(calibration.message.find("root mean square " + formatNumber(fit.rootMeanSquare, "###0.00")),
+              std::string::npos)
+        << row.name;
+  }
+}
+
+TEST_F(TrialFitTest, PointsThatMakeNoMapAreNoFit) {
+  LoadDatums();
+  givePoints("WGS 84", "", 1);
+  EXPECT_FALSE(tryFit(calibration, "").valid) << "one point";
+  givePoints("NO SUCH DATUM", "", 4);
+  EXPECT_FALSE(tryFit(calibration, "").valid);
+  givePoints("WGS 84", "", 4);
+  calibration.latitude[3] = 91;
+  EXPECT_FALSE(tryFit(calibration, "").valid) << "not on the earth";
+  givePoints("WGS 84", "", 3);
+  calibration.setPixel(3, 50000, 1);
+  EXPECT_FALSE(tryFit(calibration, "").valid) << "a pixel whose square does not fit";
+  EXPECT_EQ(calibration.pixelX[3], 50000) << "the record is back in its place";
+  EXPECT_FALSE(logPaused());
+}
+
+}  // namespace
+}  // namespace vellandra
