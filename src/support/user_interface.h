@@ -7,6 +7,8 @@
 
 namespace vellandra {
 
+class TileControls;
+
 enum class Buttons { ok, okCancel, yesNo };
 enum class Icon { none, question, warning, error };
 enum class Answer { ok, cancel, yes, no };
@@ -79,6 +81,9 @@ class UserInterface {
 
   /// "Merge Maps": what the person wants done next.
   virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+
+  /// "Garmin Tile controls": the person changes `controls` and confirms them, or closes the dialog without.
+  virtual void askGarminTiles(TileControls& controls) = 0;
 
   /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
   virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;
