@@ -111,6 +111,12 @@ bool fileExists(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
+bool makeFolder(const std::string& path) {
+  struct stat status {};
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
+  return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 std::string temporaryName(const std::string& path) {
   return linkTarget(path) + ".vellandra-part";
 }
