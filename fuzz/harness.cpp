@@ -121,6 +121,7 @@ class Person : public UserInterface {
   }
 
   MergeAnswer askMerge(const MergeQuestion&) override { return {}; }
+  void askGarminTiles(TileControls&) override {}
   std::optional<std::string> askText(const std::string&, const std::string&) override { return std::nullopt; }
   std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override { return std::nullopt; }
 

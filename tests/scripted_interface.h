@@ -1,9 +1,11 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "support/tile_controls.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -17,6 +19,7 @@ class ScriptedInterface : public UserInterface {
   std::deque<int> datums;               ///< to the datum match
   std::deque<WorldFileAnswer> worldFileAnswers;
   std::deque<MergeAnswer> mergeAnswers;
+  std::deque<std::function<void(TileControls&)>> tileChoices;
   std::deque<std::optional<std::string>> typedTexts;     ///< to questions for a line of text
   std::deque<std::optional<PixelRectangle>> rectangles;  ///< to questions for a part of an image
 
@@ -59,6 +62,9 @@ class ScriptedInterface : public UserInterface {
   MergeAnswer askMerge(const MergeQuestion& question) override {
     mergeQuestions.push_back(question);
     return take(mergeAnswers, MergeAnswer());
+  }
+  void askGarminTiles(TileControls& controls) override {
+    take(tileChoices, std::function<void(TileControls&)>([](TileControls&) {}))(controls);
   }
   std::optional<std::string> askText(const std::string&, const std::string& initial) override {
     textInitials.push_back(initial);

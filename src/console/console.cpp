@@ -6,6 +6,7 @@
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/text.h"
+#include "support/tile_controls.h"
 
 namespace vellandra {
 namespace {
@@ -156,6 +157,31 @@ MergeAnswer Console::askMerge(const MergeQuestion& question) {
   answer.percentage = text;
   answer.enlarge = meansYes(ask(question.expandCaption + " [yes/No]"));
   return answer;
+}
+
+void Console::askGarminTiles(TileControls& controls) {
+  if (!somebodyToAsk_) {
+    print("Garmin Tile controls - nobody to ask: closed\n");
+    return;
+  }
+  while (true) {
+    const std::string text =
+        ask("Garmin Tile controls: " + controls.caption() + ", " + std::to_string(controls.across()) + " across, " +
+            std::to_string(controls.down()) + " down (ok, or other counts such as 3 2; empty to close):");
+    if (text.empty()) return;
+    if (meansYes(text)) {
+      controls.confirm();
+      return;
+    }
+    const std::vector<std::string_view> counts = splitAtBlanks(text);
+    const int across = wholeNumber(std::string(field(counts, 0)));
+    const int down = wholeNumber(std::string(field(counts, 1)));
+    if (counts.size() == 2 && across > 0 && down > 0) {
+      controls.setCounts(across, down);
+    } else {
+      print("Counts are two whole numbers from 1.\n");
+    }
+  }
 }
 
 std::optional<std::string> Console::askText(const std::string& prompt, const std::string& initial) {

@@ -73,18 +73,22 @@ FREE_IMAGE_FORMAT identifier(ImageFormat format) {
 class LibraryMessages {
  public:
   explicit LibraryMessages(std::string path) : path_(std::move(path)), outer_(current_) { current_ = this; }
+  /// Into `collected` instead of the log, which belongs to one thread.
+  explicit LibraryMessages(std::vector<std::string>& collected) : collected_(&collected), outer_(current_) {
+    current_ = this;
+  }
   LibraryMessages(const LibraryMessages&) = delete;
   LibraryMessages& operator=(const LibraryMessages&) = delete;
   ~LibraryMessages() {
     current_ = outer_;
-    if (count_ > logged) writeLog(path_ + ": " + std::to_string(count_ - logged) + " more messages");
+    if (count_ > logged) write(std::to_string(count_ - logged) + " more messages");
   }
 
   /// Called from inside C code, which an exception must not pass through.
   static void add(std::string_view text) noexcept {
     try {
       if (current_ == nullptr) return writeLog(text);
-      if (++current_->count_ <= logged) writeLog(current_->path_ + ": " + std::string(text));
+      if (++current_->count_ <= logged) current_->write(std::string(text));
     } catch (const std::exception&) {
       return;
     }
@@ -92,8 +96,14 @@ class LibraryMessages {
 
  private:
   static constexpr int logged = 10;
+  void write(const std::string& text) {
+    if (collected_ != nullptr) return collected_->push_back(text);
+    writeLog(path_ + ": " + text);
+  }
+
   static inline thread_local LibraryMessages* current_ = nullptr;
   std::string path_;
+  std::vector<std::string>* collected_ = nullptr;
   LibraryMessages* outer_;
   int count_ = 0;
 };
@@ -347,18 +357,30 @@ Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource,
   return Access::own(reduced, paletteSize);
 }
 
-bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags) {
-  if (!bitmap) return false;
-  const LibraryMessages messages(path);
+EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
+  EncodedImage encoded;
+  if (!bitmap) return encoded;
+  const LibraryMessages messages(encoded.messages);
   divertMessages();
-  // Through memory, because the library does not notice a disk that is full.
   using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
   const Memory memory(FreeImage_OpenMemory());
   BYTE* bytes = nullptr;
   DWORD length = 0;
-  return memory && FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) != FALSE &&
-         FreeImage_AcquireMemory(memory.get(), &bytes, &length) != FALSE &&
-         writeWholeFile(path, {reinterpret_cast<const char*>(bytes), length});
+  if (memory && FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) != FALSE &&
+      FreeImage_AcquireMemory(memory.get(), &bytes, &length) != FALSE) {
+    encoded.bytes.assign(reinterpret_cast<const char*>(bytes), length);
+  }
+  return encoded;
+}
+
+bool saveEncodedImage(const EncodedImage& image, const std::string& path) {
+  for (const std::string& message : image.messages) writeLog(path + ": " + message);
+  return !image.bytes.empty() && writeWholeFile(path, image.bytes);
+}
+
+// Through memory, because the library does not notice a disk that is full.
+bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags) {
+  return saveEncodedImage(encodeImage(format, bitmap, flags), path);
 }
 
 // A coordinate below 0 becomes one past the image, which the library refuses.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 struct FIBITMAP;
 
@@ -76,6 +77,18 @@ Bitmap LoadQuantized(const std::string& path);
 /// `reservePalette`; empty when that fails. `bitmap` keeps its pixels, or is released when `unloadSource`, in any case.
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize = 256,
                        int reserveSize = 0, std::span<const PixelColor> reservePalette = {});
+
+/// An image as the bytes of a file, and what the library said while it was made; `bytes` is empty when it failed.
+struct EncodedImage {
+  std::string bytes;
+  std::vector<std::string> messages;
+};
+
+/// `bitmap` as the bytes that `SaveImage` writes. Can be called from several threads at once, also for one bitmap.
+EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags = 0);
+
+/// Writes what `encodeImage` made, as `SaveImage` does.
+bool saveEncodedImage(const EncodedImage& image, const std::string& path);
 
 /// Writes `bitmap` so that the file appears whole or not at all. False on failure, with an old file intact. JPEGs are
 /// baseline. A JPEG takes 8-bit and 24-bit images only.

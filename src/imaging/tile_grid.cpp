@@ -85,7 +85,7 @@ std::string GarminTileControls::caption() const {
   return area(size_) > area(preferred_) ? text + "  Tiles too big?? " : text;
 }
 
-void GarminTileControls::setCounts(std::int32_t across, std::int32_t down) {
+void GarminTileControls::setCounts(int across, int down) {
   across_ = std::max(across, 1);
   down_ = std::max(down, 1);
   // One pixel less than a tile is added before dividing, so that a remainder does not become one more tile.
@@ -97,8 +97,11 @@ bool GarminTileControls::isTicked(std::int64_t number) const {
   return number < 1 || number > largestGarminTileCount || !crossed_[static_cast<std::size_t>(number - 1)];
 }
 
-void GarminTileControls::click(double x, double y, double pictureWidth, double pictureHeight) {
-  const std::int64_t number = grid().tileAt(x * imageWidth_ / pictureWidth, y * imageHeight_ / pictureHeight);
+std::int64_t GarminTileControls::tileAt(double x, double y, double pictureWidth, double pictureHeight) const {
+  return grid().tileAt(x * imageWidth_ / pictureWidth, y * imageHeight_ / pictureHeight);
+}
+
+void GarminTileControls::toggle(std::int64_t number) {
   if (number < 1 || number > largestGarminTileCount) return;
   bool& crossed = crossed_[static_cast<std::size_t>(number - 1)];
   crossed = !crossed;

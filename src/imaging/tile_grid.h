@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "support/tile_controls.h"
+
 namespace vellandra {
 
 /// Pixels, from 1 up.
@@ -12,9 +14,7 @@ struct TileSize {
 };
 
 /// A rectangle of the map image in pixels from its top-left corner; `right` and `bottom` are exclusive.
-struct Tile {
-  std::int32_t left = 0, top = 0, right = 0, bottom = 0;
-};
+using Tile = PixelRectangle;
 
 /// How an image is cut: tiles of one size from the top-left corner, clipped at the right and the bottom edge. Tiles are
 /// numbered from 1 in the order they are written: column by column, from the top down in a column.
@@ -51,35 +51,28 @@ TileGrid garminTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileS
 TileGrid trekBuddyTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
 
 /// What the person chooses in "Garmin Tile controls", apart from the window that shows it.
-class GarminTileControls {
+class GarminTileControls : public TileControls {
  public:
   /// Starts with every tile ticked. Throws InvalidArgument as `TileGrid` does.
   GarminTileControls(std::int32_t imageWidth, std::int32_t imageHeight, TileSize preferred);
 
-  void raiseAcross() { setCounts(across_ + 1, down_); }
-  void lowerAcross() { setCounts(across_ - 1, down_); }
-  void raiseDown() { setCounts(across_, down_ + 1); }
-  void lowerDown() { setCounts(across_, down_ - 1); }
+  int across() const override { return across_; }
+  int down() const override { return down_; }
+  void setCounts(int across, int down) override;
+  std::string caption() const override;
+  int tilesAcross() const override { return grid().across(); }
+  int tilesDown() const override { return grid().down(); }
+  Tile tile(std::int64_t number) const override { return grid().tile(number); }
+  bool isTicked(std::int64_t number) const override;
+  void toggle(std::int64_t number) override;
+  std::int64_t tileAt(double x, double y, double pictureWidth, double pictureHeight) const override;
+  void confirm() override { confirmed_ = true; }
 
   TileSize tileSize() const { return size_; }
-  /// The tile size, and a warning when it is larger in area than the preferred one.
-  std::string caption() const;
-  /// The tiles as they will be cut. Their counts follow from the tile size, which is whole, and can be fewer than the
-  /// buttons asked for.
   TileGrid grid() const { return {imageWidth_, imageHeight_, size_}; }
-
-  /// Whether tile `number` is written; true for a number past 1000, with which nothing is written at all.
-  bool isTicked(std::int64_t number) const;
-  /// Toggles the tile under (x, y) of the picture, which shows the whole map scaled to `pictureWidth` x
-  /// `pictureHeight`. A click beside the map does nothing.
-  void click(double x, double y, double pictureWidth, double pictureHeight);
-
-  void confirm() { confirmed_ = true; }
   bool isConfirmed() const { return confirmed_; }
 
  private:
-  void setCounts(std::int32_t across, std::int32_t down);
-
   std::int32_t imageWidth_, imageHeight_;
   TileSize preferred_, size_;
   std::int32_t across_, down_;

@@ -113,6 +113,12 @@ bool fileExists(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0;
 }
 
+bool makeFolder(const std::string& path) {
+  struct stat status {};
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
+  return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 bool writeWholeFile(const std::string& path, std::string_view content) {
   if (isProtected(path)) return false;
   const std::string target = linkTarget(path);

@@ -26,6 +26,9 @@ bool getline(TextFile& file, std::string_view& line);
 
 bool fileExists(const std::string& path);
 
+/// Makes the folder `path` unless it is there; false when there is none afterwards. The folder around it must exist.
+bool makeFolder(const std::string& path);
+
 /// Writes `content` to `path` so that the file appears whole or not at all: written beside its name, flushed, renamed
 /// over it. Returns false on failure, with an old file of that name intact.
 bool writeWholeFile(const std::string& path, std::string_view content);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <cstdint>
 #include <cwctype>
 
 namespace vellandra {
@@ -144,6 +145,39 @@ std::string toUtf8(std::string_view bytes) {
   for (const char byte : bytes) {
     const auto c = static_cast<unsigned char>(byte);
     appendUtf8(result, c >= 0x80 && c < 0xA0 ? windows1252High[c - 0x80U] : c);
+  }
+  return result;
+}
+
+std::string escapeXml(std::string_view text) {
+  const std::string utf8 = toUtf8(text);
+  std::string result;
+  char32_t c = 0;
+  for (std::string_view rest = utf8; !rest.empty() && takeCharacter(rest, c);) {
+    switch (c) {
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      case '\'':
+        result += "&apos;";
+        break;
+      case '\t':
+      case '\n':
+      case '\r':  // as they are, a reader takes them for other blanks
+        result += "&#" + std::to_string(static_cast<std::uint32_t>(c)) + ";";
+        break;
+      default:
+        appendUtf8(result, c < ' ' || c == 0xFFFE || c == 0xFFFF ? char32_t{0xFFFD} : c);
+    }
   }
   return result;
 }

@@ -35,6 +35,10 @@ bool isUtf8(std::string_view bytes);
 /// The text as UTF-8: unchanged when it is UTF-8 already, else read as Windows-1252.
 std::string toUtf8(std::string_view bytes);
 
+/// `text`, as UTF-8, for between the tags of an XML 1.0 document. Characters that such a document cannot hold become
+/// U+FFFD.
+std::string escapeXml(std::string_view text);
+
 /// UTF-8 text as Windows-1252; empty when a character has no place there.
 std::string toWindows1252(std::string_view utf8);
 

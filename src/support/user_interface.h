@@ -7,7 +7,7 @@
 
 namespace vellandra {
 
-class GarminTileControls;
+class TileControls;
 
 enum class Buttons { ok, okCancel, yesNo };
 enum class Icon { none, question, warning, error };
@@ -92,9 +92,8 @@ class UserInterface {
   /// "Merge Maps": what the person wants done next.
   virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
 
-  /// "Garmin Tile controls", over a picture of the open map. `controls` hold what was chosen; they stay unconfirmed
-  /// where there is no window to choose in.
-  virtual void askGarminTiles(GarminTileControls& /*controls*/) {}
+  /// "Garmin Tile controls": the person changes `controls` and confirms them, or closes the dialog without.
+  virtual void askGarminTiles(TileControls& controls) = 0;
 
   /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
   virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;

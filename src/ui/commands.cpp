@@ -10,7 +10,9 @@
 #include "calibration/pickers.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
+#include "imaging/garmin_map.h"
 #include "imaging/map_image.h"
+#include "imaging/trekbuddy.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -104,13 +106,11 @@ bool mnuwc() {
 
 // The tile writers of imaging/ take these two places.
 bool mnuwmt() {
-  tell("TrekBuddy tiles cannot be written yet");
-  return false;
+  return WriteTrekBuddyTiles();
 }
 
 bool mwgcm() {
-  tell("Garmin Custom Maps cannot be written yet");
-  return false;
+  return WriteGarminCustomMap();
 }
 
 bool showOpenMap() {

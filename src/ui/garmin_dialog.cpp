@@ -25,7 +25,7 @@ QPixmap mark(const char* name) {
 /// The map with its tiles.
 class TilePicture : public QWidget {
  public:
-  TilePicture(const Picture& map, GarminTileControls& controls)
+  TilePicture(const Picture& map, TileControls& controls)
       : map_(imageOf(map)), controls_(controls), tick_(mark("tick.png")), cross_(mark("cross.png")) {
     setObjectName("picture");
     setAccessibleName("Tiles of the map");
@@ -36,7 +36,7 @@ class TilePicture : public QWidget {
   QSize sizeHint() const override { return map_.size().boundedTo({800, 640}).expandedTo(minimumSize()); }
 
   void countsChanged() {
-    current_ = std::min(current_, controls_.grid().count());
+    current_ = std::min(current_, controls_.tileCount());
     update();
   }
 
@@ -63,18 +63,16 @@ class TilePicture : public QWidget {
   }
   std::int64_t tileAt(const QPointF& at) const {
     const QRectF place = picturePlace();
-    const QSizeF whole = wholeMap();
-    return controls_.grid().tileAt(at.x() * whole.width() / place.width(), at.y() * whole.height() / place.height());
+    return controls_.tileAt(at.x(), at.y(), place.width(), place.height());
   }
   QSizeF wholeMap() const {
-    const TileGrid grid = controls_.grid();
-    const Tile last = grid.tile(grid.count());
+    const PixelRectangle last = controls_.tile(controls_.tileCount());
     return {static_cast<qreal>(last.right), static_cast<qreal>(last.bottom)};
   }
   QRectF tilePlace(std::int64_t number) const {
     const QRectF place = picturePlace();
     const QSizeF whole = wholeMap();
-    const Tile tile = controls_.grid().tile(number);
+    const PixelRectangle tile = controls_.tile(number);
     const qreal scaleX = place.width() / whole.width();
     const qreal scaleY = place.height() / whole.height();
     return {place.left() + tile.left * scaleX, place.top() + tile.top * scaleY, (tile.right - tile.left) * scaleX,
@@ -82,19 +80,20 @@ class TilePicture : public QWidget {
   }
 
   QImage map_;
-  GarminTileControls& controls_;
+  TileControls& controls_;
   QPixmap tick_, cross_;
   std::int64_t current_ = 1;  ///< the tile that the keyboard toggles
 };
 
 void TilePicture::paintEvent(QPaintEvent*) {
   constexpr qreal largestMark = 48;
+  constexpr std::int64_t mostMarks = 1000;  // past which no map is written
   QPainter painter(this);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
   painter.drawImage(picturePlace(), map_);
-  const std::int64_t count = controls_.grid().count();
+  const std::int64_t count = controls_.tileCount();
   painter.setPen(QPen(QColor(0, 0, 0, 160), 0));
-  for (std::int64_t number = 1; number <= std::min<std::int64_t>(count, largestGarminTileCount); ++number) {
+  for (std::int64_t number = 1; number <= std::min<std::int64_t>(count, mostMarks); ++number) {
     const QRectF place = tilePlace(number);
     painter.drawRect(place);
     const qreal side = std::min({place.width(), place.height(), largestMark});
@@ -110,8 +109,7 @@ void TilePicture::paintEvent(QPaintEvent*) {
 }
 
 void TilePicture::keyPressEvent(QKeyEvent* event) {
-  const TileGrid grid = controls_.grid();
-  const std::int64_t down = grid.down();
+  const std::int64_t down = controls_.tilesDown();
   const auto move = [&](std::int64_t step, bool allowed) {
     if (allowed) current_ += step;
   };
@@ -126,7 +124,7 @@ void TilePicture::keyPressEvent(QKeyEvent* event) {
       move(-down, current_ > down);
       break;
     case Qt::Key_Right:
-      move(down, current_ + down <= grid.count());
+      move(down, current_ + down <= controls_.tileCount());
       break;
     case Qt::Key_Space: {
       const QRectF place = picturePlace();
@@ -143,18 +141,18 @@ void TilePicture::keyPressEvent(QKeyEvent* event) {
 
 class GarminDialog : public QDialog {
  public:
-  GarminDialog(QWidget* parent, const Picture& map, GarminTileControls& controls);
+  GarminDialog(QWidget* parent, const Picture& map, TileControls& controls);
 
  private:
   QPushButton* addButton(const char* name, const char* caption, const char* hint, const std::function<void()>& action);
   void refresh();
 
-  GarminTileControls& controls_;
+  TileControls& controls_;
   TilePicture* picture_;
   QLabel* caption_;
 };
 
-GarminDialog::GarminDialog(QWidget* parent, const Picture& map, GarminTileControls& controls)
+GarminDialog::GarminDialog(QWidget* parent, const Picture& map, TileControls& controls)
     : QDialog(parent), controls_(controls), picture_(new TilePicture(map, controls)), caption_(new QLabel) {
   setObjectName("garmin");
   setWindowTitle("Garmin Tile controls");
@@ -202,7 +200,7 @@ void GarminDialog::refresh() {
 
 }  // namespace
 
-void showGarminTileControls(QWidget* parent, const Picture& map, GarminTileControls& controls) {
+void showGarminTileControls(QWidget* parent, const Picture& map, TileControls& controls) {
   GarminDialog dialog(parent, map, controls);
   dialog.exec();
 }

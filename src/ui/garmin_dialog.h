@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/tile_grid.h"
+#include "support/tile_controls.h"
 #include "support/user_interface.h"
 
 class QWidget;
@@ -9,6 +9,6 @@ namespace vellandra {
 
 /// "Garmin Tile controls": the counts of tiles, and a tick or a cross on every tile of `map`, the whole map scaled
 /// down. A tile is toggled by a click, or by the arrow keys and the space bar. OK confirms `controls`.
-void showGarminTileControls(QWidget* parent, const Picture& map, GarminTileControls& controls);
+void showGarminTileControls(QWidget* parent, const Picture& map, TileControls& controls);
 
 }  // namespace vellandra

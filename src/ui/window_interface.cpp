@@ -113,7 +113,7 @@ MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
   return dialog->ask(question);
 }
 
-void WindowInterface::askGarminTiles(GarminTileControls& controls) {
+void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
   if (showOpenMap()) showGarminTileControls(parent(), pictureOf(mapImage.bitmap, longestPictureSide), controls);
 }

@@ -25,7 +25,7 @@ class WindowInterface : public UserInterface {
   int chooseDatum(const std::string& prompt, const std::vector<std::string>& names) override;
   WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) override;
   MergeAnswer askMerge(const MergeQuestion& question) override;
-  void askGarminTiles(GarminTileControls& controls) override;
+  void askGarminTiles(TileControls& controls) override;
   std::optional<std::string> askText(const std::string& prompt, const std::string& initial) override;
   std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) override;
   void showPanel(const std::string& message) override;

@@ -154,7 +154,7 @@ TEST_F(TransformTest, TwoPointsOfALinearMapGiveATurnedOrStretchedTransform) {
                             "aspect ratio= ", "cos lat=",      "d1= ",       "d2= ",
                             "d3= ",           " metres/pixel", "t1= ",       "t2= ",
                             "t3= ",           " rotation ",    " degrees",   "w7-w5= 0.3",
-                            "w2= 1000",       "w8-w6= -0.0",  "w1= 800",    "cost3 ",
+                            "w2= 1000",       "w8-w6= -0.0",   "w1= 800",    "cost3 ",
                             "sint3 ",         " xy 1100 900",  " x2calc ",   " y2calc ",
                             " xy 100 100",    " x0calc ",      " y0calc ",   "tf1=",
                             "tf2=",           "tf3=",          "tf4="}) {

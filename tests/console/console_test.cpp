@@ -4,6 +4,8 @@
 
 #include <sstream>
 
+#include "imaging/tile_grid.h"
+
 namespace vellandra {
 namespace {
 
@@ -52,6 +54,22 @@ TEST(Console, WorldFileQuestions) {
   EXPECT_TRUE(south.southern);
   EXPECT_EQ(south.datum, Datum::notWgs84);
   EXPECT_EQ(ask("33\nno\n\n").datum, Datum::none);
+}
+
+TEST(Console, GarminTileQuestions) {
+  GarminTileControls closed(3000, 2000, {1024, 1024});
+  Terminal("4 2\n\n").console.askGarminTiles(closed);
+  EXPECT_FALSE(closed.isConfirmed());
+  GarminTileControls chosen(3000, 2000, {1024, 1024});
+  Terminal t("2\n0 3\n4 x\n4 5 6\n4 2\nok\n");
+  t.console.askGarminTiles(chosen);
+  EXPECT_TRUE(chosen.isConfirmed());
+  EXPECT_EQ(chosen.caption(), "Tiles 751 x 1000");
+  EXPECT_NE(t.err.str().find("Tiles 751 x 1000, 4 across, 2 down (ok"), std::string::npos) << t.err.str();
+  Terminal nobody("ok\n", false);
+  nobody.console.askGarminTiles(closed);
+  EXPECT_FALSE(closed.isConfirmed());
+  EXPECT_EQ(nobody.err.str(), "Garmin Tile controls - nobody to ask: closed\n");
 }
 
 TEST(Console, PanelPrintsEveryLineOnceInUtf8) {

@@ -1,0 +1,90 @@
+#include "imaging/tile_files.h"
+
+#include "calibration/calibration.h"
+#include "calibration/driver.h"
+#include "calibration/log.h"
+#include "calibration/messages.h"
+#include "imaging/row_bands.h"
+#include "support/files.h"
+#include "support/paths.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+
+std::string TileFiles::tileName(const Tile& tile) const {
+  return base + "_" + std::to_string(tile.left) + "_" + std::to_string(tile.top);
+}
+
+std::optional<TileFiles> tileFilesOfOpenMap() {
+  if (!driver.transformValid) {
+    stopTiles("Insufficient points to proceed");
+    return std::nullopt;
+  }
+  if (calibration.imagePath == "clip.board") {
+    showMessage("The picture from the clipboard is in no file yet; writing the calibrations saves it");
+    stopTiles("Unable to load map");
+    return std::nullopt;
+  }
+  const PathParts parts = splitPath(calibration.imagePath);
+  return TileFiles{parts.folder, parts.base};
+}
+
+Bitmap loadMapForTiles() {
+  Bitmap map = LoadQuantized(calibration.imagePath);
+  if (map && (map.width() != calibration.imageWidth || map.height() != calibration.imageHeight)) {
+    showMessage("The image is " + std::to_string(map.width()) + " x " + std::to_string(map.height()) +
+                " now, the calibration is for " + std::to_string(calibration.imageWidth) + " x " +
+                std::to_string(calibration.imageHeight));
+    map.reset();
+  }
+  if (!map) stopTiles("Unable to load map");
+  return map;
+}
+
+bool makeTileFolder(const std::string& path) {
+  return makeFolder(path) || stopTiles("unable to write " + path);
+}
+
+bool stopTiles(const std::string& text) {
+  writeLog(text);
+  tell(text);
+  return false;
+}
+
+TileEncoder::TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted,
+                         ImageFormat format, int flags)
+    : map_(map), grid_(grid), isWanted_(std::move(isWanted)), format_(format), flags_(flags) {}
+
+void TileEncoder::workAhead() {
+  // Twice the cores, so that none waits while the first tile in order is a slow one.
+  const std::size_t most = std::size_t{2} * coreCount();
+  while (ahead_.size() < most && number_ < grid_.count()) {
+    if (!isWanted_(++number_)) continue;
+    // Without a policy the work is done by the caller when there are no more threads to be had.
+    ahead_.push_back(std::async([this, number = number_, tile = grid_.tile(number_)] {
+      const Bitmap part = copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom);
+      return EncodedTile{number, tile, static_cast<bool>(part), encodeImage(format_, part, flags_)};
+    }));
+  }
+}
+
+std::optional<EncodedTile> TileEncoder::next() {
+  workAhead();
+  if (ahead_.empty()) return std::nullopt;
+  EncodedTile tile = ahead_.front().get();
+  ahead_.pop_front();
+  return tile;
+}
+
+ColumnProgress::~ColumnProgress() {
+  userInterface().showProgress(across_, across_);
+}
+
+void ColumnProgress::atTile(std::int64_t number) {
+  const int column = static_cast<int>((number - 1) / down_);
+  if (column == column_) return;
+  column_ = column;
+  userInterface().showProgress(column, across_);
+}
+
+}  // namespace vellandra

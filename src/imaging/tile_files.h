@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <future>
+#include <optional>
+#include <string>
+
+#include "imaging/bitmap.h"
+#include "imaging/tile_grid.h"
+
+namespace vellandra {
+
+/// Where the tiles of the open map go: "area_tiles" in the folder of its image "area.png".
+struct TileFiles {
+  std::string folder;  ///< of the image, up to and including the last separator
+  std::string base;    ///< the image's name without extension
+  std::string tilesFolder() const { return folder + base + "_tiles"; }
+  /// "area_X_Y", with the pixel of the tile's top-left corner.
+  std::string tileName(const Tile& tile) const;
+};
+
+/// Nothing, with the person told, when the open map is not calibrated or its image is in no file.
+std::optional<TileFiles> tileFilesOfOpenMap();
+
+/// The open map's image, reduced to the colours of tiles. Empty, with the person told, when it cannot be loaded in the
+/// size that the calibration is for.
+Bitmap loadMapForTiles();
+
+/// Makes the folder, unless it is there. False, with the person told, when that fails.
+bool makeTileFolder(const std::string& path);
+
+/// Tells the person, and the log, why the command stops; false.
+bool stopTiles(const std::string& text);
+
+struct EncodedTile {
+  std::int64_t number = 0;
+  Tile tile;
+  bool copied = false;  ///< out of the map's image
+  EncodedImage image;
+};
+
+/// Cuts the wanted tiles of `grid` out of `map` and encodes them on all cores, a few ahead of the one that is asked
+/// for. `map` must outlive it, and not be changed meanwhile.
+class TileEncoder {
+ public:
+  TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted, ImageFormat format,
+              int flags);
+  /// The next tile in the order of numbers; nothing behind the last one.
+  std::optional<EncodedTile> next();
+
+ private:
+  void workAhead();
+
+  const Bitmap& map_;
+  TileGrid grid_;
+  std::function<bool(std::int64_t)> isWanted_;
+  ImageFormat format_;
+  int flags_;
+  std::int64_t number_ = 0;
+  std::deque<std::future<EncodedTile>> ahead_;
+};
+
+/// Shows the column that is worked on, and ends the display with its owner.
+class ColumnProgress {
+ public:
+  explicit ColumnProgress(const TileGrid& grid) : down_(grid.down()), across_(grid.across()) {}
+  ColumnProgress(const ColumnProgress&) = delete;
+  ColumnProgress& operator=(const ColumnProgress&) = delete;
+  ~ColumnProgress();
+  void atTile(std::int64_t number);
+
+ private:
+  int down_, across_, column_ = -1;
+};
+
+}  // namespace vellandra

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vellandra {
+
+/// Starts the program whose path is the first of `arguments` with the others as they are: no shell takes them apart.
+/// It runs on its own, without a terminal, its output going nowhere, and is not waited for. False when it cannot be
+/// started.
+bool startProgram(const std::vector<std::string>& arguments);
+
+}  // namespace vellandra

@@ -1,0 +1,114 @@
+#!/usr/bin/python3
+"""Reads the tiles of a map as other programs do and compares where they lie with the map's calibration.
+
+Usage: check_tiles.py BASE WIDTH HEIGHT X0 TF1 TF3 Y0 TF2 TF4
+BASE.kmz is a Garmin Custom Map, BASE_tiles a TrekBuddy set; longitude = x0 + tf1 x + tf3 y, latitude = y0 + tf2 x +
+tf4 y. Every corner of a Garmin tile has to lie within a pixel, of a TrekBuddy map within a tenth, and the tiles have to
+cover the map once.
+"""
+
+import math
+import os
+import re
+import sys
+import zipfile
+from xml.etree import ElementTree
+
+from osgeo import gdal
+
+gdal.UseExceptions()
+KML = "{http://www.opengis.net/kml/2.2}"
+
+base = sys.argv[1]
+width, height = int(sys.argv[2]), int(sys.argv[3])
+x0, tf1, tf3, y0, tf2, tf4 = map(float, sys.argv[4:])
+
+
+def position(x, y):
+    return y0 + tf2 * x + tf4 * y, x0 + tf1 * x + tf3 * y
+
+
+def pixel(latitude, longitude):
+    determinant = tf1 * tf4 - tf2 * tf3
+    east, north = longitude - x0, latitude - y0
+    return (east * tf4 - north * tf3) / determinant, (north * tf1 - east * tf2) / determinant
+
+
+def corners(box):
+    """Of a LatLonBox, from the top left clockwise, as latitude and longitude: turned counterclockwise on the ground."""
+    north, south, east, west, rotation = (float(box.find(KML + n).text) for n in ("north", "south", "east", "west", "rotation"))
+    latitude, longitude = (north + south) / 2, (east + west) / 2
+    shortening = math.cos(math.radians(latitude))
+    turn = complex(math.cos(math.radians(rotation)), math.sin(math.radians(rotation)))
+    for up, right in ((north, west), (north, east), (south, east), (south, west)):
+        moved = complex((right - longitude) * shortening, up - latitude) * turn
+        yield latitude + moved.imag, longitude + moved.real / shortening
+
+
+def left_top(name):
+    return tuple(map(int, re.fullmatch(re.escape(os.path.basename(base)) + r"_(\d+)_(\d+)\.(?:jpg|png)", name).groups()))
+
+
+def check_cover(tiles):
+    """Tiles as left, top, width, height."""
+    assert sum(w * h for _, _, w, h in tiles) == width * height, tiles
+    seen = bytearray(width * height)
+    for left, top, w, h in tiles:
+        assert left + w <= width and top + h <= height, (left, top, w, h)
+        for y in range(top, top + h):
+            row = y * width + left
+            assert not any(seen[row : row + w]), (left, top)
+            seen[row : row + w] = b"\1" * w
+
+
+def check_garmin():
+    archive = zipfile.ZipFile(base + ".kmz")
+    assert archive.testzip() is None
+    names = [name for name in archive.namelist() if not name.endswith("/")]
+    tiles, worst = [], 0
+    for overlay in ElementTree.fromstring(archive.read("doc.kml")).iter(KML + "GroundOverlay"):
+        href = overlay.find(f"{KML}Icon/{KML}href").text
+        names.remove(href)
+        image = gdal.Open(f"/vsizip/{{{base}.kmz}}/{href}")
+        w, h = image.RasterXSize, image.RasterYSize
+        left, top = left_top(os.path.basename(href))
+        tiles.append((left, top, w, h))
+        expected = ((left, top), (left + w, top), (left + w, top + h), (left, top + h))
+        for (x, y), place in zip(expected, corners(overlay.find(KML + "LatLonBox"))):
+            worst = max(worst, math.dist((x, y), pixel(*place)))
+    assert names == ["doc.kml"], names
+    check_cover(tiles)
+    print(f"Garmin: {len(tiles)} tiles, corners off by {worst:.3f} pixels at most")
+    assert worst < 1
+
+
+def check_trekbuddy():
+    folder, name = base + "_tiles/", os.path.basename(base)
+    # GDAL knows this projection under a name without blanks only; the points are what is compared.
+    with open(folder + name + ".map", newline="", encoding="latin-1") as file:
+        text = file.read().replace("Latitude / Longitude", "Latitude/Longitude").replace("Map Projection, ", "Map Projection,")
+    with open(folder + "for-gdal.map", "w", newline="", encoding="latin-1") as file:
+        file.write(text)
+    image = gdal.Open(folder + "for-gdal.map")
+    assert (image.RasterXSize, image.RasterYSize) == (width, height)
+    transformer = gdal.Transformer(image, None, ["MAX_GCP_ORDER=1", "DST_SRS=OGC:CRS84"])
+    worst = 0
+    for x, y in ((0, 0), (width, 0), (width, height), (0, height), (width // 2, height // 3)):
+        done, (longitude, latitude, _) = transformer.TransformPoint(0, x, y)
+        assert done
+        worst = max(worst, math.dist((x, y), pixel(latitude, longitude)))
+    os.remove(folder + "for-gdal.map")
+    tiles = []
+    with open(folder + name + ".set", newline="", encoding="utf-8") as file:
+        listed = file.read().split("\r\n")
+    assert listed.pop() == ""
+    for tile in listed:
+        opened = gdal.Open(folder + "set/" + tile)
+        tiles.append((*left_top(tile), opened.RasterXSize, opened.RasterYSize))
+    check_cover(tiles)
+    print(f"TrekBuddy: {len(tiles)} tiles, the map off by {worst:.4f} pixels at most")
+    assert worst < 0.1
+
+
+check_garmin()
+check_trekbuddy()
