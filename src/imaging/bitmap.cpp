@@ -374,7 +374,7 @@ EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
 }
 
 bool saveEncodedImage(const EncodedImage& image, const std::string& path) {
-  for (const std::string& message : image.messages) writeLog(path + ": " + message);
+  for (const std::string& message : image.messages) writeLog(std::string(path).append(": ").append(message));
   return !image.bytes.empty() && writeWholeFile(path, image.bytes);
 }
 

@@ -34,7 +34,7 @@ std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles&
     progress.atTile(tile->number);
     if (!tile->copied) return "Unable to tile map";
     const std::string name = files.tileName(tile->tile) + ".png";
-    const std::string path = setFolder + "/" + name;
+    const std::string path = std::string(setFolder).append("/").append(name);
     writeLog(path);
     const bool saved = saveEncodedImage(tile->image, path);
     list += line(name);

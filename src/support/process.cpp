@@ -65,9 +65,8 @@ bool startProgram(const std::vector<std::string>& arguments) {
   SpawnSettings settings;
   if (!settings.detach()) return false;
   std::vector<std::string> own = arguments;  // the system's interface takes them as changeable
-  std::vector<char*> vector;
-  for (std::string& argument : own) vector.push_back(argument.data());
-  vector.push_back(nullptr);
+  std::vector<char*> vector(own.size() + 1);  // ends with a null pointer
+  for (std::size_t i = 0; i < own.size(); ++i) vector[i] = own[i].data();
   pid_t process = 0;
   if (::posix_spawn(&process, vector[0], settings.files(), settings.attributes(), vector.data(), environ) != 0) {
     return false;
