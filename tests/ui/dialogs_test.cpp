@@ -123,6 +123,7 @@ TEST_F(TfwTest, DatumIsAskedForWhenItIsNotWgs84) {
 }
 
 TEST_F(TfwTest, LastEntryIsTheBritishGrid) {
+  writeTestFile(folder + "wales.tfw", "500\r\n0\r\n0\r\n-500\r\n250000\r\n390000\r\n");
   someone.use([](QDialog* dialog) { answer(dialog, 60, true, "Command2"); });
   choose("mnufo");
   EXPECT_EQ(inputDatumName, "WGS 84");
