@@ -176,7 +176,7 @@ void unwrapLongitudes() {
   }
   const bool westward = sumProduct * c.pointCount < sumX * sumLon;
   if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return;
-  const auto unwrap = [&c](int first, int count) {
+  const auto unwrap = [&](int first, int count) {
     for (int slot = first; slot < first + count; ++slot) {
       if (c.longitude[slot] < 0) c.longitude[slot] += 360;
     }

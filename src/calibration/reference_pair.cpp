@@ -85,21 +85,28 @@ struct UtmPlane {
   double dEast, dNorth;  ///< metres, northings counted from the equator on both sides
 };
 
+struct GroundPosition {
+  double easting, northing;  ///< metres, the northing from the equator
+};
+
+GroundPosition onPlane(int slot, std::int16_t zone) {
+  const double lat = calibration.latitude[slot];
+  GroundPosition position{};
+  LatLongToUtm(lat, calibration.longitude[slot], zone, position.easting, position.northing);
+  if (lat < 0) position.northing -= 10000000;
+  return position;
+}
+
 UtmPlane utmPlaneOf(const ReferencePair& pair) {
   const Calibration& c = calibration;
   UtmPlane plane{};
   plane.meanLon = (c.longitude[pair.i] + c.longitude[pair.j]) / 2;
   plane.meanLat = (c.latitude[pair.i] + c.latitude[pair.j]) / 2;
   plane.zone = toInt16(static_cast<std::int64_t>(std::floor((plane.meanLon + 186) / 6)));
-  const auto project = [&](int slot, double& east, double& north) {
-    LatLongToUtm(c.latitude[slot], c.longitude[slot], plane.zone, east, north);
-    if (c.latitude[slot] < 0) north -= 10000000;
-  };
-  double east1 = 0, north1 = 0, east2 = 0, north2 = 0;
-  project(pair.i, east1, north1);
-  project(pair.j, east2, north2);
-  plane.dEast = east2 - east1;
-  plane.dNorth = north2 - north1;
+  const GroundPosition first = onPlane(pair.i, plane.zone);
+  const GroundPosition second = onPlane(pair.j, plane.zone);
+  plane.dEast = second.easting - first.easting;
+  plane.dNorth = second.northing - first.northing;
   return plane;
 }
 
