@@ -145,31 +145,26 @@ void noteWrittenFiles(const WrittenTiles& written, const std::string& imagesFold
   }
 }
 
-/// An archive of an earlier run, out of the way: 7-Zip would add to it, and tiles of then would stay in it.
-class OldArchive {
- public:
-  explicit OldArchive(const std::string& path) : path_(path), aside_(path + ".vellandra-old") {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path_, error)) return;
-    std::filesystem::rename(path_, aside_, error);
-    setAside_ = !error;
-  }
-  OldArchive(const OldArchive&) = delete;
-  OldArchive& operator=(const OldArchive&) = delete;
-  ~OldArchive() {
-    std::error_code error;
-    if (setAside_) std::filesystem::rename(aside_, path_, error);
-  }
-  void drop() {
-    std::error_code error;
-    if (setAside_) std::filesystem::remove(aside_, error);
-    setAside_ = false;
-  }
+/// Moves an archive of an earlier run out of the way: 7-Zip would add to it, and tiles of then would stay in it.
+/// Returns where it is; empty when there was none.
+std::string setAside(const std::string& archive) {
+  std::error_code error;
+  const std::string aside = archive + ".vellandra-old";
+  if (!std::filesystem::is_regular_file(archive, error)) return {};
+  std::filesystem::rename(archive, aside, error);
+  return error ? std::string() : aside;
+}
 
- private:
-  std::string path_, aside_;
-  bool setAside_ = false;
-};
+/// The new archive is there, and the old one goes; or there is none, and the old one comes back.
+void settleArchives(const std::string& archive, const std::string& aside, bool packed) {
+  if (aside.empty()) return;
+  std::error_code error;
+  if (packed) {
+    std::filesystem::remove(aside, error);
+  } else {
+    std::filesystem::rename(aside, archive, error);
+  }
+}
 
 bool pack(const GarminFiles& files) {
   const std::string archive = files.archivePath();
@@ -177,12 +172,13 @@ bool pack(const GarminFiles& files) {
   showMessage("\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + archive + " \" \"" + files.kmlPath() + "\" \"" +
               images + "\"");
   const std::string program = findFile(preferences.sevenZipPath);
-  OldArchive old(archive);
+  const std::string old = setAside(archive);
   // Without the blank behind the archive's name, which would become part of it here.
-  if (program.empty() || !startProgram({program, "a", "-tzip", "-mx0", archive, files.kmlPath(), images})) {
+  const auto settle = [archive, old](bool packed) { settleArchives(archive, old, packed); };
+  if (program.empty() || !startProgram({program, "a", "-tzip", "-mx0", archive, files.kmlPath(), images}, settle)) {
+    settle(false);
     return stopTiles("Call to 7-Zip failed");
   }
-  old.drop();
   return true;
 }
 

@@ -35,7 +35,7 @@ std::string angle(const std::string& name, double degrees) {
 double mapRotation() {
   const double a = calibration.tf1;
   const double b = calibration.tf3;
-  if (a != 0) return std::atan(b / a) * 180 / pi;
+  if (a != 0) return std::atan(b / a) * 180 / pi + 0.0;  // never -0
   return b == 0 ? 0 : std::copysign(90, b);
 }
 

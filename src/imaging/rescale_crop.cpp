@@ -50,7 +50,8 @@ bool sameFile(const std::string& a, const std::string& b) {
 /// As `askWhereToSave`, but for the files of the open map, which are not to be replaced.
 std::optional<std::string> askWhereToSaveCopy() {
   std::optional<std::string> path = askWhereToSave();
-  if (path && (sameFile(*path, calibration.imagePath) || sameFile(mapPathBeside(*path), driver.inputPath))) {
+  if (path && (sameFile(*path, calibration.imagePath) || sameFile(mapPathBeside(*path), driver.inputPath) ||
+               sameFile(mapPathBeside(*path), mapPathBeside(calibration.imagePath)))) {
     tell("unable to save " + *path + "\nIt belongs to the open map, which stays as it is");
     return std::nullopt;
   }

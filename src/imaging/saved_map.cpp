@@ -4,6 +4,7 @@
 #include "calibration/pickers.h"
 #include "calibration/preferences.h"
 #include "formats/map_file.h"
+#include "imaging/map_image.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -16,7 +17,9 @@ std::optional<std::string> askWhereToSave() {
   if (path.empty()) return std::nullopt;
   if (fileExists(path) && !askOkCancel("OK to overwrite " + path)) return std::nullopt;
   const std::string mapPath = mapPathBeside(path);
-  if (preferences.warnOverwrite && fileExists(mapPath) && !askOkCancel("OK to overwrite " + mapPath)) {
+  // Without its PNG it is the calibration of another image of that name: asked whatever the preference says.
+  const bool asks = preferences.warnOverwrite || !fileExists(path);
+  if (asks && fileExists(mapPath) && !askOkCancel("OK to overwrite " + mapPath)) {
     return std::nullopt;
   }
   return path;
@@ -27,6 +30,7 @@ bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string&
     tell("unable to save " + path);
     return false;
   }
+  if (mapImage.path == path) mapImage = MapImage();  // what is on show is not in that file any more
   OpenMapKeeper previous;
   openDerivedMap(map, path);
   if (writeMapBeside(path) != WriteOutcome::written) return false;

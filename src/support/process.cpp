@@ -9,6 +9,7 @@
 #include <csignal>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace vellandra {
 namespace {
@@ -48,10 +49,12 @@ class SpawnSettings {
 };
 
 /// A program that has ended stays in the system's table until its end has been taken notice of.
-void noticeEnd(pid_t process) {
+void noticeEnd(pid_t process, std::function<void(bool)> whenEnded) {
   try {
-    std::thread([process] {
-      while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) continue;
+    std::thread([process, whenEnded = std::move(whenEnded)] {
+      int status = 0;
+      while (::waitpid(process, &status, 0) < 0 && errno == EINTR) continue;
+      if (whenEnded) whenEnded(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }).detach();
   } catch (const std::system_error&) {
     return;  // no more threads: the entry goes when this program ends
@@ -60,18 +63,18 @@ void noticeEnd(pid_t process) {
 
 }  // namespace
 
-bool startProgram(const std::vector<std::string>& arguments) {
+bool startProgram(const std::vector<std::string>& arguments, std::function<void(bool succeeded)> whenEnded) {
   if (arguments.empty()) return false;
   SpawnSettings settings;
   if (!settings.detach()) return false;
-  std::vector<std::string> own = arguments;  // the system's interface takes them as changeable
+  std::vector<std::string> own = arguments;   // the system's interface takes them as changeable
   std::vector<char*> vector(own.size() + 1);  // ends with a null pointer
   for (std::size_t i = 0; i < own.size(); ++i) vector[i] = own[i].data();
   pid_t process = 0;
   if (::posix_spawn(&process, vector[0], settings.files(), settings.attributes(), vector.data(), environ) != 0) {
     return false;
   }
-  noticeEnd(process);
+  noticeEnd(process, std::move(whenEnded));
   return true;
 }
 
