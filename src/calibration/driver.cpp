@@ -163,6 +163,12 @@ bool convertSlots(int first, int count) {
   return true;
 }
 
+void unwrapSlots(int first, int count) {
+  for (int slot = first; slot < first + count; ++slot) {
+    if (calibration.longitude[slot] < 0) calibration.longitude[slot] += 360;
+  }
+}
+
 /// A map astride 180 degrees has its eastern points on negative longitudes: they go on past 180.
 void unwrapLongitudes() {
   Calibration& c = calibration;
@@ -176,13 +182,8 @@ void unwrapLongitudes() {
   }
   const bool westward = sumProduct * c.pointCount < sumX * sumLon;
   if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return;
-  const auto unwrap = [&](int first, int count) {
-    for (int slot = first; slot < first + count; ++slot) {
-      if (c.longitude[slot] < 0) c.longitude[slot] += 360;
-    }
-  };
-  unwrap(1, c.pointCount);
-  unwrap(firstCornerSlot, c.cornerCount);
+  unwrapSlots(1, c.pointCount);
+  unwrapSlots(firstCornerSlot, c.cornerCount);
   showMessage("The map lies across 180 degrees: longitudes go on past 180");
 }
 
