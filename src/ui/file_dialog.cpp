@@ -44,7 +44,7 @@ QStringList nameFilters(const std::string& filter) {
 }
 
 QString startFolder() {
-  const QString last = windowSettings().value(folderKey).toString();
+  QString last = windowSettings().value(folderKey).toString();
   if (!last.isEmpty() && QFileInfo(last).isDir()) return last;
   return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
 }
