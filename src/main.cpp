@@ -2,6 +2,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -24,6 +25,19 @@ constexpr const char* usage =
     "WGS 84 and writes it for other programs beside it.\n"
     "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
 
+bool isSet(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr && *value != '\0';
+}
+
+/// The status of a run in windows; nothing, and why in `reason`, when there is nowhere to open one.
+std::optional<int> runOnDisplay(char** argv, const std::optional<std::string>& path, std::string& reason) {
+  if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM"))
+    return vellandra::runWindows(argv, path, reason);
+  reason = "No window can be opened here: there is no display (DISPLAY and WAYLAND_DISPLAY are not set).\n";
+  return std::nullopt;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -44,7 +58,7 @@ int main(int argc, char** argv) {
   const bool terminal = isatty(STDIN_FILENO) != 0;
   if (!path || !terminal) {
     std::string reason;
-    if (const std::optional<int> status = vellandra::runWindows(argv[0], path, reason)) return *status;
+    if (const std::optional<int> status = runOnDisplay(argv, path, reason)) return *status;
     if (!path) {
       std::cerr << reason << usage;
       return 1;

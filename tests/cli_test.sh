@@ -24,6 +24,11 @@ expect() {
 
 expect 1 "Missing input file" "$program" "$work/none.map"
 expect 0 "Usage" "$program" --help
+expect 1 "there is no display" "$program"
+expect 1 "could not connect to display" env DISPLAY=:7777 "$program"
+cp "$program" "$work/alone"
+expect 1 "vellandra-window: No such file" env DISPLAY=:7777 "$work/alone"
+expect 1 "Missing input file" env DISPLAY=:7777 "$work/alone" "$work/none.map"
 
 # Blanks in the name need no quotes.
 mkdir "$work/my maps"

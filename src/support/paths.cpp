@@ -83,11 +83,15 @@ std::string findFile(std::string_view path) {
   return isRegularFile(found) ? found : std::string();
 }
 
-std::string programFolder() {
-  if (const char* home = std::getenv("VELLANDRA_HOME"); home != nullptr && *home != '\0') return withSeparator(home);
+std::string executableFolder() {
   std::error_code error;
   const fs::path executable = fs::read_symlink("/proc/self/exe", error);
   return error ? "./" : withSeparator(executable.parent_path().string());
+}
+
+std::string programFolder() {
+  if (const char* home = std::getenv("VELLANDRA_HOME"); home != nullptr && *home != '\0') return withSeparator(home);
+  return executableFolder();
 }
 
 std::string settingsFolder() {

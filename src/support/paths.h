@@ -21,6 +21,9 @@ std::string_view fileName(std::string_view path);
 /// Empty when no regular file is found.
 std::string findFile(std::string_view path);
 
+/// The folder of the running executable; ends with a separator.
+std::string executableFolder();
+
 /// The folder of the executable, or the environment's VELLANDRA_HOME; ends with a separator.
 std::string programFolder();
 

@@ -8,7 +8,6 @@
 #include <QIcon>
 #include <array>
 #include <clocale>
-#include <cstdlib>
 
 #include "calibration/calibration.h"
 #include "calibration/log.h"
@@ -22,11 +21,6 @@ namespace vellandra {
 namespace {
 
 constexpr const char* errorMark = "***** Error *****";
-
-bool isSet(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr && *value != '\0';
-}
 
 /// Reads the other end of `pipe` to its end.
 std::string readAll(int pipe) {
@@ -86,14 +80,10 @@ int runMainWindow() {
 
 }  // namespace
 
-std::optional<int> runWindows(char* programName, const std::optional<std::string>& batchPath, std::string& reason) {
-  if (!isSet("DISPLAY") && !isSet("WAYLAND_DISPLAY") && !isSet("QT_QPA_PLATFORM")) {
-    reason = "No window can be opened here: there is no display (DISPLAY and WAYLAND_DISPLAY are not set).\n";
-    return std::nullopt;
-  }
-  if (!windowSystemWorks(programName, reason)) return std::nullopt;
+std::optional<int> runWindows(char** arguments, const std::optional<std::string>& batchPath, std::string& reason) {
+  if (!windowSystemWorks(arguments[0], reason)) return std::nullopt;
   int argc = 1;
-  std::array<char*, 2> argv = {programName, nullptr};
+  std::array<char*, 2> argv = {arguments[0], nullptr};
   const QApplication application(argc, argv.data());
   (void)std::setlocale(LC_NUMERIC, "C");  // Qt takes over the whole locale of the person
   QApplication::setApplicationName("vellandra");

@@ -6,8 +6,8 @@
 namespace vellandra {
 
 /// Runs the program in windows: the main window, or, given the path of a calibration, a batch whose boxes are windows.
-/// Returns the exit status; nothing, and why in `reason`, when no window can be opened here. The formats must have been
-/// set before; numbers keep the "C" locale.
-std::optional<int> runWindows(char* programName, const std::optional<std::string>& batchPath, std::string& reason);
+/// `arguments` are main's. Returns the exit status; nothing, and why in `reason`, when no window can be opened here.
+/// The formats must have been set before; numbers keep the "C" locale.
+std::optional<int> runWindows(char** arguments, const std::optional<std::string>& batchPath, std::string& reason);
 
 }  // namespace vellandra
