@@ -2,7 +2,8 @@
 # They set `program` and `folder` (an empty one); every wait ends after a minute.
 
 patience=60
-window=  # the one that was waited for last
+window=   # the one that was waited for last
+running=  # the program
 
 # Everything of the person's own session is left out: the program sees an empty home.
 start_screen() {
@@ -40,6 +41,7 @@ stop_screen() {
 
 fail() {
   echo "FAILED: $*"
+  [ -z "$running" ] || ! has_ended || echo "  the program has ended"
   cat "$folder/errors" 2>/dev/null
   xdotool search --onlyvisible --name '.' getwindowname %@ 2>/dev/null | sed 's/^/  a window: /'
   import -window root "$root/build/window_run.png" 2>/dev/null && echo "  the screen is in build/window_run.png"
@@ -67,7 +69,7 @@ wait_window() {
   window=$found
 }
 
-has_ended() { ! kill -0 "$running"; }
+has_ended() { ! kill -0 "$running" 2>/dev/null; }
 
 press() { xdotool key --delay 50 "$@"; }
 
