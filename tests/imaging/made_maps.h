@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,16 @@ inline Bitmap picture(int width, int height, int seed) {
   return image;
 }
 
+/// A picture that cannot be made smaller.
+inline Bitmap noise(int width, int height) {
+  std::mt19937 random(1);
+  Bitmap image = allocate24Bits(width, height);
+  for (int y = 0; y < height; ++y) {
+    for (std::uint8_t& byte : image.row(y)) byte = static_cast<std::uint8_t>(random());
+  }
+  return image;
+}
+
 /// Writes the image and its ".map" without opening the map.
 inline void writeMap(const std::string& path, const Calibration& map, const Bitmap& image) {
   const OpenMapKeeper openMap;
@@ -78,11 +89,11 @@ inline PixelColor colorAt(const Bitmap& image, int x, int y) {
   return color;
 }
 
+/// The bytes of the pixels, row by row, of an image of whole bytes a pixel.
 inline std::string bytesOf(const Bitmap& image) {
   std::string bytes;
-  for (int y = 0; y < image.height(); ++y) {
-    bytes.append(reinterpret_cast<const char*>(image.row(y).data()), static_cast<std::size_t>(image.width()) * 3);
-  }
+  const auto length = static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.bitsPerPixel()) / 8;
+  for (int y = 0; y < image.height(); ++y) bytes.append(reinterpret_cast<const char*>(image.row(y).data()), length);
   return bytes;
 }
 
