@@ -10,7 +10,7 @@ side=${1:-2000} tile=1024
 export VELLANDRA_HOME=$folder
 cp "$root/data/datums.txt" "$folder"
 
-make_map() {  # LATITUDE ground|degrees DEGREES: prints the terms of its transform
+make_map() {  # LATITUDE metres|degrees DEGREES: prints the terms of its transform
   /usr/bin/python3 - "$root/bench" "$folder/map" "$side" "$@" <<'END'
 import math, sys
 
@@ -19,7 +19,7 @@ from synthetic_map import Map
 
 side, latitude, angle, pixel = int(sys.argv[3]), float(sys.argv[4]), math.radians(float(sys.argv[6])), 1e-5
 cosine, sine = math.cos(angle) * pixel, math.sin(angle) * pixel
-wider = 1 / math.cos(math.radians(latitude)) if sys.argv[5] == "ground" else 1
+wider = 1 / math.cos(math.radians(latitude)) if sys.argv[5] == "metres" else 1
 map = Map(side, side, 5, latitude, cosine * wider, -cosine, sine, sine * wider)
 map.write(sys.argv[2], map.picture(1))
 print(map.x0, map.tf1, map.tf3, map.y0, map.tf2, map.tf4)
@@ -27,13 +27,13 @@ END
 }
 
 for latitude in 0 50; do
-  for square in ground degrees; do
+  for square in metres degrees; do
     for turn in 1 3 5 10 20; do
       read -ra terms <<<"$(make_map "$latitude" "$square" "$turn")"
       "$root/build/bench_tiles" garmin "$folder/map.map" "$tile" >/dev/null
       off=$(/usr/bin/python3 "$root/tests/imaging/check_tiles.py" --overlays "$folder/map" "$side" "$side" "${terms[@]}")
-      printf 'latitude %2s, pixels square in %-7s turned by %2s degrees: off by %s pixels\n' \
-        "$latitude" "$square," "$turn" "$off"
+      printf 'latitude %2s, %-7s as wide as high, turned by %2s degrees: off by %s pixels\n' \
+        "$latitude" "$square" "$turn" "$off"
     done
   done
 done

@@ -15,6 +15,18 @@
 
 namespace vellandra {
 
+using Texts = std::vector<std::string>;
+
+/// Texts between `open` and `close`, in order.
+inline Texts between(const std::string& content, const std::string& open, const std::string& close) {
+  Texts found;
+  for (std::size_t at = content.find(open); at != std::string::npos; at = content.find(open, at)) {
+    at += open.size();
+    found.push_back(content.substr(at, content.find(close, at) - at));
+  }
+  return found;
+}
+
 struct TiePixel {
   int x, y;
 };
@@ -30,6 +42,12 @@ inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points
   }
 }
 
+inline void placeCorners(Calibration& map) {
+  const int right = map.imageWidth - 1;
+  const int bottom = map.imageHeight - 1;
+  placeTiePoints(map, {{0, 0}, {right, 0}, {right, bottom}, {0, bottom}});
+}
+
 /// Pixels of `pixel` degrees, the first one at (`longitude`, `latitude`), turned by `degrees`; corners as tie points.
 inline Calibration linearMap(int width, int height, double longitude, double latitude, double pixel,
                              double degrees = 0) {
@@ -41,7 +59,7 @@ inline Calibration linearMap(int width, int height, double longitude, double lat
   map.tf1 = pixel * std::cos(degrees * degToRad);
   map.tf4 = -map.tf1;
   map.tf2 = map.tf3 = pixel * std::sin(degrees * degToRad);
-  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  placeCorners(map);
   return map;
 }
 
@@ -51,7 +69,7 @@ inline Calibration mercatorMap(int width, int height, double longitude, double l
   map.mercatorTop = MercatorY(latitude);
   map.mercatorBottom = map.mercatorTop - pixel * degToRad * height;
   map.tf4 = (latitudeOfMercatorY(map.mercatorBottom) - latitude) / height;
-  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  placeCorners(map);
   return map;
 }
 
@@ -87,6 +105,11 @@ inline PixelColor colorAt(const Bitmap& image, int x, int y) {
   PixelColor color;
   EXPECT_TRUE(GetPixelColor(image, x, y, color)) << x << " " << y;
   return color;
+}
+
+/// 0 by 0 when there is no such image.
+inline ImageSize sizeOf(const std::string& path) {
+  return imageSize(path).value_or(ImageSize{});
 }
 
 /// The bytes of the pixels, row by row, of an image of whole bytes a pixel.

@@ -88,11 +88,8 @@ TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
 }
 
 TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
-  constexpr int left = 40, right = 60, top = 20, bottom = 30;  // a white block on black
   Bitmap image = allocate24Bits(100, 80);
-  for (int y = top; y < bottom; ++y) {
-    for (int x = left; x < right; ++x) SetPixelColor(image, x, y, {255, 255, 255, 0});
-  }
+  ASSERT_TRUE(Paste(image, allocate24Bits(20, 10, {255, 255, 255, 0}), 40, 20, 256));
   openMade(linearMap(100, 80, 5, 50, 1e-4), image);
   const Calibration original = calibration;
   ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
@@ -107,7 +104,7 @@ TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
         sum += light, sumX += light * x, sumY += light * y;
       }
     }
-    const Pixel middle = placeOf(original, (left + right - 1) / 2.0, (top + bottom - 1) / 2.0);
+    const Pixel middle = placeOf(original, 49.5, 24.5);
     EXPECT_NEAR(sumX / sum, middle.x, 0.02) << name;
     EXPECT_NEAR(sumY / sum, middle.y, 0.02) << name;
   }
@@ -118,8 +115,7 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   placeTiePoints(map, {{0, 0}, {99, 79}, {99, 0}, {31, 79}, {-7, 200}});
   openMade(map);
   const auto metresPerPixel = [](const std::string& path) {
-    const std::string text = contentOf(path);
-    return std::stod(text.substr(text.find("MM1B , ") + 7));
+    return std::stod(between(contentOf(path), "MM1B , ", "\r")[0]);
   };
   ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
   EXPECT_NEAR(metresPerPixel(folder + "copy.map"), 2 * metresPerPixel(folder + "open.map"), 0.1);
@@ -148,16 +144,14 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
 TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
   openMade(linearMap(100, 80, 5, 50, 1e-4, 12), picture(100, 80, 1));
   preferences.warnOverwrite = true;
-  writeTestFile(folder + "there.png", "old");
-  writeTestFile(folder + "there.map", "old");
-  writeTestFile(folder + "no-map.png", "old");
-  writeTestFile(folder + "no-png.map", "old");
-  std::filesystem::create_directory(folder + "no-map.map");
-  std::filesystem::create_directory(folder + "no-png.png");
+  for (const char* name : {"a.png", "a.map", "b.png", "c.map"}) writeTestFile(folder + name, "old");
+  for (const char* name : {"b.map", "c.png"}) std::filesystem::create_directory(folder + name);  // no file gets there
   const std::string scale = "scale percentage must be 10 to 90";
   const std::string inside = "The part to keep must lie inside the map";
-  const auto overwrite = [this](const std::string& name) { return "OK to overwrite " + folder + name; };
-  const auto unable = [this](const std::string& name) { return "unable to save " + folder + name; };
+  const std::string own = "\nIt belongs to the open map, which stays as it is";
+  const std::string over = "OK to overwrite " + folder;
+  const std::string unable = "unable to save " + folder;
+  const std::string unableMap = "unable to write " + folder;
   const Answer ok = Answer::ok;
   const PixelRectangle dot{99, 79, 100, 80};
   const struct {
@@ -166,47 +160,30 @@ TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
     std::optional<PixelRectangle> part;
     std::string file;
     std::deque<Answer> boxes;
-    std::vector<std::string> texts;
+    Texts texts;
     std::string done = "";
   } rows[] = {
       {"cancelled", {}, {}, "", {}, {}},
       {"too small", "9.9", {}, "", {}, {scale}},
       {"too large", "91", {}, "", {}, {scale}},
-      {"no number", "half", {}, "", {}, {scale}},
       {"past all numbers", "1e999", {}, "", {}, {scale}},
       {"no name", "50", {}, "", {}, {}},
       {"past the right edge", {}, PixelRectangle{1, 1, 101, 80}, "", {}, {inside}},
       {"left of the map", {}, PixelRectangle{-1, 1, 50, 50}, "", {}, {inside}},
       {"empty", {}, PixelRectangle{10, 10, 10, 50}, "", {}, {inside}},
-      {"picture kept", "50", {}, "there.png", {Answer::cancel}, {overwrite("there.png")}},
-      {"calibration kept", "50", {}, "there", {ok, Answer::cancel}, {overwrite("there.png"), overwrite("there.map")}},
-      {"no such folder", "50", {}, "none/x.png", {}, {unable("none/x.png")}},
-      {"no calibration can be written",
-       {},
-       dot,
-       "no-map.png",
-       {ok, ok},
-       {overwrite("no-map.png"), overwrite("no-map.map"), "unable to write " + folder + "no-map.map"}},
-      {"no picture can be written",
-       {},
-       dot,
-       "no-png.png",
-       {ok, ok},
-       {overwrite("no-png.png"), overwrite("no-png.map"), unable("no-png.png")}},
-      {"itself",
-       {},
-       dot,
-       "open.png",
-       {ok, ok},
-       {overwrite("open.png"), overwrite("open.map"),
-        unable("open.png") + "\nIt belongs to the open map, which stays as it is"}},
+      {"picture kept", "50", {}, "a.png", {Answer::cancel}, {over + "a.png"}},
+      {"calibration kept", "50", {}, "a", {ok, Answer::cancel}, {over + "a.png", over + "a.map"}},
+      {"no such folder", "50", {}, "none/x.png", {}, {unable + "none/x.png"}},
+      {"calibration stuck", {}, dot, "b.png", {ok, ok}, {over + "b.png", over + "b.map", unableMap + "b.map"}},
+      {"picture stuck", {}, dot, "c.png", {ok, ok}, {over + "c.png", over + "c.map", unable + "c.png"}},
+      {"itself", {}, dot, "open", {ok, ok}, {over + "open.png", over + "open.map", unable + "open.png" + own}},
       {"rescaled", "50", {}, "small", {}, {}, "Done rescaling\r\n"},
       {"cropped", {}, dot, "dot.png", {}, {}, "Done cropping\r\n"},
   };
   const auto state = [this] {
     std::string text = calibration.imagePath + " " + driver.inputPath + " " + std::to_string(calibration.pixelX[3]);
     text += " " + std::to_string(calibration.tf2) + " " + std::to_string(driver.metresPerPixel);
-    for (const char* file : {"open.png", "open.map", "there.png", "there.map", "no-map.png", "no-png.map"}) {
+    for (const char* file : {"open.png", "open.map", "a.png", "a.map", "b.png", "c.map"}) {
       text += " " + contentOf(folder + file);
     }
     return text;
@@ -225,7 +202,7 @@ TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
     EXPECT_TRUE(person.menuStates.calibratedImage) << row.name;
   }
   EXPECT_EQ(person.textInitials.back(), "50");
-  EXPECT_EQ(imageSize(folder + "small.png")->width, 50);
+  EXPECT_EQ(sizeOf(folder + "small.png").width, 50);
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "left over: " << entry.path();
   }
@@ -246,22 +223,16 @@ TEST_F(SavedCopyTest, OnlyThePictureFromTheClipboardIsTakenFromMemory) {
   EXPECT_EQ(calibration.imagePath, "clip.board");
 }
 
-TEST_F(SavedCopyTest, CroppingKeepsThePixelsOfEveryDepthThatAPngHolds) {
-  const struct {
-    const char* name;
-    int bits;
-  } rows[] = {{"grey16.png", 16}, {"quadrants.png", 24}, {"rgb565.bmp", 24}};
-  for (const auto& row : rows) {
+TEST_F(SavedCopyTest, CroppingKeepsTheDepthThatAPngCanHold) {
+  for (const auto& [name, bits] : {std::pair("grey16.png", 16), {"quadrants.png", 24}, {"rgb565.bmp", 24}}) {
     calibration = linearMap(16, 12, 5, 50, 1e-4);
-    calibration.imagePath = FIXTURES "/images/" + std::string(row.name);
+    calibration.imagePath = FIXTURES "/images/" + std::string(name);
     driver.transformValid = true;
-    const Bitmap image = LoadImageByExtension(calibration.imagePath);
-    ASSERT_TRUE(cropTo({4, 3, 16, 12}, folder + "copy.png")) << row.name;
+    ASSERT_TRUE(cropTo({4, 3, 16, 12}, folder + "copy.png")) << name;
     const Bitmap copy = LoadImageByExtension(folder + "copy.png");
-    EXPECT_EQ(copy.bitsPerPixel(), row.bits) << row.name;
-    const Bitmap part = copyRectangle(image, 4, 3, 16, 12);
-    EXPECT_EQ(bytesOf(copy), bytesOf(part.bitsPerPixel() == row.bits ? clone(part) : convertTo24Bits(part)))
-        << row.name;
+    const Bitmap part = copyRectangle(LoadImageByExtension(calibration.imagePath), 4, 3, 16, 12);
+    EXPECT_EQ(copy.bitsPerPixel(), bits) << name;
+    EXPECT_EQ(bytesOf(convertTo24Bits(copy)), bytesOf(convertTo24Bits(part))) << name;
   }
 }
 

@@ -13,18 +13,6 @@
 
 namespace vellandra {
 
-using Texts = std::vector<std::string>;
-
-/// Texts between `open` and `close`, in order.
-inline Texts between(const std::string& content, const std::string& open, const std::string& close) {
-  Texts found;
-  for (std::size_t at = content.find(open); at != std::string::npos; at = content.find(open, at)) {
-    at += open.size();
-    found.push_back(content.substr(at, content.find(close, at) - at));
-  }
-  return found;
-}
-
 /// The command's exit status.
 inline int shell(const std::string& command) {
   return WEXITSTATUS(std::system(command.c_str()));

@@ -26,7 +26,7 @@ TEST_F(TilesTest, SixTilesByNameOrderAndSize) {
     names.push_back(row.name);
     list += row.name + ".png\r\n";
     for (const std::string& path : {"files/" + row.name + ".jpg", "set/" + row.name + ".png"}) {
-      const ImageSize size = imageSize(folder + "area_tiles/" + path).value_or(ImageSize{});
+      const ImageSize size = sizeOf(folder + "area_tiles/" + path);
       EXPECT_EQ(size.width, row.width) << path;
       EXPECT_EQ(size.height, row.height) << path;
     }
@@ -43,11 +43,11 @@ TEST_F(TilesTest, OneTileForImagesSmallerThanATile) {
   preferences.advancedGarminMapping = true;
   person.tileChoices = {[](TileControls&) { ADD_FAILURE() << "nothing to choose"; }};
   ASSERT_TRUE(WriteGarminCustomMap());
-  EXPECT_EQ(imageSize(folder + "area_tiles/files/area_0_0.jpg")->width, 1500);
+  EXPECT_EQ(sizeOf(folder + "area_tiles/files/area_0_0.jpg").width, 1500);
   EXPECT_TRUE(panelHas("Tiles 1 by 1\r\n"));
   openMap("area.png", 600, 400);
   ASSERT_TRUE(WriteTrekBuddyTiles());
-  EXPECT_EQ(imageSize(folder + "area_tiles/set/area_0_0.png")->height, 400);
+  EXPECT_EQ(sizeOf(folder + "area_tiles/set/area_0_0.png").height, 400);
 }
 
 TEST_F(TilesTest, TilesPutTogetherAreTheReducedMap) {
@@ -109,13 +109,10 @@ TEST_F(TilesTest, RefusedBeforeAnythingIsWritten) {
 }
 
 TEST_F(TilesTest, AnImageThatCannotServeStopsBehindTheFolders) {
-  for (const char* image : {"", "no image", "smaller"}) {
-    openMap("area.png", 300, 200);
-    if (image == std::string("smaller")) {
-      makeImage("area.png", 299, 200);
-    } else {
-      writeTestFile(folder + "area.png", image);
-    }
+  openMap("area.png", 300, 200);
+  const std::string smaller = (makeImage("smaller.png", 299, 200), contentOf(folder + "smaller.png"));
+  for (const std::string& content : {std::string(), std::string("no image"), smaller}) {
+    writeTestFile(folder + "area.png", content);
     EXPECT_FALSE(WriteGarminCustomMap());
     EXPECT_FALSE(WriteTrekBuddyTiles());
   }
@@ -123,36 +120,21 @@ TEST_F(TilesTest, AnImageThatCannotServeStopsBehindTheFolders) {
   EXPECT_EQ(filesIn("area_tiles"), (std::set<std::string>{"files", "set", "area.map"}));
 }
 
-/// Files of this process cannot grow beyond `bytes`, as on a disk that is full.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit lower{bytes, before_.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &lower);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &before_);
-    (void)std::signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit before_{};
-  void (*handler_)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
-
 TEST_F(TilesTest, AFullDiskStopsWithTheListSoFar) {
   Bitmap image = allocate24Bits(400, 100);
   ASSERT_TRUE(Paste(image, noise(100, 100), 200, 0, 256));  // the third tile is the large one
   openMap("area.png", image, linearMap(400, 100, 5, 50, 0.001));
   setTileSize(100, 100);
-  {
-    const FileSizeLimit limit(6000);
-    EXPECT_FALSE(WriteGarminCustomMap());
-    EXPECT_FALSE(WriteTrekBuddyTiles());
-  }
+  // No file of this process can grow further, as on a disk that is full.
+  rlimit before{};
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small{6000, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  EXPECT_FALSE(WriteGarminCustomMap());
+  EXPECT_FALSE(WriteTrekBuddyTiles());
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  (void)std::signal(SIGXFSZ, handler);
   EXPECT_EQ(person.boxTexts(), (Texts{"unable to save " + folder + "area_tiles/files/area_200_0.jpg",
                                       "unable to save " + folder + "area_tiles/set/area_200_0.png"}));
   EXPECT_EQ(placedTiles(), (Texts{"area_0_0", "area_100_0"}));
@@ -167,8 +149,9 @@ TEST_F(TilesTest, ARunCutShortLeavesNothingEarlierBesideItsTiles) {
   openMap("area.png", 400, 100);
   setTileSize(100, 100);
   fs::create_directory(folder + "area_tiles");
+  const std::string earlier(5000, '#');
   for (const char* name : {"area_tiles/doc.kml", "area_tiles/area.set", "area.kmz"}) {
-    writeTestFile(folder + name, "of an earlier run");
+    writeTestFile(folder + name, earlier);
   }
   struct Interrupting : ScriptedInterface {
     void showProgress(int done, int) override {
@@ -179,10 +162,10 @@ TEST_F(TilesTest, ARunCutShortLeavesNothingEarlierBesideItsTiles) {
   EXPECT_FALSE(runCommand(WriteTrekBuddyTiles));
   setUserInterface(person);
   EXPECT_EQ(placedTiles(), (Texts{"area_0_0", "area_100_0"}));
-  EXPECT_EQ(kml().find("earlier"), std::string::npos);
+  EXPECT_EQ(kml().find('#'), std::string::npos);
   EXPECT_EQ(contentOf(folder + "area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\n");
   EXPECT_FALSE(fs::exists(folder + "area.kmz"));
-  EXPECT_EQ(contentOf(folder + "area.kmz.vellandra-old"), "of an earlier run");
+  EXPECT_EQ(contentOf(folder + "area.kmz.vellandra-old"), earlier);
 }
 
 TEST_F(TilesTest, FoldersAndListsThatCannotBeWritten) {
