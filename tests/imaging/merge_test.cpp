@@ -19,8 +19,6 @@ TEST(Lerp, RoundsEveryChannelHalfToEven) {
   PixelColor out;
   Lerp({0, 10, 255, 9}, {255, 20, 0, 9}, 0.25F, out);
   EXPECT_EQ(out, (PixelColor{64, 12, 191, 0}));  // 63.75, 12.5, 191.25
-  Lerp({0, 1, 200, 0}, {1, 2, 200, 0}, 0.5F, out);
-  EXPECT_EQ(out, (PixelColor{0, 2, 200, 0}));  // 0.5, 1.5
 }
 
 /// Merges images of pixels of one degree; the first pixel of the canvas lies at (x, y) of the merge map.

@@ -16,11 +16,10 @@ class SavedCopyTest : public CoreTest {
     person.pickedFiles = {path};
     ASSERT_TRUE(do_it()) << person.panel;
   }
-  void openMade(const Calibration& map, const Bitmap& image) {
-    writeMap(folder + "open.png", map, image);
+  void openMade(const Calibration& map, const Bitmap& image = {}) {
+    writeMap(folder + "open.png", map, image ? clone(image) : allocate24Bits(map.imageWidth, map.imageHeight));
     open(folder + "open.map");
   }
-  void openMade(const Calibration& map) { openMade(map, allocate24Bits(map.imageWidth, map.imageHeight)); }
 
   bool rescaleTo(const std::string& percentage, const std::string& path) {
     person.typedTexts = {percentage};
