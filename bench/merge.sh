@@ -3,14 +3,10 @@
 # Usage: bench/merge.sh [SIDE]   (pixels of each map's sides; 8000)
 # gdalwarp paints into a copy of the base map as TIFF; copying is not counted. The program also opens PNG, reduces the
 # colours and writes PNG: "merge" is the part that gdalwarp does, "open" and "save" are the rest.
-set -euo pipefail
-. "$(dirname "${BASH_SOURCE[0]}")/../.ci/setup"
-need_packages build test dev
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 build release bench_merge
 
 side=${1:-8000}
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
 /usr/bin/python3 - "$root/bench" "$folder" "$side" <<'END'
 import math, sys
 
@@ -34,21 +30,14 @@ for seed, (name, map) in enumerate(maps.items()):
     map.write(f"{folder}/{name}", map.picture(seed))
 END
 
-measure() {  # LABEL COMMAND...: prints wall seconds, processor seconds and peak memory
-  local label=$1
-  shift
-  /usr/bin/time -o "$folder/time" -f '%e s, processor %U+%S s, peak %M KB' "$@" >"$folder/output"
-  printf '%-44s %s  %s\n' "$label" "$(cat "$folder/time")" "$(tail -n 1 "$folder/output")"
-}
-
 printf 'Maps of %s x %s pixels, decoded %s KB each, on %s cores\n' "$side" "$side" $((side * side * 3 / 1024)) "$(nproc)"
 for pair in "base north-up" "base turned" "base across" "base-mercator turned"; do
   read -r base merge <<<"$pair"
   cp "$folder/$base.tif" "$folder/canvas.tif"
-  measure "$base + $merge: gdalwarp" gdalwarp -q -r bilinear -multi -wo NUM_THREADS=ALL_CPUS -wm 1000 \
+  measure 44 "$base + $merge: gdalwarp" gdalwarp -q -r bilinear -multi -wo NUM_THREADS=ALL_CPUS -wm 1000 \
     "$folder/$merge.tif" "$folder/canvas.tif"
-  measure "$base + $merge: without reducing colours" "$root/build/bench_merge" --exact \
+  measure 44 "$base + $merge: without reducing colours" "$root/build/bench_merge" --exact \
     "$folder/$base.map" "$folder/$merge.map" 50 keep "$folder/merged.png"
 done
-measure "base + turned: as the command does" "$root/build/bench_merge" "$folder/base.map" "$folder/turned.map" 50 keep \
+measure 44 "base + turned: as the command does" "$root/build/bench_merge" "$folder/base.map" "$folder/turned.map" 50 keep \
   "$folder/reduced.png"

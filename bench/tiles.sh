@@ -3,14 +3,10 @@
 # Usage: bench/tiles.sh [SIDE]   (pixels of the map's sides; 8000)
 # Tiles have 260 pixels a side: of 256, a map of 8000 would have 1024, and a Garmin Custom Map has 1000 at most.
 # The program reduces the colours for both kinds of tiles; what vips makes JPEG tiles of keeps all colours.
-set -euo pipefail
-. "$(dirname "${BASH_SOURCE[0]}")/../.ci/setup"
-need_packages build test dev
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 build release bench_tiles
 
 side=${1:-8000} tile=260
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
 export VELLANDRA_HOME=$folder
 cp "$root/data/datums.txt" "$folder"
 /usr/bin/python3 - "$root/bench" "$folder" "$side" <<'END'
@@ -24,23 +20,16 @@ map = Map(side, side, 5, 50, 1e-5, -1e-5)
 map.write(f"{folder}/map", map.picture(1))
 END
 
-measure() {  # LABEL COMMAND...: prints wall seconds, processor seconds and peak memory
-  local label=$1
-  shift
-  /usr/bin/time -o "$folder/time" -f '%e s, processor %U+%S s, peak %M KB' "$@" >"$folder/output"
-  printf '%-36s %s  %s\n' "$label" "$(cat "$folder/time")" "$(tail -n 1 "$folder/output")"
-}
-
 printf 'A map of %s x %s pixels, decoded %s KB, tiles of %s pixels, on %s cores\n' "$side" "$side" \
   $((side * side * 3 / 1024)) "$tile" "$(nproc)"
-measure "TrekBuddy" "$root/build/bench_tiles" trekbuddy "$folder/map.map" "$tile"
-measure "  pngquant 128" pngquant --force --output "$folder/reduced.png" 128 "$folder/map.png"
-measure "  vips dzsave" vips dzsave "$folder/reduced.png" "$folder/png" --depth one --overlap 0 --tile-size "$tile" \
+measure 36 "TrekBuddy" "$root/build/bench_tiles" trekbuddy "$folder/map.map" "$tile"
+measure 36 "  pngquant 128" pngquant --force --output "$folder/reduced.png" 128 "$folder/map.png"
+measure 36 "  vips dzsave" vips dzsave "$folder/reduced.png" "$folder/png" --depth one --overlap 0 --tile-size "$tile" \
   --suffix .png
-measure "Garmin" "$root/build/bench_tiles" garmin "$folder/map.map" "$tile"
-measure "  vips dzsave" vips dzsave "$folder/map.png" "$folder/jpg" --depth one --overlap 0 --tile-size "$tile" \
+measure 36 "Garmin" "$root/build/bench_tiles" garmin "$folder/map.map" "$tile"
+measure 36 "  vips dzsave" vips dzsave "$folder/map.png" "$folder/jpg" --depth one --overlap 0 --tile-size "$tile" \
   --suffix '.jpg[Q=100]'
-measure "TrekBuddy, tile after tile" "$root/build/bench_tiles" trekbuddy "$folder/map.map" "$tile" --one-thread
-measure "Garmin, tile after tile" "$root/build/bench_tiles" garmin "$folder/map.map" "$tile" --one-thread
+measure 36 "TrekBuddy, tile after tile" "$root/build/bench_tiles" trekbuddy "$folder/map.map" "$tile" --one-thread
+measure 36 "Garmin, tile after tile" "$root/build/bench_tiles" garmin "$folder/map.map" "$tile" --one-thread
 du -sh --apparent-size "$folder/map_tiles/set" "$folder/png_files" "$folder/map_tiles/files" "$folder/jpg_files" |
   sed "s|$folder/||"

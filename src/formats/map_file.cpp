@@ -304,10 +304,9 @@ std::string mapPathBeside(const std::string& imagePath) {
   return parts.folder + parts.base + ".map";
 }
 
-WriteOutcome writeMapBeside(const std::string& imagePath) {
-  const ImageNames image{inInputEncoding(splitPath(imagePath).folder),
-                         inInputEncoding(std::string(fileName(imagePath)))};
-  return writeUnasked(mapPathBeside(imagePath), image);
+std::string mapContentBeside(const std::string& imagePath) {
+  if (calibration.cornerCount == 0) fillImageCorners();
+  return mapContent({inInputEncoding(splitPath(imagePath).folder), inInputEncoding(std::string(fileName(imagePath)))});
 }
 
 }  // namespace vellandra

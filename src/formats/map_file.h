@@ -21,7 +21,7 @@ WriteOutcome putmap(const std::optional<std::string>& folder = std::nullopt);
 /// The ".map" beside an image: its folder and base name.
 std::string mapPathBeside(const std::string& imagePath);
 
-/// Writes the calibration as ".map" beside `imagePath` and for it, without a question. A failed write is told.
-WriteOutcome writeMapBeside(const std::string& imagePath);
+/// The calibration as the content of the ".map" beside `imagePath`, for that image.
+std::string mapContentBeside(const std::string& imagePath);
 
 }  // namespace vellandra

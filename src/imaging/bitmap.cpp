@@ -1,12 +1,8 @@
 #include "imaging/bitmap.h"
 
 #include <FreeImage.h>
-#include <tiffio.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string_view>
@@ -15,9 +11,9 @@
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "imaging/image_file.h"
+#include "imaging/library_messages.h"
 #include "support/errors.h"
 #include "support/files.h"
-#include "support/text.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -42,104 +38,32 @@ using Access = BitmapAccess;
 constexpr std::int64_t largestSide = 32767;
 constexpr int tileColors = 128;
 
-struct ImageType {
-  std::string_view ending;
-  ImageFormat format;
-  /// The most bytes of pixels that one byte of such a file can stand for, with room to spare; guards against a header
-  /// that claims gigabytes. TIFF: a line of 32767 pixels in a bit (Group 4) and 128 KB in four bytes (Zstandard). JPEG:
-  /// 64 pixels of three bytes in a bit. PNG: deflate's 1032, at one bit a pixel. BMP: an empty run-length line in two
-  /// bytes. GIF: 4096 pixels in 12 bits.
-  double largestExpansion;
-};
-constexpr std::array<ImageType, 5> imageTypes{{{"TIF", ImageFormat::tiff, 32768},
-                                               {"JPG", ImageFormat::jpeg, 1536},
-                                               {"PNG", ImageFormat::png, 8 * 1032},
-                                               {"BMP", ImageFormat::bmp, 16384},
-                                               {"GIF", ImageFormat::gif, 2731}}};
-
-const ImageType* imageTypeOf(const std::string& path) {
-  if (path.size() < 3) return nullptr;
-  const std::string ending = upperCase(std::string_view(path).substr(path.size() - 3));
-  const auto type = std::ranges::find(imageTypes, ending, &ImageType::ending);
-  return type == imageTypes.end() ? nullptr : type;
-}
-
 FREE_IMAGE_FORMAT identifier(ImageFormat format) {
   return static_cast<FREE_IMAGE_FORMAT>(format);
 }
-
-/// Gathers what the libraries say while one file is worked on. A damaged file can cause a message a line, so the log
-/// gets the first few and their number.
-class LibraryMessages {
- public:
-  explicit LibraryMessages(std::string path) : path_(std::move(path)), outer_(current_) { current_ = this; }
-  /// Into `collected` instead of the log, which belongs to one thread.
-  explicit LibraryMessages(std::vector<std::string>& collected) : collected_(&collected), outer_(current_) {
-    current_ = this;
-  }
-  LibraryMessages(const LibraryMessages&) = delete;
-  LibraryMessages& operator=(const LibraryMessages&) = delete;
-  ~LibraryMessages() {
-    current_ = outer_;
-    if (count_ > logged) write(std::to_string(count_ - logged) + " more messages");
-  }
-
-  /// Called from inside C code, which an exception must not pass through.
-  static void add(std::string_view text) noexcept {
-    try {
-      if (current_ == nullptr) return writeLog(text);
-      if (++current_->count_ <= logged) current_->write(std::string(text));
-    } catch (const std::exception&) {
-      return;
-    }
-  }
-
- private:
-  static constexpr int logged = 10;
-  void write(const std::string& text) {
-    if (collected_ != nullptr) return collected_->push_back(text);
-    writeLog(path_ + ": " + text);
-  }
-
-  static inline thread_local LibraryMessages* current_ = nullptr;
-  std::string path_;
-  std::vector<std::string>* collected_ = nullptr;
-  LibraryMessages* outer_;
-  int count_ = 0;
-};
 
 void freeImageMessage(FREE_IMAGE_FORMAT, const char* message) {
   LibraryMessages::add(message);
 }
 
-void tiffMessage(const char* module, const char* format, std::va_list arguments) {
-  // FreeImage looks for camera tags in the main directory, which libtiff reports for every single TIFF.
-  if (module != nullptr && std::string_view(module) == "TIFFFieldWithTag") return;
-  std::array<char, 500> text{};
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  LibraryMessages::add(text.data());
-}
-
-/// Both libraries' messages to the log; libtiff would write them to the terminal, past FreeImage.
 void divertMessages() {
   static const bool diverted = [] {
     FreeImage_SetOutputMessage(freeImageMessage);
-    TIFFSetErrorHandler(tiffMessage);
-    TIFFSetWarningHandler(tiffMessage);
+    divertTiffMessages();
     return true;
   }();
   static_cast<void>(diverted);
 }
 
-/// Runs `work`, which yields an image or null; also null when memory runs out inside the library.
+/// Runs `work`; what it yields is null or empty when it fails, also when memory runs out inside the library.
 template <typename Work>
-FIBITMAP* guarded(const Work& work) {
+auto guarded(const Work& work) -> decltype(work()) {
   divertMessages();
   try {
     return work();
   } catch (const std::exception& error) {
     LibraryMessages::add(error.what());
-    return nullptr;
+    return {};
   }
 }
 
@@ -357,24 +281,37 @@ Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource,
   return Access::own(reduced, paletteSize);
 }
 
+bool canSave(ImageFormat format, const Bitmap& bitmap) {
+  if (!bitmap) return false;
+  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(Access::image(bitmap));
+  return type == FIT_BITMAP ? FreeImage_FIFSupportsExportBPP(identifier(format), bitmap.bitsPerPixel()) != FALSE
+                            : FreeImage_FIFSupportsExportType(identifier(format), type) != FALSE;
+}
+
 EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
   EncodedImage encoded;
   if (!bitmap) return encoded;
   const LibraryMessages messages(encoded.messages);
-  divertMessages();
-  using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
-  const Memory memory(FreeImage_OpenMemory());
-  BYTE* bytes = nullptr;
-  DWORD length = 0;
-  if (memory && FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) != FALSE &&
-      FreeImage_AcquireMemory(memory.get(), &bytes, &length) != FALSE) {
-    encoded.bytes.assign(reinterpret_cast<const char*>(bytes), length);
-  }
+  encoded.bytes = guarded([&] {
+    using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
+    const Memory memory(FreeImage_OpenMemory());
+    BYTE* bytes = nullptr;
+    DWORD length = 0;
+    if (!memory || FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) == FALSE ||
+        FreeImage_AcquireMemory(memory.get(), &bytes, &length) == FALSE) {
+      return std::string();
+    }
+    return std::string(reinterpret_cast<const char*>(bytes), length);
+  });
   return encoded;
 }
 
-bool saveEncodedImage(const EncodedImage& image, const std::string& path) {
+void logMessages(const EncodedImage& image, const std::string& path) {
   for (const std::string& message : image.messages) writeLog(std::string(path).append(": ").append(message));
+}
+
+bool saveEncodedImage(const EncodedImage& image, const std::string& path) {
+  logMessages(image, path);
   return !image.bytes.empty() && writeWholeFile(path, image.bytes);
 }
 

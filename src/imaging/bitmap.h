@@ -84,8 +84,14 @@ struct EncodedImage {
   std::vector<std::string> messages;
 };
 
+/// Whether files of `format` hold the kind of pixels that `bitmap` has, with their full depth.
+bool canSave(ImageFormat format, const Bitmap& bitmap);
+
 /// `bitmap` as the bytes that `SaveImage` writes. Can be called from several threads at once, also for one bitmap.
 EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags = 0);
+
+/// What the library said, to the log, behind the `path` that the image is for.
+void logMessages(const EncodedImage& image, const std::string& path);
 
 /// Writes what `encodeImage` made, as `SaveImage` does.
 bool saveEncodedImage(const EncodedImage& image, const std::string& path);

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "calibration/calibration.h"
 #include "calibration/log.h"
@@ -35,6 +36,7 @@ struct GarminFiles : TileFiles {
   std::string imagesFolder() const { return tilesFolder() + "/files"; }
   std::string kmlPath() const { return tilesFolder() + "/doc.kml"; }
   std::string archivePath() const { return folder + base + ".kmz"; }
+  std::string oldArchivePath() const { return archivePath() + ".vellandra-old"; }
 };
 
 /// The tiles to write: those that are ticked.
@@ -89,43 +91,42 @@ int jpegFlags() {
 }
 
 struct WrittenTiles {
-  std::string kml;      ///< the document as far as it got
   std::string failure;  ///< why it stopped; empty at the end
   std::int64_t count = 0;
   std::string largestName;
   std::size_t largestBytes = 0;
 };
 
-WrittenTiles writeTiles(const Bitmap& map, const Selection& tiles, const GarminFiles& files, double rotation) {
+/// The tiles and, in `kml`, their overlays as far as it gets.
+WrittenTiles writeTiles(const Bitmap& map, const Selection& tiles, const GarminFiles& files, double rotation,
+                        GrowingFile& kml) {
   WrittenTiles written;
-  written.kml = kmlHead(files.base);
+  const std::string noKml = "unable to write " + kml.path();
+  const auto stop = [&written](const std::string& why) {
+    written.failure = why;
+    return written;
+  };
+  if (!kml.add(kmlHead(files.base))) return stop(noKml);
   const int flags = jpegFlags();
   const auto isTicked = [&](std::int64_t number) { return tiles.controls.isTicked(number); };
   TileEncoder encoder(map, tiles.grid, isTicked, ImageFormat::jpeg, flags);
   ColumnProgress progress(tiles.grid);
   while (const std::optional<EncodedTile> tile = encoder.next()) {
     progress.atTile(tile->number);
-    if (!tile->copied) {
-      written.failure = "Unable to tile map";
-      return written;
-    }
+    if (!tile->copied) return stop("Unable to tile map");
     const std::string name = files.tileName(tile->tile);
     const std::string path = files.imagesFolder() + "/" + name + ".jpg";
     writeLog(path);
     writeLog("Jpeg quality " + std::to_string(flags));
-    if (!saveEncodedImage(tile->image, path)) {
-      written.failure = "unable to save " + path;
-      return written;
-    }
-    written.kml += kmlOverlay(name, overlayBox(tile->tile, rotation));
+    if (!saveEncodedImage(tile->image, path)) return stop("unable to save " + path);
+    if (!kml.add(kmlOverlay(name, overlayBox(tile->tile, rotation)))) return stop(noKml);
     ++written.count;
     if (tile->image.bytes.size() > written.largestBytes) {
       written.largestBytes = tile->image.bytes.size();
       written.largestName = name + ".jpg";
     }
   }
-  written.kml += kmlEnd();
-  return written;
+  return kml.add(kmlEnd()) && kml.close() ? written : stop(noKml);
 }
 
 void noteWrittenFiles(const WrittenTiles& written, const std::string& imagesFolder) {
@@ -145,41 +146,48 @@ void noteWrittenFiles(const WrittenTiles& written, const std::string& imagesFold
   }
 }
 
-/// Moves an archive of an earlier run out of the way: 7-Zip would add to it, and tiles of then would stay in it.
-/// Returns where it is; empty when there was none.
-std::string setAside(const std::string& archive) {
+bool isFile(const std::string& path) {
   std::error_code error;
-  const std::string aside = archive + ".vellandra-old";
-  if (!std::filesystem::is_regular_file(archive, error)) return {};
-  std::filesystem::rename(archive, aside, error);
-  return error ? std::string() : aside;
+  return std::filesystem::is_regular_file(path, error);
 }
 
-/// The new archive is there, and the old one goes; or there is none, and the old one comes back.
-void settleArchives(const std::string& archive, const std::string& aside, bool packed) {
-  if (aside.empty()) return;
+/// Moves an archive of an earlier run out of the way, where no device takes it for the map that is written now; 7-Zip
+/// would also add to it. False when that fails.
+bool setArchiveAside(const GarminFiles& files) {
   std::error_code error;
-  if (packed) {
-    std::filesystem::remove(aside, error);
-  } else {
-    std::filesystem::rename(aside, archive, error);
-  }
+  if (isFile(files.archivePath())) std::filesystem::rename(files.archivePath(), files.oldArchivePath(), error);
+  return !error;
+}
+
+void noteOldArchive(const GarminFiles& files) {
+  if (isFile(files.oldArchivePath())) showMessage("The archive of an earlier run is now " + files.oldArchivePath());
+}
+
+/// In place of a name that 7-Zip would take for a switch or a list of files.
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 bool pack(const GarminFiles& files) {
-  const std::string archive = files.archivePath();
   const std::string images = files.imagesFolder() + "/";
-  showMessage("\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + archive + " \" \"" + files.kmlPath() + "\" \"" +
-              images + "\"");
+  showMessage("\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + files.archivePath() + " \" \"" +
+              files.kmlPath() + "\" \"" + images + "\"");
   const std::string program = findFile(preferences.sevenZipPath);
-  const std::string old = setAside(archive);
+  const auto removeOld = [old = absolutePath(files.oldArchivePath())](bool packed) {
+    std::error_code error;
+    if (packed) std::filesystem::remove(old, error);
+  };
   // Without the blank behind the archive's name, which would become part of it here.
-  const auto settle = [archive, old](bool packed) { settleArchives(archive, old, packed); };
-  if (program.empty() || !startProgram({program, "a", "-tzip", "-mx0", archive, files.kmlPath(), images}, settle)) {
-    settle(false);
-    return stopTiles("Call to 7-Zip failed");
-  }
-  return true;
+  const std::vector<std::string> command = {program,
+                                            "a",
+                                            "-tzip",
+                                            "-mx0",
+                                            absolutePath(files.archivePath()),
+                                            absolutePath(files.kmlPath()),
+                                            absolutePath(images)};
+  return (!program.empty() && startProgram(command, removeOld)) || stopTiles("Call to 7-Zip failed");
 }
 
 }  // namespace
@@ -190,25 +198,31 @@ bool WriteGarminCustomMap() {
   const GarminFiles files{*place};
   const std::optional<Selection> tiles = selectTiles();
   if (!tiles) return false;
-  showMessage("Tiles " + std::to_string(tiles->grid.across()) + " by " + std::to_string(tiles->grid.down()));
   const double rotation = mapRotation();
   noteDeviceLimits(*tiles, rotation);
+  showMessage("Tiles " + std::to_string(tiles->grid.across()) + " by " + std::to_string(tiles->grid.down()));
   if (!makeTileFolder(files.tilesFolder()) || !makeTileFolder(files.imagesFolder())) return false;
   showMessage("Writing tiles to " + files.imagesFolder());
 
   Bitmap map = loadMapForTiles();
   if (!map) return false;
   showMessage("Rotation " + formatGeneral(rotation));
-  const WrittenTiles written = writeTiles(map, *tiles, files, rotation);
+  if (!setArchiveAside(files)) return stopTiles("unable to write " + files.archivePath());
+  // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
+  GrowingFile kml(files.kmlPath());
+  const WrittenTiles written = writeTiles(map, *tiles, files, rotation, kml);
   map.reset();
-  const bool placed = writeWholeFile(files.kmlPath(), written.kml);
-  if (!written.failure.empty()) return stopTiles(written.failure);
-  if (!placed) return stopTiles("unable to write " + files.kmlPath());
-  noteWrittenFiles(written, files.imagesFolder());
+  if (!written.failure.empty()) {
+    noteOldArchive(files);
+    return stopTiles(written.failure);
+  }
   showMessage("Tiles and doc.kml file written");
-  if (!preferences.sevenZipPath.empty() && !pack(files)) return false;
-  showMessage("Done Garmin Custom map");
-  return true;
+  const bool packs = !preferences.sevenZipPath.empty();
+  const bool done = !packs || pack(files);
+  if (done) showMessage("Done Garmin Custom map");
+  noteWrittenFiles(written, files.imagesFolder());
+  if (!packs || !done) noteOldArchive(files);
+  return done;
 }
 
 }  // namespace vellandra

@@ -4,8 +4,9 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
+
+#include "support/text.h"
 
 namespace vellandra {
 namespace {
@@ -29,6 +30,13 @@ bool skipSubBlocks(ImageFile& file) {
 }
 
 }  // namespace
+
+const ImageType* imageTypeOf(const std::string& path) {
+  if (path.size() < 3) return nullptr;
+  const std::string ending = upperCase(std::string_view(path).substr(path.size() - 3));
+  const auto type = std::ranges::find(imageTypes, ending, &ImageType::ending);
+  return type == imageTypes.end() ? nullptr : type;
+}
 
 ImageFile::ImageFile(const std::string& path) {
   std::error_code error;

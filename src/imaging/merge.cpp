@@ -40,7 +40,7 @@ class Dialog {
         "Expand base map to " + std::to_string(canvas_.width) + " x " + std::to_string(canvas_.height);
   }
 
-  /// Until the person closes it, or memory runs out.
+  /// Until the person closes it, or memory runs out and there is nothing to lose.
   void run() {
     while (true) {
       question_.merged = static_cast<bool>(result_.image);
@@ -63,7 +63,7 @@ class Dialog {
     return !unsaved_ || askOkCancel("Merged file not written : OK to exit procedure else cancel");
   }
 
-  /// False when there is no memory for the result.
+  /// False when there is no memory for the result and no earlier one that waits to be saved.
   bool merge(const MergeAnswer& answer) {
     question_.percentage = answer.percentage;
     question_.enlarge = answer.enlarge;
@@ -72,12 +72,11 @@ class Dialog {
       tell("Transparency must be 0 to 100");
       return true;
     }
-    result_ = {};
-    unsaved_ = false;
     const auto t = static_cast<float>(*percentage / 100);
-    result_ = mergedMap(maps_, answer.enlarge ? std::optional(canvas_) : std::nullopt, t, coreCount());
-    unsaved_ = static_cast<bool>(result_.image);
-    return unsaved_;
+    MergedMap result = mergedMap(maps_, answer.enlarge ? std::optional(canvas_) : std::nullopt, t, coreCount());
+    if (!result.image) return unsaved_;
+    result_ = std::move(result);
+    return unsaved_ = true;
   }
 
   void save() {

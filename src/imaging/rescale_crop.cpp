@@ -19,10 +19,10 @@
 namespace vellandra {
 namespace {
 
-/// The open map's image: the one on show when there is no file of it, else read into `loaded`. Empty, with the person
-/// told, when it is not to be had in the size that the calibration is for.
+/// The open map's image: the one on show when it is the clipboard's, in no file yet, else read into `loaded`. Empty,
+/// with the person told, when it is not to be had in the size that the calibration is for.
 const Bitmap& openImage(Bitmap& loaded) {
-  const bool shown = mapImage.bitmap && mapImage.path == calibration.imagePath;
+  const bool shown = calibration.imagePath == "clip.board" && mapImage.path == calibration.imagePath;
   if (!shown) loaded = LoadImageByExtension(calibration.imagePath);
   const Bitmap& image = shown ? mapImage.bitmap : loaded;
   if (image.width() == calibration.imageWidth && image.height() == calibration.imageHeight && image) return image;
@@ -123,8 +123,7 @@ bool cropMap() {
   const std::optional<std::string> path = askWhereToSaveCopy();
   if (!path) return false;
   Bitmap cropped = copyRectangle(image, part->left, part->top, part->right, part->bottom);
-  // PNG has no pixels of 16 bits other than grey.
-  if (cropped.bitsPerPixel() == 16) cropped = convertTo24Bits(cropped);
+  if (!canSave(ImageFormat::png, cropped)) cropped = convertTo24Bits(cropped);
   if (!cropped) {
     tell("Unable to allocate memory for cropped map");
     return false;

@@ -26,14 +26,18 @@ std::optional<std::string> askWhereToSave() {
 }
 
 bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string& path) {
-  if (!SaveImage(ImageFormat::png, image, path)) {
-    tell("unable to save " + path);
+  OpenMapKeeper previous;
+  openDerivedMap(map, path);
+  const EncodedImage encoded = encodeImage(ImageFormat::png, image);
+  logMessages(encoded, path);
+  const std::string content = mapContentBeside(path);
+  const std::string failed =
+      encoded.bytes.empty() ? path : writeWithCompanion({path, encoded.bytes}, {mapPathBeside(path), content});
+  if (!failed.empty()) {
+    tell((failed == path ? "unable to save " : "unable to write ") + failed);
     return false;
   }
   if (mapImage.path == path) mapImage = MapImage();  // what is on show is not in that file any more
-  OpenMapKeeper previous;
-  openDerivedMap(map, path);
-  if (writeMapBeside(path) != WriteOutcome::written) return false;
   previous.keepNew();
   return true;
 }

@@ -13,8 +13,8 @@ namespace vellandra {
 std::optional<std::string> askWhereToSave();
 
 /// Saves `image` as PNG in `path` and its calibration `map` as ".map" beside it, and opens it as the map at hand (see
-/// OpenMapKeeper for commands that leave the open map as it is). False, with the person told and the open map as it
-/// was, when one of them cannot be written.
+/// OpenMapKeeper for commands that leave the open map as it is). False, with the person told, the open map and both
+/// files as they were, when one of them cannot be written.
 bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string& path);
 
 /// What the person typed as a percentage, if it is a number from `lowest` to `highest`.

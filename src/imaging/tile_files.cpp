@@ -26,6 +26,10 @@ std::optional<TileFiles> tileFilesOfOpenMap() {
     return std::nullopt;
   }
   const PathParts parts = splitPath(calibration.imagePath);
+  if (parts.base.empty()) {
+    stopTiles("Unable to load map");
+    return std::nullopt;
+  }
   return TileFiles{parts.folder, parts.base};
 }
 

@@ -21,7 +21,7 @@ struct TileFiles {
   std::string tileName(const Tile& tile) const;
 };
 
-/// Nothing, with the person told, when the open map is not calibrated or its image is in no file.
+/// Nothing, with the person told, when the open map is not calibrated or its image is in no file that has a name.
 std::optional<TileFiles> tileFilesOfOpenMap();
 
 /// The open map's image, reduced to the colours of tiles. Empty, with the person told, when it cannot be loaded in the

@@ -26,7 +26,8 @@ bool writeMap(const TileFiles& files) {
 
 /// Adds a line to `list` for every tile, whether it could be saved or not. Returns why it stopped; empty at the end.
 std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles& files, const std::string& setFolder,
-                       std::string& list) {
+                       GrowingFile& list) {
+  if (!list) return "unable to write " + list.path();
   TileEncoder encoder(
       map, grid, [](std::int64_t) { return true; }, ImageFormat::png, 0);
   ColumnProgress progress(grid);
@@ -37,10 +38,11 @@ std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles&
     const std::string path = std::string(setFolder).append("/").append(name);
     writeLog(path);
     const bool saved = saveEncodedImage(tile->image, path);
-    list += line(name);
+    const bool listed = list.add(line(name));
     if (!saved) return "unable to save " + path;
+    if (!listed) return "unable to write " + list.path();
   }
-  return {};
+  return list.close() ? std::string() : "unable to write " + list.path();
 }
 
 }  // namespace
@@ -57,13 +59,11 @@ bool WriteTrekBuddyTiles() {
 
   Bitmap map = loadMapForTiles();
   if (!map) return false;
-  std::string list;
+  // Opened before the first tile, so that a list of an earlier run never stays beside tiles of this one.
+  GrowingFile list(files->tilesFolder() + "/" + files->base + ".set");
   const std::string failure = writeTiles(map, grid, *files, setFolder, list);
   map.reset();
-  const std::string listPath = files->tilesFolder() + "/" + files->base + ".set";
-  const bool listed = writeWholeFile(listPath, list);
   if (!failure.empty()) return stopTiles(failure);
-  if (!listed) return stopTiles("unable to write " + listPath);
   showMessage("Tiles and .map file written");
   return true;
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "support/errors.h"
 
@@ -66,10 +67,54 @@ mode_t modeOf(const std::string& path) {
   return 0666 & ~mask;
 }
 
-/// A writer may rename over a file it could not have opened for writing: that would replace a write-protected file.
+/// A writer may rename over a file it could not have opened for writing: that would replace a write-protected file. A
+/// folder could be renamed as well.
 bool isProtected(const std::string& path) {
-  return fileExists(path) && ::access(path.c_str(), W_OK) != 0;
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return false;
+  return S_ISDIR(status.st_mode) || ::access(path.c_str(), W_OK) != 0;
 }
+
+/// A file's new content, flushed to the disk beside its name. Removed again unless it is put in its place.
+class PreparedFile {
+ public:
+  PreparedFile(const std::string& path, std::string_view content) : target_(linkTarget(path)) {
+    if (isProtected(path)) return;
+    std::string name = target_.substr(0, target_.rfind('/') + 1) + ".vellandra-XXXXXX";
+    Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
+    if (file.get() < 0) return;
+    prepared_ = std::move(name);
+    // Memory cards know no modes and refuse them, which does not matter there.
+    (void)::fchmod(file.get(), modeOf(path));
+    complete_ = writeAll(file.get(), content) && ::fsync(file.get()) == 0 && file.close();
+  }
+  PreparedFile(const PreparedFile&) = delete;
+  PreparedFile& operator=(const PreparedFile&) = delete;
+  ~PreparedFile() {
+    if (!prepared_.empty()) ::unlink(prepared_.c_str());
+  }
+
+  explicit operator bool() const { return complete_; }
+
+  /// Where the old file is then, empty when there is none or it cannot be moved.
+  std::string setOldAside() const {
+    std::string aside = prepared_ + "-old";
+    return ::rename(target_.c_str(), aside.c_str()) == 0 ? aside : std::string();
+  }
+  void bringBack(const std::string& aside) const {
+    if (!aside.empty()) (void)::rename(aside.c_str(), target_.c_str());
+  }
+
+  bool putInPlace() {
+    if (!complete_ || ::rename(prepared_.c_str(), target_.c_str()) != 0) return false;
+    prepared_.clear();
+    return true;
+  }
+
+ private:
+  std::string target_, prepared_;
+  bool complete_ = false;
+};
 
 }  // namespace
 
@@ -120,17 +165,43 @@ bool makeFolder(const std::string& path) {
 }
 
 bool writeWholeFile(const std::string& path, std::string_view content) {
-  if (isProtected(path)) return false;
-  const std::string target = linkTarget(path);
-  std::string prepared = target.substr(0, target.rfind('/') + 1) + ".vellandra-XXXXXX";
-  Descriptor file(::mkostemp(prepared.data(), O_CLOEXEC));
-  if (file.get() < 0) return false;
-  // Memory cards know no modes and refuse them, which does not matter there.
-  (void)::fchmod(file.get(), modeOf(path));
-  const bool written = writeAll(file.get(), content) && ::fsync(file.get()) == 0 && file.close();
-  if (written && ::rename(prepared.c_str(), target.c_str()) == 0) return true;
-  ::unlink(prepared.c_str());
-  return false;
+  return PreparedFile(path, content).putInPlace();
+}
+
+std::string writeWithCompanion(const FileContent& file, const FileContent& companion) {
+  PreparedFile newFile(file.path, file.content);
+  if (!newFile) return file.path;
+  PreparedFile newCompanion(companion.path, companion.content);
+  if (!newCompanion) return companion.path;
+  // The companion is missing for a moment: a file without one is incomplete, with the wrong one it would mislead.
+  const std::string old = newCompanion.setOldAside();
+  if (old.empty() && fileExists(companion.path)) return companion.path;
+  if (!newFile.putInPlace()) {
+    newCompanion.bringBack(old);
+    return file.path;
+  }
+  const bool done = newCompanion.putInPlace();
+  if (!old.empty()) ::unlink(old.c_str());
+  return done ? std::string() : companion.path;
+}
+
+GrowingFile::GrowingFile(std::string path)
+    : path_(std::move(path)),
+      descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {}
+
+GrowingFile::~GrowingFile() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+bool GrowingFile::add(std::string_view text) const {
+  return *this && writeAll(descriptor_, text);
+}
+
+bool GrowingFile::close() {
+  if (!*this) return false;
+  const int descriptor = std::exchange(descriptor_, -1);
+  const bool flushed = ::fsync(descriptor) == 0;
+  return ::close(descriptor) == 0 && flushed;
 }
 
 }  // namespace vellandra

@@ -33,4 +33,34 @@ bool makeFolder(const std::string& path);
 /// over it. Returns false on failure, with an old file of that name intact.
 bool writeWholeFile(const std::string& path, std::string_view content);
 
+struct FileContent {
+  std::string path;
+  std::string_view content;
+};
+
+/// Writes `file` and `companion`, which says something about it, so that neither is ever there beside the other's old
+/// version: both are written beside their names and flushed before either takes its name's place. Returns the path that
+/// cannot be written, with both old files intact; empty on success.
+std::string writeWithCompanion(const FileContent& file, const FileContent& companion);
+
+/// A file that grows while a command works: what was there goes when it is opened, and what is added is in it at once,
+/// however the command ends.
+class GrowingFile {
+ public:
+  explicit GrowingFile(std::string path);
+  GrowingFile(const GrowingFile&) = delete;
+  GrowingFile& operator=(const GrowingFile&) = delete;
+  ~GrowingFile();
+  const std::string& path() const { return path_; }
+  explicit operator bool() const { return descriptor_ >= 0; }
+  /// False when not all of `text` can be written.
+  bool add(std::string_view text) const;
+  /// Flushes the file and closes it; false when a part of it cannot be written.
+  bool close();
+
+ private:
+  std::string path_;
+  int descriptor_;
+};
+
 }  // namespace vellandra

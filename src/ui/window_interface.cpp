@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <algorithm>
 
+#include "calibration/calibration.h"
 #include "imaging/map_image.h"
 #include "ui/commands.h"
 #include "ui/file_dialog.h"
@@ -115,7 +116,11 @@ MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
 
 void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
-  if (showOpenMap()) showGarminTileControls(parent(), pictureOf(mapImage.bitmap, longestPictureSide), controls);
+  const bool shown = mapImage.bitmap && mapImage.path == calibration.imagePath;
+  const Bitmap loaded = shown ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
+  const Bitmap& map = shown ? mapImage.bitmap : loaded;
+  if (!map) return tell("Unable to load map");
+  showGarminTileControls(parent(), pictureOf(map, longestPictureSide), controls);
 }
 
 std::optional<std::string> WindowInterface::askText(const std::string& prompt, const std::string& initial) {

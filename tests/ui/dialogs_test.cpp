@@ -275,6 +275,14 @@ TEST_F(GarminTest, ButtonsChangeTheCountsInTheirOrder) {
   EXPECT_EQ(controls.tileSize().width, 400);
 }
 
+TEST_F(GarminTest, AMapThatCannotBeLoadedIsToldInTheWritersWords) {
+  writeTestFile(folder + "scan.png", "no image");
+  someone.press(QMessageBox::Ok);
+  interface->askGarminTiles(controls);
+  EXPECT_EQ(someone.seen, Seen{"Vellandra|Unable to load map"});
+  EXPECT_FALSE(controls.isConfirmed());
+}
+
 TEST_F(GarminTest, TilesAreToggledByMouseAndByKeys) {
   someone.use([this](QDialog* dialog) {
     auto* picture = part<QWidget>(dialog, "picture");
