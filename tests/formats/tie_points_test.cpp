@@ -178,6 +178,32 @@ TEST_F(TiePoints, OfTheBritishGridBringTheWholeFileToWgs84) {
   expectPosition(1, 51.51807913, -1.56904403);
 }
 
+TEST_F(TiePoints, OfAMapWithHeaderLinesMissingAndTooMany) {
+  const ReadResult result =
+      read("map",
+           "\xEF\xBB\xBFtitle\rD:\\maps\\scan\rD:\\maps\\scan.jpg\r\rwgs 84 ,x\rextra\rextra\rextra\rextra\r"
+           "Map Projection, Mercator,\rPoint01,xy,1,2,in,deg,50,30,N,1,15,W\rIWH,Map Image Width/Height, 0400,300");
+  EXPECT_EQ(calibration.imagePath, folder + "scan.jpg");
+  EXPECT_EQ(calibration.projection, " mercator");
+  EXPECT_TRUE(calibration.isMercator());
+  EXPECT_EQ(inputDatumName, "WGS 84");
+  EXPECT_GT(result.datumIndex, 0);
+  EXPECT_EQ(calibration.imageWidth, 400);
+  EXPECT_EQ(calibration.pointCount, 1);
+}
+
+TEST_F(TiePoints, TwoOfAMapStandForTheirRectangle) {
+  read("map", ozi("Lat", "Point01,xy,0,0,in,deg,50,0,N,2,0,W\nPoint03,xy,90,80,in,deg,49,0,N,1,0,W\n"));
+  EXPECT_EQ(points(), "0,0 50.0 -2.0; 90,80 49.0 -1.0; 90,0 50.0 -1.0; 0,80 49.0 -2.0");
+}
+
+TEST_F(TiePoints, CornerOfAMapWithoutBothHalvesIsNotHeld) {
+  read("map", ozi("Lat", "MMPXY,1,0,0\nMMPXY,2,99,0\nMMPLL,1,-1.5,51.5\n"));
+  EXPECT_EQ(calibration.cornerCount, 2);
+  dropIncompleteCorners();
+  EXPECT_EQ(calibration.cornerCount, 0);
+}
+
 TEST_F(TiePoints, ImageAndSizeComeFromTheFileButNoFolder) {
   const char* const rows[][4] = {
       {"gux", "S Image = C:\\maps\\My old map.v2.png", "My old map.v2.png", "0 0"},

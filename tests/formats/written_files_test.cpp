@@ -6,6 +6,7 @@
 #include "formats/jpr_file.h"
 #include "formats/map_file.h"
 #include "formats/world_file.h"
+#include "support/text.h"
 
 namespace vellandra {
 namespace {
@@ -18,44 +19,40 @@ std::string withCrLf(const std::string& text) {
   return result;
 }
 
-TEST_F(WrittenFiles, OfARotatedMapSouthAndWest) {
+// Every file of fixtures/written, which holds LF for CR LF and "FOLDER/" for the folder, is written to the letter.
+TEST_F(WrittenFiles, OfARotatedAndOfATurnedMap) {
   makeImage("cape.png", 640, 480);
+  makeImage("turn.png", 201, 101);
   ASSERT_TRUE(convert("cape.jpr", "pr=X\nrp1=-33.5,-3.25,0,0\nrp2=-32.9,2.75,600,0\nrp3=-34.9,3.55,600,400"));
   EXPECT_TRUE(panelHas("Projection x\r\n"));
-  EXPECT_EQ(written("cape.tfw"),
-            withCrLf("0.010000000\n0.001000000\n0.002000000\n-0.005000000\n-3.2500000\n-33.5000000\n"));
-  EXPECT_EQ(written("cape.js"), withCrLf("/* parameters for clickable map ex VELLANDRA */\n"
-                                         "tf1=0.010000000\ntf2=0.001000000\ntf3=0.002000000\ntf4=-0.005000000\n"
-                                         "x0=-3.2500000\ny0=-33.5000000\nproj='X'\nmy0=0.000000000\nmy1=0.000000000\n"
-                                         "high=480\nwide=640\n"
-                                         "/* end of parameters for clickable map ex VELLANDRA */\n"));
-  EXPECT_EQ(written("cape.txt"), withCrLf("width = 000640\nheight = 000480\ngrid = 3\n"
-                                          "ref1x = 000000\nref1y = 000000\nlat1 = -33.500000\nlon1 = -3.250000\n"
-                                          "ref2x = 000600\nref2y = 000400\nlat2 = -34.900000\nlon2 = 3.550000\n"));
-  EXPECT_EQ(
-      written("cape_png.cal"),
-      withCrLf("; Calibration file for QV map\n; VELLANDRA Conversion program by Corvane\n"
-               "name = 10 = cape.png\nfname = 10 = cape.png\nproj_mode = 10 = frei\n"
-               "projparams = 10 = proj=LatLong\ndatum1 = 10 = WGS 84# 6378137# 298.257223563# 0# 0# 0#\n"
-               "c1_x = 7 = 0\nc1_y = 7 = 0\nc2_x = 7 = 600\nc2_y = 7 = 0\nc3_x = 7 = 600\nc3_y = 7 = 400\n"
-               "c4_x = 7 = 400\nc4_y = 7 = 133\n"
-               "c1_lat = 7 = -33.500000\nc1_lon = 7 = -3.250000\nc2_lat = 7 = -32.900000\nc2_lon = 7 = 2.750000\n"
-               "c3_lat = 7 = -34.900000\nc3_lon = 7 = 3.550000\nc4_lat = 7 = -33.765000\nc4_lon = 7 = 1.016000\n"));
-  EXPECT_EQ(written("cape.gmi"),
-            withCrLf("Map Calibration data file v3.0\ncape.jpg\n640\n480\n0;0;-3.25000000;-33.50000000\n"
-                     "600;0;2.75000000;-32.90000000\n600;400;3.55000000;-34.90000000\n"
-                     "400;133;1.01600000;-33.76500000\nBorder and Scale\n"
-                     "-33.50000000;-3.25000000;-35.25600000;4.09800000\n100.0000000;200.0000000\n"));
+  ASSERT_TRUE(convert("turn.gmi", "t\nturn.png\n201\n101\n0;0;1;50\n200;0;1;48\n200;100;4;48"));
+  for (const auto& entry : std::filesystem::directory_iterator(FIXTURES "/written")) {
+    const std::string name = entry.path().filename();
+    if (name == "area.map") continue;
+    EXPECT_EQ(written(name), withCrLf(contentOf(entry.path()))) << name;
+  }
+  ASSERT_TRUE(convert("turn.jpr", written("turn.jpr")));
+  EXPECT_TRUE(panelHas("The .gmi file is written without its scale, which cannot be computed for this map\r\n"));
 }
 
-TEST_F(WrittenFiles, OfAMapThatIsTurnedByARightAngle) {
-  makeImage("turn.png", 201, 101);
-  ASSERT_TRUE(convert("turn.gmi", "t\nturn.png\n201\n101\n0;0;1;50\n200;0;1;48\n200;100;4;48"));
-  EXPECT_EQ(written("turn.jpr"), withCrLf("nm=turn.png\npr=equirectangular\nit=png\nsr=254\nst=0.000000\nsn=0.000000\n"
-                                          "dm=WGS84\nrp1=50.000000,1.000000,0,0\nrp2=48.000000,1.000000,200,0\n"
-                                          "rp3=48.000000,4.000000,200,100\n"));
-  ASSERT_TRUE(convert("turn.jpr", "rp1=50,1,0,0\nrp2=48,1,200,0\nrp3=48,4,200,100"));
-  EXPECT_TRUE(panelHas("The .gmi file is written without its scale, which cannot be computed for this map\r\n"));
+TEST_F(WrittenFiles, OfAMapWithHalfADegreeSouthAndMinutesThatRoundUp) {
+  driver.inputFolder = folder;
+  driver.inputBase = "area";
+  calibration.imagePath = folder + "area.png";
+  calibration.imageWidth = 1024;
+  calibration.imageHeight = 768;
+  calibration.pointCount = 2;
+  calibration.setPixel(1, 3, 4);
+  calibration.setPosition(1, -0.5, 179.9999999999);
+  calibration.setPixel(2, 1000, 700);
+  calibration.setPosition(2, 50.508333333, -1.25);
+  calibration.x0 = 10, calibration.tf1 = 0.001, calibration.y0 = 50, calibration.tf4 = -0.001;
+  driver.metresPerPixel = 7.25;
+  std::filesystem::create_directory(folder + "tiles");
+  ASSERT_EQ(putmap(folder + "tiles"), WriteOutcome::written);
+  EXPECT_EQ(written("tiles/area.map"),
+            replaceToken(withCrLf(contentOf(FIXTURES "/written/area.map")), "FOLDER/", folder));
+  EXPECT_EQ(putmap(folder + "none"), WriteOutcome::failed);
 }
 
 // Two points: the .jpr gets three, what is written later four. Figures from asinh(tan(latitude)).
