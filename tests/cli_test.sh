@@ -40,6 +40,9 @@ expect 0 "nobody to ask: Cancel" "$program" "$work/my maps/crete.map"
 diff -r "$work/before" "$work/my maps" || fail "an existing output was touched"
 grep -q "send this file by e-mail" "$VELLANDRA_HOME/vellandra.log" || fail "no log"
 
+# Nobody has answered anything: nothing to keep.
+[ ! -e "$VELLANDRA_HOME/calconv.ini" ] || fail "preferences were written without an answer"
+
 # A disk that is full: the run stops, what was there stays.
 mkdir "$work/small"
 if mount -t tmpfs -o size=64k tmpfs "$work/small" 2>/dev/null; then
@@ -53,13 +56,15 @@ if mount -t tmpfs -o size=64k tmpfs "$work/small" 2>/dev/null; then
   rm "$VELLANDRA_HOME/calconv.ini"
 fi
 
-# 100 MB of junk under every extension: a clear answer soon, in little memory.
+# 100 MB of junk under every extension: a clear answer soon, in 256 MiB with 60 for the libraries. The limit is on data:
+# the libraries' address space would drown it.
 head -c 100000000 /dev/urandom >"$work/junk"
 for extension in map tfw jgw pgw jpr cal gux imp gmi mcd; do
   ln -f "$work/junk" "$work/junk.$extension"
-  (ulimit -v 500000; exec "$program" "$work/junk.$extension" </dev/null >"$work/answer" 2>&1)
+  (ulimit -d 200000; exec timeout 30 "$program" "$work/junk.$extension" </dev/null >"$work/answer" 2>&1)
   [ $? -eq 1 ] || fail "exit status for junk.$extension"
   [ -s "$work/answer" ] || fail "no answer for junk.$extension"
+  grep -qa "Out of memory" "$work/answer" && fail "more than 200 MB for junk.$extension"
 done
 
 # near FILE FILE SCALE: positions of two lists agree within a tenth of a pixel of SCALE degrees.

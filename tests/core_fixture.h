@@ -19,6 +19,7 @@
 #include "geodesy/datum.h"
 #include "imaging/map_image.h"
 #include "scripted_interface.h"
+#include "support/numbers.h"
 
 namespace vellandra {
 
@@ -42,6 +43,7 @@ class CoreTest : public testing::Test {
   CoreTest() {
     std::string pattern = std::filesystem::temp_directory_path() / "vellandra-test-XXXXXX";
     folder = std::string(mkdtemp(pattern.data())) + "/";
+    setenv("VELLANDRA_HOME", folder.c_str(), 1);
     calibration = Calibration();
     driver = Driver();
     preferences = defaultPreferences();
@@ -54,12 +56,34 @@ class CoreTest : public testing::Test {
   }
   ~CoreTest() override {
     closeLog();
+    unsetenv("VELLANDRA_HOME");
     std::filesystem::remove_all(folder);
   }
 
+  /// Converts `content` as the file `name` of the test's folder; true when the outputs were written.
+  bool convert(const std::string& name, const std::string& content) const {
+    writeTestFile(folder + name, content);
+    return runBatch(folder + name) == 0;
+  }
+  std::string written(const std::string& name) const { return contentOf(folder + name); }
+
   std::string log() const {
     flushLog();
-    return contentOf(folder + "vellandra.log");
+    return written("vellandra.log");
+  }
+  bool logHas(const std::string& text) const { return log().find(text) != std::string::npos; }
+  static bool panelHas(const std::string& text) { return calibration.message.find(text) != std::string::npos; }
+  std::string lastBox() const { return person.boxes.empty() ? "" : person.boxes.back().text; }
+
+  /// "x,y latitude longitude" of every tie point, or of `count` slots from `first`, parted by "; ".
+  static std::string points(int first = 1, int count = calibration.pointCount) {
+    std::string text;
+    const Calibration& c = calibration;
+    for (int i = first; i < first + count; ++i) {
+      text += (i == first ? "" : "; ") + std::to_string(c.pixelX[i]) + "," + std::to_string(c.pixelY[i]) + " " +
+              formatNumber(c.latitude[i], "0.0#####") + " " + formatNumber(c.longitude[i], "0.0#####");
+    }
+    return text;
   }
 
   /// An image of the given size in the test's folder; the pixels do not matter.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "calibration/log.h"
+#include "calibration/messages.h"
 #include "calibration/pickers.h"
 #include "calibration/preferences.h"
 #include "geodesy/datum.h"
@@ -24,6 +25,7 @@ struct LastMatch {
   int index = 0;
 };
 LastMatch lastMatch;
+int reportedDatum = 0;  ///< row of the loaded table that the person was told about last
 
 std::string shown(std::string_view name) {
   return std::string(trim(name));
@@ -41,6 +43,7 @@ int chooseFromTable(const std::string& label) {
 void LoadDatums() {
   datumTable = DatumTable();
   lastMatch = LastMatch();
+  reportedDatum = 0;
   std::string path = findFile(preferences.datumsPath);
   if (path.empty() && locateDatumsFile()) path = findFile(preferences.datumsPath);
   if (path.empty()) return;
@@ -62,6 +65,7 @@ void finddatum(std::string& name, std::int16_t& index) {
   }
   if (index > 0) lastMatch = {shown(datumTable.name[static_cast<std::size_t>(index)]), index};
   writeLog("finddatum " + shown(name) + " " + std::to_string(index));
+  reportDoubtfulDatum(index);
 }
 
 int matchDatum(std::string_view name) {
@@ -78,12 +82,21 @@ int askDatum(const std::string& label) {
   if (index > 0) {
     inputDatumName = shown(datumTable.name[static_cast<std::size_t>(index)]);
     lastMatch = {inputDatumName, index};
+    reportDoubtfulDatum(index);
   }
   return index;
 }
 
 int datumIndexOf(const std::string& name) {
   return name == lastMatch.name ? lastMatch.index : findDatumByName(datumColumnName(name));
+}
+
+void reportDoubtfulDatum(int index) {
+  const auto i = static_cast<std::size_t>(index);
+  if (index == reportedDatum || !datumTable.doubtful[i]) return;
+  reportedDatum = index;
+  showMessage("Positions on this datum are not reliable: the row of " + shown(datumTable.name[i]) +
+              " in datums.txt does not hold five numbers parted by blanks behind the ellipsoid");
 }
 
 void shiftToWgs84(int index, double& lat, double& lon) {

@@ -153,6 +153,7 @@ bool convertSlots(int first, int count) {
     if (name == wgs84) continue;
     const int index = datumIndexOf(name);
     if (index == 0) return stop("unable to match input datum " + name);
+    reportDoubtfulDatum(index);
     shiftToWgs84(index, c.latitude[slot], c.longitude[slot]);
     c.datumName[slot] = wgs84;
     const auto degrees = [](double value) { return formatNumber(value, "##0.000000"); };

@@ -14,7 +14,7 @@ bool keepChosen(const std::string& chosen, std::string& kept) {
     tell("Missing file " + chosen);
     return false;
   }
-  kept = chosen;
+  kept = absolutePath(chosen);  // on a terminal it may be typed from the present folder
   preferencesChanged = true;
   return true;
 }

@@ -21,6 +21,7 @@ struct Preferences {
   std::int16_t garminJpegQuality = 5;              ///< 1 (bad) to 5 (superb)
   bool advancedGarminMapping = false;
   std::int16_t kmzTransparency = 1;
+  bool operator==(const Preferences&) const = default;
 };
 extern Preferences preferences;
 extern bool preferencesChanged;

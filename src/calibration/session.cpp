@@ -1,7 +1,6 @@
 #include "calibration/session.h"
 
 #include <exception>
-#include <filesystem>
 #include <new>
 
 #include "calibration/driver.h"
@@ -10,6 +9,7 @@
 #include "calibration/preferences.h"
 #include "support/errors.h"
 #include "support/paths.h"
+#include "support/text.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -23,6 +23,21 @@ void showError(const std::string& description, const std::string& detail = "") {
   showMessage("***** Error *****");
   showMessage(description);
   if (!detail.empty()) showMessage(detail);
+}
+
+/// No window asks at the end of a batch run, and the next run must not ask the same again.
+bool keepAnswers(const Preferences& before) {
+  const Preferences& p = preferences;
+  if (p == before) return true;
+  if (!writePreferences()) return false;
+  if (p.datumsPath != before.datumsPath) {
+    showMessage("Kept in calconv.ini: datums.txt is read from " + p.datumsPath);
+  }
+  if (p.unmatchedName != before.unmatchedName || p.matchedName != before.matchedName) {
+    showMessage("Kept in calconv.ini: datum " + std::string(trim(p.unmatchedName)) + " is read as " +
+                std::string(trim(p.matchedName)));
+  }
+  return true;
 }
 
 }  // namespace
@@ -68,16 +83,16 @@ std::string batchPath(const std::vector<std::string>& arguments) {
   std::string path;
   for (const std::string& argument : arguments) path += (path.empty() ? "" : " ") + argument;
   if (path.size() >= 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
-  if (path.starts_with('\\')) return path;  // from the root, the way other systems write it
-  std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute.string();
+  return absolutePath(path);
 }
 
 int runBatch(const std::string& path) {
   driver.stage = batch;
   driver.inputPath = path;
-  return runCommand(do_it) ? 0 : 1;
+  const Preferences before = preferences;
+  const int status = runCommand(do_it) ? 0 : 1;
+  runCommand([&before] { return keepAnswers(before); });
+  return status;
 }
 
 }  // namespace vellandra

@@ -25,8 +25,8 @@ bool runCommand(const std::function<bool()>& command);
 /// made absolute, so that it means the same in the files that are written.
 std::string batchPath(const std::vector<std::string>& arguments);
 
-/// Converts `path` and writes every output. Returns the exit status: 0 when the outputs were written, 1 when it
-/// stopped.
+/// Converts `path` and writes every output; where the person located the datum table or matched a datum, writes the
+/// preferences, too. Returns the exit status: 0 when the outputs were written, 1 when it stopped.
 int runBatch(const std::string& path);
 
 }  // namespace vellandra

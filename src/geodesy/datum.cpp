@@ -14,6 +14,8 @@ namespace {
 constexpr std::string_view rowMarker = "M E";
 constexpr std::size_t nameStart = 4;
 constexpr std::size_t fieldsStart = 25;
+/// A sphere is 0.0034 from WGS 84, every ellipsoid of the earth closer. More means that the columns have moved.
+constexpr double largestFlatteningDifference = 0.01;
 
 /// The arctangent of `GeocentricToGeodetic` knows no quadrant. Only half of the correction is made: calibrations
 /// written so far rely on it, see `DatumToWgs84`.
@@ -33,11 +35,17 @@ void addRow(DatumTable& table, std::string_view line) {
   table.name[i] = name;
 
   const std::vector<std::string_view> fields = splitAtBlanks(fromColumn(line, fieldsStart));
-  table.dA[i] = parseNumber(field(fields, 1));
-  table.dF[i] = parseNumber(field(fields, 2));
-  table.dX[i] = parseNumber(field(fields, 3));
-  table.dY[i] = parseNumber(field(fields, 4));
-  table.dZ[i] = parseNumber(field(fields, 5));
+  bool numbers = true;
+  const auto number = [&fields, &numbers](std::size_t index) {
+    numbers = numbers && beginsWithNumber(field(fields, index));
+    return parseNumber(field(fields, index));
+  };
+  table.dA[i] = number(1);
+  table.dF[i] = number(2);
+  table.dX[i] = number(3);
+  table.dY[i] = number(4);
+  table.dZ[i] = number(5);
+  table.doubtful[i] = !numbers || std::abs(table.dF[i]) > largestFlatteningDifference;
 }
 
 }  // namespace

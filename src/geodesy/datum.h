@@ -19,12 +19,14 @@ struct DatumTable {
   std::array<double, maxDatums + 1> dA{};       ///< metres: local a = 6378137 - dA
   std::array<double, maxDatums + 1> dF{};       ///< local f = WGS 84's f - dF
   std::array<double, maxDatums + 1> dX{}, dY{}, dZ{};  ///< metres, added to local X, Y, Z to give WGS 84
+  std::array<bool, maxDatums + 1> doubtful{};  ///< a field was no number, or dF is that of no ellipsoid of the earth
 };
 extern DatumTable datumTable;
 
 /// Fills `datumTable` from the rows of `file` that begin with "M E" (in any case): name in columns 5 to 24,
 /// from column 26 the fields ellipsoid (not read), dA, dF, dX, dY, dZ, parted by blanks; a field that is no number is
-/// 0. Throws SubscriptOutOfRange at row 201, Overflow for a number past the range of a double.
+/// 0, and the row is marked as doubtful. Throws SubscriptOutOfRange at row 201, Overflow for a number past the range of
+/// a double.
 void readDatumTable(TextFile& file);
 
 /// The shape in which the table holds a name: trimmed, upper case, cut or padded with blanks to 20 columns.

@@ -163,13 +163,6 @@ void noteOldArchive(const GarminFiles& files) {
   if (isFile(files.oldArchivePath())) showMessage("The archive of an earlier run is now " + files.oldArchivePath());
 }
 
-/// In place of a name that 7-Zip would take for a switch or a list of files.
-std::string absolutePath(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute.string();
-}
-
 bool pack(const GarminFiles& files) {
   const std::string images = files.imagesFolder() + "/";
   showMessage("\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + files.archivePath() + " \" \"" +
@@ -179,7 +172,8 @@ bool pack(const GarminFiles& files) {
     std::error_code error;
     if (packed) std::filesystem::remove(old, error);
   };
-  // Without the blank behind the archive's name, which would become part of it here.
+  // Without the blank behind the archive's name, which would become part of it here. Absolute, as 7-Zip takes some
+  // names for switches or lists of files.
   const std::vector<std::string> command = {program,
                                             "a",
                                             "-tzip",

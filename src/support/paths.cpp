@@ -83,6 +83,13 @@ std::string findFile(std::string_view path) {
   return isRegularFile(found) ? found : std::string();
 }
 
+std::string absolutePath(const std::string& path) {
+  if (path.starts_with('\\')) return path;  // the way other systems write it
+  std::error_code error;
+  const fs::path absolute = fs::absolute(path, error);
+  return error ? path : absolute.string();
+}
+
 std::string executableFolder() {
   std::error_code error;
   const fs::path executable = fs::read_symlink("/proc/self/exe", error);

@@ -16,6 +16,9 @@ PathParts splitPath(std::string_view path);
 /// What follows the last separator.
 std::string_view fileName(std::string_view path);
 
+/// `path` seen from the root; one that begins with "\\" is taken to be so.
+std::string absolutePath(const std::string& path);
+
 /// The file that `path` names on this disk: separators are turned into the platform's, the exact name is tried first,
 /// then, component by component, names that differ in case only or whose bytes are Windows-1252 for a name in UTF-8.
 /// Empty when no regular file is found.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <string>
@@ -33,13 +32,6 @@ class CorpusTest : public testing::TestWithParam<const char*> {
            (std::string(GetParam()) == "tfw" && (extension == ".jgw" || extension == ".pgw"));
   }
 
-  /// False while the reader of this format is not there.
-  static bool isRead() {
-    const std::string kind = GetParam();
-    const auto extension = [](const ReaderRow& row) { return std::string(row.extension); };
-    return kind == "datums" || kind == "ini" || std::ranges::count(readerTable(), kind, extension) > 0;
-  }
-
   Harness harness_{GetParam()};
   int converted_ = 0;
 };
@@ -51,7 +43,7 @@ TEST_P(CorpusTest, NoInputBringsTheProgramDown) {
   for (const auto& entry : fs::recursive_directory_iterator(SOURCE_FOLDER "/samples")) {
     if (isKind(entry.path())) replay(entry.path(), contentOf(entry.path()));
   }
-  EXPECT_TRUE(converted_ > 0 || !isRead()) << "the corpus never gets as far as the writers";
+  EXPECT_GT(converted_, 0) << "the corpus never gets as far as the writers";
 }
 
 std::string repeated(const std::string& text, int times) {

@@ -48,8 +48,7 @@ TEST(BritishGrid, LettersNameTheirSquare) {
   for (const auto& row : rows) {
     std::int32_t easting = 1, northing = 1;
     OsLettersToOffset(row.letters, easting, northing);
-    EXPECT_EQ(easting, row.easting) << row.letters;
-    EXPECT_EQ(northing, row.northing) << row.letters;
+    EXPECT_EQ(std::pair(easting, northing), std::pair(row.easting, row.northing)) << row.letters;
     std::string letters;
     OffsetToOsLetters(row.easting + 99999, row.northing + 99999, letters);
     EXPECT_EQ(letters, row.letters);
@@ -57,8 +56,8 @@ TEST(BritishGrid, LettersNameTheirSquare) {
 }
 
 TEST(BritishGrid, UnknownLettersAreNotFound) {
-  std::int32_t easting = 1, northing = 1;
   for (const char* letters : {"v", "I", ""}) {
+    std::int32_t easting = 1, northing = 1;
     IrishLetterToOffset(letters, easting, northing);
     EXPECT_EQ(std::pair(easting, northing), std::pair(-100000, 0)) << letters;
     OsLettersToOffset(letters, easting, northing);
@@ -91,8 +90,7 @@ TEST(BritishGrid, ReferencesAreWholeMetresWithinTheSquare) {
     double easting = 0, northing = 0;
     LatLongToOsGrid(row.lat, row.lon, letters, easting, northing);
     EXPECT_EQ(letters, row.letters);
-    EXPECT_EQ(easting, row.easting) << row.letters;
-    EXPECT_EQ(northing, row.northing) << row.letters;
+    EXPECT_EQ(std::pair(easting, northing), std::pair(row.easting, row.northing)) << row.letters;
   }
 }
 

@@ -11,30 +11,29 @@ namespace {
 
 TEST(PositionEntry, AngleInEveryWayItIsTyped) {
   struct Row {
-    const char* name;
     EntryField (*parse)(std::string_view);
     const char* text;
     double angle;
   };
   const Row rows[] = {
-      {"decimal degrees", parseLatitude, "51.5074", 51.5074},
-      {"sign", parseLongitude, " -0.1278 ", -0.1278},
-      {"letter behind", parseLongitude, "0.1278W", -0.1278},
-      {"letter in front, lower case", parseLatitude, "s 33.5", -33.5},
-      {"degrees and minutes", parseLatitude, "51 30.444", 51 + 30.444 / 60},
-      {"minutes of a southern zero degree", parseLatitude, "0 30 S", -0.5},
-      {"sign of a zero degree", parseLongitude, "-0 30", -0.5},
-      {"seconds with their signs", parseLatitude, "N 51\u00B0 30' 26.64\"", 51 + 30 / 60.0 + 26.64 / 3600},
-      {"seconds with typographic signs", parseLongitude, "0\u00B07\u203240.08\u2033 W", -(7 / 60.0 + 40.08 / 3600)},
-      {"colons", parseLatitude, "51:30:00", 51.5},
-      {"pole", parseLatitude, "90 0 0 N", 90},
-      {"date line", parseLongitude, "180", 180},
+      {parseLatitude, "51.5074", 51.5074},
+      {parseLongitude, " -0.1278 ", -0.1278},
+      {parseLongitude, "0.1278W", -0.1278},
+      {parseLatitude, "s 33.5", -33.5},
+      {parseLatitude, "51 30.444", 51 + 30.444 / 60},
+      {parseLatitude, "0 30 S", -0.5},
+      {parseLongitude, "-0 30", -0.5},
+      {parseLatitude, "N 51\u00B0 30' 26.64\"", 51 + 30 / 60.0 + 26.64 / 3600},
+      {parseLongitude, "0\u00B07\u203240.08\u2033 W", -(7 / 60.0 + 40.08 / 3600)},
+      {parseLatitude, "51:30:00", 51.5},
+      {parseLatitude, "90 0 0 N", 90},
+      {parseLongitude, "180", 180},
   };
   for (const Row& row : rows) {
     const EntryField field = row.parse(row.text);
-    ASSERT_TRUE(field.value.has_value()) << row.name << ": " << field.problem;
-    EXPECT_DOUBLE_EQ(*field.value, row.angle) << row.name;
-    EXPECT_EQ(field.problem, "") << row.name;
+    ASSERT_TRUE(field.value.has_value()) << row.text << ": " << field.problem;
+    EXPECT_DOUBLE_EQ(*field.value, row.angle) << row.text;
+    EXPECT_EQ(field.problem, "") << row.text;
   }
 }
 
@@ -73,27 +72,19 @@ TEST(PositionEntry, ReasonSaysWhatIsWrong) {
   }
 }
 
-TEST(PositionEntry, BritishReference) {
-  // cs2cs from the grid's projection with +towgs84=375,-111,431.
+TEST(PositionEntry, GridReferences) {
+  // cs2cs from the grid's projection with +towgs84=375,-111,431, and from +proj=utm +zone=33 +south +datum=WGS84.
   const auto letters = britishPosition("su", 30000, 80000);
   const auto metres = britishPosition(" ", 430000, 180000);
-  ASSERT_TRUE(letters && metres);
-  EXPECT_NEAR(letters->latitude, 51.51807913, 2e-8);
-  EXPECT_NEAR(letters->longitude, -1.56904403, 2e-8);
-  EXPECT_DOUBLE_EQ(metres->latitude, letters->latitude);
-  EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
-  EXPECT_EQ(britishLettersProblem("tq"), "");
-  EXPECT_EQ(britishLettersProblem(""), "");
-  EXPECT_NE(britishLettersProblem("TI"), "");
-  EXPECT_NE(britishLettersProblem("T"), "");
-}
-
-TEST(PositionEntry, UtmOnDatumAndSouth) {
-  // cs2cs from +proj=utm +zone=33 +south +datum=WGS84.
   const auto south = utmPosition(33, true, 600000, 6000000, 0);
-  ASSERT_TRUE(south);
+  ASSERT_TRUE(letters && metres && south);
+  EXPECT_NEAR(letters->latitude, 51.51807913, 2e-8);
+  EXPECT_DOUBLE_EQ(metres->latitude, letters->latitude);
   EXPECT_NEAR(south->latitude, -36.13956045, 2e-8);
-  EXPECT_NEAR(south->longitude, 16.11147803, 2e-8);
+  EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
+  for (const char* good : {"tq", ""}) EXPECT_EQ(britishLettersProblem(good), "") << good;
+  EXPECT_EQ(britishLettersProblem("TI"), "letters from A to Z without I");
+  EXPECT_EQ(britishLettersProblem("T"), "two letters, or none for full metres");
 
   datumTable = DatumTable();
   datumTable.count = 1;

@@ -10,12 +10,10 @@ namespace vellandra {
 namespace {
 
 TEST(FormatNumber, GivesEveryPatternOfTheCalibrationFiles) {
-  struct Row {
+  const struct {
     double value;
-    const char* pattern;
-    const char* text;
-  };
-  const Row rows[] = {
+    const char *pattern, *text;
+  } rows[] = {
       {0.5, "####.0000", ".5000"},
       {0, "####.0000", ".0000"},
       {12.34567, "####.0000", "12.3457"},
@@ -36,7 +34,7 @@ TEST(FormatNumber, GivesEveryPatternOfTheCalibrationFiles) {
       {1.5, "0.0##", "1.5"},
       {0.04, "000.000000", "000.040000"},
   };
-  for (const Row& row : rows) EXPECT_EQ(formatNumber(row.value, row.pattern), row.text) << row.pattern;
+  for (const auto& row : rows) EXPECT_EQ(formatNumber(row.value, row.pattern), row.text) << row.pattern;
   EXPECT_THROW(formatNumber(std::numeric_limits<double>::quiet_NaN(), "0.0"), Overflow);
 }
 
@@ -63,9 +61,13 @@ TEST(ParseNumber, TakesTheLeadingNumberOnly) {
 }
 
 TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
-  EXPECT_EQ(parseInt32("2.5"), 2);
-  EXPECT_EQ(parseInt32("3.5"), 4);
-  EXPECT_EQ(parseInt32("-0.5"), 0);
+  const std::pair<double, int> halves[] = {{2.5, 2}, {3.5, 4}, {-0.5, 0}, {-1.5, -2}, {-2.5, -2}, {2.4999, 2}};
+  for (const auto& [value, rounded] : halves) {
+    EXPECT_EQ(parseInt32(std::to_string(value)), rounded) << value;
+    EXPECT_EQ(roundToInt32(value), rounded) << value;
+  }
+  EXPECT_EQ(roundToInt32(-2147483648.5), std::numeric_limits<std::int32_t>::min());
+  EXPECT_THROW(roundToInt32(2147483647.5), Overflow);
   EXPECT_EQ(parseInt16("32767"), 32767);
   EXPECT_THROW(parseInt16("32768"), Overflow);
   EXPECT_THROW(parseInt32("99999999999"), Overflow);
