@@ -113,6 +113,7 @@ void MapCanvas::drawMarks(QPainter& painter) const {
     path.addEllipse(middle, 6, 6);
     painter.setBrush(Qt::NoBrush);
     strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
+    if (!rect().contains(middle.toPoint())) continue;  // its number alone, held in the window, would mislead
     drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color, rect());
   }
 }

@@ -162,7 +162,8 @@ void PointEntry::setHeading(const QString& text) {
 void PointEntry::begin(int number) {
   setHeading(QStringLiteral("Coordinates of point %1").arg(number));
   accept_->setText(QStringLiteral("&Place point"));
-  for (Field* field : fieldsInUse()) field->edit->clear();
+  for (const Field* field : fieldsInUse()) field->edit->clear();
+  begunWith_ = typed();
   validate();
   takeFocus();
 }
@@ -179,16 +180,20 @@ void PointEntry::beginCorrection(int number, double latitude, double longitude) 
   latitude_.edit->setText(exactDegrees(latitude));
   longitude_.edit->setText(exactDegrees(longitude));
   latitude_.edit->selectAll();
+  begunWith_ = typed();
+}
+
+QString PointEntry::typed() const {
+  QStringList texts;
+  for (const Field* field : fieldsInUse()) texts << field->edit->text().trimmed();
+  return texts.join(QLatin1Char('\n'));
 }
 
 bool PointEntry::isTouched() const {
-  for (Field* field : const_cast<PointEntry*>(this)->fieldsInUse()) {
-    if (!field->edit->text().trimmed().isEmpty()) return true;
-  }
-  return false;
+  return typed() != begunWith_;
 }
 
-std::vector<PointEntry::Field*> PointEntry::fieldsInUse() {
+std::vector<const PointEntry::Field*> PointEntry::fieldsInUse() const {
   switch (settings_.grid) {
     case EntryGrid::degrees:
       return {&latitude_, &longitude_};
@@ -201,7 +206,7 @@ std::vector<PointEntry::Field*> PointEntry::fieldsInUse() {
 }
 
 /// Shows the reason beside the field; true when the field has a value.
-bool PointEntry::reportField(Field& field, const EntryField& entry) {
+bool PointEntry::reportField(const Field& field, const EntryField& entry) {
   field.reason->setText(shown(entry.problem));
   field.reason->setVisible(!entry.problem.empty());
   colorReason(field.reason);
@@ -269,7 +274,7 @@ void PointEntry::accept() {
                  settings_.grid == EntryGrid::british ? "WGS 84" : settings_.datum);
     return;
   }
-  for (Field* field : fieldsInUse()) {
+  for (const Field* field : fieldsInUse()) {
     const bool mayBeEmpty = field == &letters_;
     const bool empty = field->edit->text().trimmed().isEmpty();
     if (!field->reason->text().isEmpty() || (empty && !mayBeEmpty)) {
