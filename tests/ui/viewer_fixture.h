@@ -3,7 +3,6 @@
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QRadioButton>
-#include <QScrollBar>
 #include <QSpinBox>
 #include <QTreeWidget>
 #include <QWheelEvent>
