@@ -65,7 +65,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
     settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
-    undo_ = addButton(tools, "U&ndo", "Takes the last step back (Ctrl+Z)");
+    undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
   } else {
     auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
@@ -102,7 +102,7 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
           [this] { canvas_->zoomBy(1 / buttonZoom); });
   connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
           [this] { canvas_->fit(); });
-  connect(addButton(tools, "F&ull", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
+  connect(addButton(tools, "Fu&ll", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
           [this] { canvas_->full(); });
 }
 
@@ -172,7 +172,7 @@ QHBoxLayout* MapViewerDialog::buildBottom() {
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
   bottom->addWidget(readout_, 1);
-  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "&Crop" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
+  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "Cr&op" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
   connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
   if (mode_ != ViewerMode::view) {
     connect(addButton(bottom, "&Cancel", ""), &QPushButton::clicked, this, &MapViewerDialog::reject);

@@ -60,7 +60,7 @@ PointEntry::PointEntry(QWidget* parent)
   forms_->addWidget(utmForm());
   forms_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
-  auto* drop = new QPushButton(QStringLiteral("&Leave out"));
+  auto* drop = new QPushButton(QStringLiteral("Lea&ve out"));
   accept_->setAutoDefault(false);
   drop->setAutoDefault(false);
   auto* buttons = new QHBoxLayout;
@@ -101,7 +101,7 @@ QWidget* PointEntry::degreesForm() {
   auto* form = new QWidget;
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
   latitude_ = addField(form, "La&titude", "51 30 26.64 N");
-  longitude_ = addField(form, "L&ongitude", "0 7 40.08 W");
+  longitude_ = addField(form, "Long&itude", "0 7 40.08 W");
   for (const Field& field : {latitude_, longitude_}) {
     field.edit->setToolTip(
         QStringLiteral("Degrees, degrees and minutes, or degrees, minutes and seconds:\n"
@@ -116,7 +116,7 @@ QWidget* PointEntry::britishForm() {
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
   letters_ = addField(form, "Le&tters", "TQ, or none for full metres");
   letters_.edit->setMaxLength(4);
-  britishEasting_ = addField(form, "&Easting (metres)", "30000");
+  britishEasting_ = addField(form, "Eastin&g (metres)", "30000");
   britishNorthing_ = addField(form, "&Northing (metres)", "80000");
   return form;
 }
@@ -131,9 +131,9 @@ QWidget* PointEntry::utmForm() {
   auto* title = new QLabel(QStringLiteral("&Zone"));
   title->setBuddy(zone_);
   layout->addRow(title, zone_);
-  easting_ = addField(form, "&Easting (metres)", "448251");
+  easting_ = addField(form, "Eastin&g (metres)", "448251");
   northing_ = addField(form, "&Northing (metres)", "5411932");
-  southern_ = new QCheckBox(QStringLiteral("&Southern hemisphere"));
+  southern_ = new QCheckBox(QStringLiteral("Sout&hern hemisphere"));
   layout->addRow(QString(), southern_);
   connect(zone_, &QSpinBox::valueChanged, this, &PointEntry::validate);
   connect(southern_, &QCheckBox::toggled, this, &PointEntry::validate);

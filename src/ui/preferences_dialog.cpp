@@ -54,7 +54,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   degreeFormat_->setAccessibleName("Angles are shown in");
 
   QFormLayout* tiles = addGroup(right, "Tiles");
-  tileWidth_ = addNumber(tiles, "tilewidth", "Tile wid&th, pixels", p.tileWidth, 1, 32767);
+  tileWidth_ = addNumber(tiles, "tilewidth", "Ti&le width, pixels", p.tileWidth, 1, 32767);
   tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, 1, 32767);
 
   QFormLayout* garmin = addGroup(right, "Garmin Custom Map");

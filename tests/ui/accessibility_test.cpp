@@ -1,13 +1,13 @@
-#include <QAbstractItemView>
-#include <QAbstractSpinBox>
 #include <QAccessible>
-#include <QComboBox>
+#include <QLabel>
+#include <set>
 
 #include "imaging/tile_grid.h"
 #include "ui/adjust_point.h"
 #include "ui/map_viewer_dialog.h"
 #include "ui/match_dialog.h"
 #include "ui/merge_dialog.h"
+#include "ui/point_entry.h"
 #include "ui/tfw_dialog.h"
 #include "ui/window_fixture.h"
 
@@ -24,6 +24,7 @@ bool isInside(const QWidget* widget) {
   return false;
 }
 
+/// Every field has a name, and no two share a key.
 void expectNames(const QWidget& window) {
   int fields = 0;
   for (QWidget* field : window.findChildren<QWidget*>()) {
@@ -33,10 +34,18 @@ void expectNames(const QWidget& window) {
         << window.windowTitle().toStdString() << ": " << field->metaObject()->className() << " "
         << field->objectName().toStdString();
   }
+  std::set<QKeySequence> keys;
+  for (QWidget* named : window.findChildren<QWidget*>()) {
+    const auto* label = qobject_cast<const QLabel*>(named);
+    if (!named->isVisibleTo(&window) || (label != nullptr && label->buddy() == nullptr)) continue;
+    const QKeySequence key = QKeySequence::mnemonic(named->property("text").toString());
+    EXPECT_TRUE(key.isEmpty() || keys.insert(key).second)
+        << window.windowTitle().toStdString() << ": twice " << key.toString().toStdString();
+  }
   EXPECT_GT(fields, 0) << window.windowTitle().toStdString();
 }
 
-TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndIsReachedByTab) {
+TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndHasItsOwnKey) {
   openWales();
   LoadDatums();
   expectNames(*window);
@@ -61,7 +70,15 @@ TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndIsReachedByTab) {
   expectNames(CalibrationSettingsDialog({}, window.get()));
   ASSERT_TRUE(loadMapImage(calibration.imagePath));
   for (const ViewerMode mode : {ViewerMode::calibrate, ViewerMode::view, ViewerMode::crop}) {
-    expectNames(MapViewerDialog(mode, mapImage.bitmap, window.get()));
+    const MapViewerDialog viewer(mode, mapImage.bitmap, window.get());
+    expectNames(viewer);
+    for (const EntryGrid grid : {EntryGrid::degrees, EntryGrid::british, EntryGrid::utm}) {
+      auto* entry = viewer.findChild<PointEntry*>();
+      if (entry == nullptr) continue;
+      entry->setSettings({grid, "WGS 84", 30, false});
+      entry->show();
+      expectNames(viewer);
+    }
   }
 }
 
