@@ -30,6 +30,12 @@ cp "$program" "$work/alone"
 expect 1 "vellandra-window: No such file" env DISPLAY=:7777 "$work/alone"
 expect 1 "Missing input file" env DISPLAY=:7777 "$work/alone" "$work/none.map"
 
+# Windows that cannot be opened: the program says why, and a batch needs none.
+expect 1 "there is no display" "$program"
+QT_QPA_PLATFORM=nonsense expect 1 'the Qt platform plugin "nonsense"' "$program"
+DISPLAY=:7777 expect 1 "could not connect to display :7777" "$program"
+DISPLAY=:7777 expect 1 "Missing input file" "$program" "$work/none.map"
+
 # Blanks in the name need no quotes.
 mkdir "$work/my maps"
 cp "$samples/crete/crete.map" "$samples/crete/crete.png" "$work/my maps"

@@ -37,6 +37,7 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
   zone_->setValue(settings.zone);
   zone_->setAccessibleName(QStringLiteral("UTM zone"));
   southern_->setChecked(settings.southern);
+  filter_->setObjectName(QStringLiteral("filter"));
   filter_->setPlaceholderText(QStringLiteral("Filter"));
   filter_->setClearButtonEnabled(true);
   filter_->setAccessibleName(QStringLiteral("Filter of the datum list"));

@@ -23,6 +23,9 @@ struct CalibrationSettings {
   bool southern = false;
 };
 
+/// What was chosen last; the next viewer starts from it.
+inline CalibrationSettings lastCalibrationSettings;
+
 /// "Map Calibration Settings": the kind of coordinates and their datum.
 class CalibrationSettingsDialog : public QDialog {
   Q_OBJECT

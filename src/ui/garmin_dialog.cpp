@@ -100,7 +100,12 @@ void TilePicture::paintEvent(QPaintEvent*) {
     QRectF marked(0, 0, side, side);
     marked.moveCenter(place.center());
     const QPixmap& drawn = controls_.isTicked(number) ? tick_ : cross_;
-    painter.drawPixmap(marked, drawn, QRectF(drawn.rect()));
+    if (!drawn.isNull()) {
+      painter.drawPixmap(marked, drawn, QRectF(drawn.rect()));
+    } else if (!controls_.isTicked(number)) {
+      // The program folder holds no marks: what is left out is to be seen all the same.
+      painter.fillRect(place, QColor(200, 0, 0, 110));
+    }
   }
   if (hasFocus()) {
     painter.setPen(QPen(palette().color(QPalette::Highlight), 3));

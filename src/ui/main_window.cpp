@@ -38,6 +38,7 @@ namespace {
 constexpr const char* geometryKey = "mainWindow";
 constexpr const char* recentKey = "recentFiles";
 constexpr int mostRecentFiles = 8;
+constexpr int longestRecentText = 70;  // average characters
 
 constexpr const char* calibrationEndings[] = {"map", "gux", "tfw", "jgw", "pgw", "jpr", "cal", "gmi", "mcd", "imp"};
 constexpr const char* imageEndings[] = {"png", "bmp", "jpg", "gif", "tif"};
@@ -239,19 +240,24 @@ void MainWindow::refreshNextStep() {
   offer(secondButton_, "Write the calibrations", "mnuwc");
   if (driver.calibrationPending) {
     nextStepTitle_->setText("The map is calibrated");
-    nextStep_->setText(size + "Look at it, or write its calibration for every program, beside the input.");
+    nextStep_->setText(breakable(size) + "Look at it, or write its calibration for every program, beside the input.");
   } else {
     nextStepTitle_->setText("The calibrations are written");
-    nextStep_->setText(size + "The files lie in " + shownPath(driver.inputFolder));
+    nextStep_->setText(breakable(size + "The files lie in " + shownPath(driver.inputFolder)));
   }
 }
 
 void MainWindow::refreshRecentFiles() {
   recent_->clear();
   const QStringList files = windowSettings().value(recentKey).toStringList();
+  const QFontMetrics metrics(recent_->font());
+  int number = 0;
   for (const QString& path : files) {
-    QString text = QDir::toNativeSeparators(path);
-    recent_->addAction(text.replace("&", "&&"), this, [this, path] { openFile(path); });
+    const QString text = metrics.elidedText(QDir::toNativeSeparators(path), Qt::ElideMiddle,
+                                            metrics.averageCharWidth() * longestRecentText);
+    QAction* entry = recent_->addAction(QString("&%1  %2").arg(++number).arg(QString(text).replace("&", "&&")), this,
+                                        [this, path] { openFile(path); });
+    entry->setStatusTip(path);
   }
   recent_->setEnabled(!files.isEmpty());
 }

@@ -63,7 +63,6 @@ void MapCanvas::setMarks(std::vector<CanvasMark> marks) {
 void MapCanvas::setGrid(std::optional<Calibration> map, DegreeFormat format) {
   grid_ = std::move(map);
   gridFormat_ = format;
-  frameStale_ = true;
   update();
 }
 
@@ -78,11 +77,10 @@ void MapCanvas::setPlacing(bool placing) {
 }
 
 std::size_t MapCanvas::extraBytes() const {
-  return pyramid_.extraBytes() + static_cast<std::size_t>(frame_.sizeInBytes());
+  return pyramid_.extraBytes() + static_cast<std::size_t>(strip_.sizeInBytes());
 }
 
 void MapCanvas::changeView() {
-  frameStale_ = true;
   update();
   if (aiming_) pointAt(QPointF(width() / 2.0, height() / 2.0));
   Q_EMIT viewChanged();

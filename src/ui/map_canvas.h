@@ -74,8 +74,9 @@ class MapCanvas : public QWidget {
   enum class Hold { nothing, map, mark, cropNew, cropGrip };
 
   void changeView();
-  void drawFrame();
-  void drawGridLines(const Frame& frame, double ratio);
+  void drawMap(QPainter& painter);
+  void findGridLines();
+  void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;
   void drawMarks(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
@@ -90,12 +91,11 @@ class MapCanvas : public QWidget {
   const Bitmap& image_;
   ImagePyramid pyramid_;
   MapView view_;
-  QImage frame_;
-  bool frameStale_ = true;
+  QImage strip_;  ///< of the window, in device pixels
   std::vector<CanvasMark> marks_;
   std::function<int(double, double)> hitTest_;
   std::optional<Calibration> grid_;
-  std::vector<GridLine> gridLines_;  ///< those in `frame_`
+  std::vector<GridLine> gridLines_;  ///< those on show
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
   CropRectangle* crop_ = nullptr;
   bool placing_ = false;

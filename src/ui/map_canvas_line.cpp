@@ -30,11 +30,21 @@ void drawLine(const Frame& frame, ViewPoint from, ViewPoint to, const LineStyle&
   const int endOfU = steep ? frame.height : frame.width;
   const int endOfV = steep ? frame.width : frame.height;
   const double half = style.width / 2 * std::hypot(1.0, slope);
-  const int first = static_cast<int>(std::clamp(std::floor(u1), 0.0, static_cast<double>(endOfU)));
-  const int end = static_cast<int>(std::clamp(std::ceil(u2), 0.0, static_cast<double>(endOfU)));
+  // Where it crosses the frame's own range of v, so that a line beside a low frame costs nothing.
+  double start = u1, stop = u2;
+  const double lowest = -half - 1, highest = endOfV + half + 1;
+  if (slope != 0) {
+    const double a = u1 + (lowest - v1) / slope, b = u1 + (highest - v1) / slope;
+    start = std::max(start, std::min(a, b) - 1);
+    stop = std::min(stop, std::max(a, b) + 1);
+  } else if (v1 < lowest || v1 > highest) {
+    return;
+  }
+  const int first = static_cast<int>(std::clamp(std::floor(start), 0.0, static_cast<double>(endOfU)));
+  const int end = static_cast<int>(std::clamp(std::ceil(stop), 0.0, static_cast<double>(endOfU)));
   for (int u = first; u < end; ++u) {
     const double middle = v1 + (u + 0.5 - u1) * slope;
-    if (middle < -half - 1 || middle > endOfV + half + 1) continue;
+    if (middle < lowest || middle > highest) continue;
     const int low = std::max(0, static_cast<int>(std::floor(middle - half)));
     const int high = std::min(endOfV - 1, static_cast<int>(std::floor(middle + half)));
     for (int v = low; v <= high; ++v) {

@@ -10,6 +10,7 @@
 namespace vellandra {
 namespace {
 
+constexpr int stripRows = 256;       ///< device pixels: enough for every core, little enough for the cache
 constexpr double gridSpacing = 110;  ///< window units between lines at the least
 
 /// Colours over a map are the same in every palette: the map does not change with it.
@@ -48,25 +49,30 @@ void drawTag(QPainter& painter, QPointF corner, const QString& text, const QColo
 
 }  // namespace
 
-void MapCanvas::drawFrame() {
+/// The map and its grid, strip by strip: a strip is still in the cache when the painter copies it.
+void MapCanvas::drawMap(QPainter& painter) {
   const double ratio = devicePixelRatioF();
   const QSize size = (QSizeF(this->size()) * ratio).toSize();
-  if (frame_.size() != size) frame_ = QImage(size, QImage::Format_RGB32);
-  frame_.setDevicePixelRatio(ratio);
+  if (strip_.width() != size.width()) strip_ = QImage(size.width(), stripRows, QImage::Format_RGB32);
   const ViewPoint corner = view_.toWindow(0, 0);
-  const Frame frame{reinterpret_cast<std::uint32_t*>(frame_.bits()), size.width(), size.height(),
-                    static_cast<std::ptrdiff_t>(frame_.bytesPerLine() / 4)};
-  pyramid_.draw({corner.x * ratio, corner.y * ratio, view_.scale() * ratio}, frame,
-                palette().color(QPalette::Dark).rgb());
-  drawGridLines(frame, ratio);
-  frameStale_ = false;
+  const QRgb background = palette().color(QPalette::Dark).rgb();
+  findGridLines();
+  painter.save();
+  painter.scale(1 / ratio, 1 / ratio);
+  for (int top = 0; top < size.height(); top += stripRows) {
+    const int height = std::min(stripRows, size.height() - top);
+    const Frame frame{reinterpret_cast<std::uint32_t*>(strip_.bits()), size.width(), height,
+                      static_cast<std::ptrdiff_t>(strip_.bytesPerLine() / 4)};
+    pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame, background);
+    drawGridLines(frame, ratio, top);
+    painter.drawImage(QPointF(0, top), strip_, QRectF(0, 0, size.width(), height));
+  }
+  painter.restore();
 }
 
 void MapCanvas::paintEvent(QPaintEvent*) {
-  const double ratio = devicePixelRatioF();
-  if (frameStale_ || frame_.size() != (QSizeF(size()) * ratio).toSize()) drawFrame();
   QPainter painter(this);
-  painter.drawImage(QPointF(0, 0), frame_);
+  drawMap(painter);
   painter.setRenderHint(QPainter::Antialiasing);
   drawGridLabels(painter);
   if (crop_ != nullptr) drawCrop(painter);
@@ -74,13 +80,16 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   if (aiming_ && hasFocus()) drawAim(painter);
 }
 
-void MapCanvas::drawGridLines(const Frame& frame, double ratio) {
-  gridLines_.clear();
-  if (!grid_) return;
-  gridLines_ = gridLines(*grid_, view_, gridFormat_, gridSpacing);
+void MapCanvas::findGridLines() {
+  gridLines_ = grid_ ? gridLines(*grid_, view_, gridFormat_, gridSpacing) : std::vector<GridLine>();
+}
+
+/// `top` is the frame's first row in the window, in device pixels.
+void MapCanvas::drawGridLines(const Frame& frame, double ratio, int top) const {
   for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
     for (const GridLine& line : gridLines_) {
-      drawLine(frame, {line.from.x * ratio, line.from.y * ratio}, {line.to.x * ratio, line.to.y * ratio}, style);
+      drawLine(frame, {line.from.x * ratio, line.from.y * ratio - top}, {line.to.x * ratio, line.to.y * ratio - top},
+               style);
     }
   }
 }
@@ -113,6 +122,7 @@ void MapCanvas::drawMarks(QPainter& painter) const {
     path.addEllipse(middle, 6, 6);
     painter.setBrush(Qt::NoBrush);
     strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
+    if (!rect().contains(middle.toPoint())) continue;  // its number alone, held in the window, would mislead
     drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color, rect());
   }
 }

@@ -8,7 +8,7 @@ namespace vellandra {
 
 CropPanel::CropPanel(int imageWidth, int imageHeight, QWidget* parent) : QWidget(parent), size_(new QLabel) {
   auto* layout = new QFormLayout(this);
-  constexpr std::array<const char*, 4> names = {"&Left", "&Top", "&Right", "&Bottom"};
+  constexpr std::array<const char*, 4> names = {"L&eft", "&Top", "&Right", "&Bottom"};
   for (std::size_t i = 0; i < edges_.size(); ++i) {
     edges_[i] = new QSpinBox;
     edges_[i]->setRange(0, i % 2 == 0 ? imageWidth : imageHeight);

@@ -113,10 +113,10 @@ void MapViewerDialog::followInstruction() {
 }
 
 bool MapViewerDialog::chooseSettings() {
-  CalibrationSettingsDialog dialog(settings_, this);
+  CalibrationSettingsDialog dialog(lastCalibrationSettings, this);
   if (dialog.exec() != QDialog::Accepted) return false;
-  settings_ = dialog.settings();
-  entry_->setSettings(settings_);
+  lastCalibrationSettings = dialog.settings();
+  entry_->setSettings(lastCalibrationSettings);
   return true;
 }
 
@@ -129,7 +129,7 @@ void MapViewerDialog::placeAt(int x, int y) {
   const bool moves = session_.waiting().has_value();
   session_.wait(x, y);
   if (!moves) {
-    entry_->setSettings(settings_);
+    entry_->setSettings(lastCalibrationSettings);
     entry_->show();
     entry_->begin(static_cast<int>(session_.points().size()) + 1);
   } else {
@@ -169,7 +169,7 @@ void MapViewerDialog::correctSelected() {
   if (selected_ == 0 || !dropEntry()) return;
   const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
   correcting_ = selected_;
-  CalibrationSettings settings = settings_;
+  CalibrationSettings settings = lastCalibrationSettings;
   if (settings.grid != EntryGrid::british) settings.datum = point.datum;
   entry_->setSettings(settings);
   entry_->show();

@@ -37,6 +37,8 @@ class MapViewerDialog : public QDialog {
   void accept() override;
   /// Escape and the window's close button: asks before points are lost.
   void reject() override;
+  /// Remembers the window's size and place.
+  void done(int result) override;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -75,7 +77,6 @@ class MapViewerDialog : public QDialog {
   const Bitmap& image_;
   CalibrationSession session_;
   CropRectangle crop_;
-  CalibrationSettings settings_;
   ViewerResult result_;
   int selected_ = 0;
   int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none

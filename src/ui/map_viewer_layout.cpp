@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -14,10 +15,12 @@
 #include "ui/map_viewer_crop_panel.h"
 #include "ui/map_viewer_dialog.h"
 #include "ui/point_entry.h"
+#include "ui/window_settings.h"
 
 namespace vellandra {
 namespace {
 
+constexpr const char* geometryKey = "mapViewer";
 constexpr double buttonZoom = 1.5;
 
 QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
@@ -43,6 +46,12 @@ void MapViewerDialog::build() {
   layout->addLayout(buildBottom());
   const QSize available = QApplication::primaryScreen()->availableSize();
   resize(QSize(1180, 780).boundedTo(available * 0.94));
+  restoreGeometry(windowSettings().value(geometryKey).toByteArray());
+}
+
+void MapViewerDialog::done(int result) {
+  windowSettings().setValue(geometryKey, saveGeometry());
+  QDialog::done(result);
 }
 
 QHBoxLayout* MapViewerDialog::buildTools() {
@@ -56,7 +65,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
     settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
-    undo_ = addButton(tools, "U&ndo", "Takes the last step back (Ctrl+Z)");
+    undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
   } else {
     auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
@@ -93,7 +102,7 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
           [this] { canvas_->zoomBy(1 / buttonZoom); });
   connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
           [this] { canvas_->fit(); });
-  connect(addButton(tools, "F&ull", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
+  connect(addButton(tools, "Fu&ll", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
           [this] { canvas_->full(); });
 }
 
@@ -126,7 +135,10 @@ QWidget* MapViewerDialog::buildSide() {
   layout->addLayout(tools);
   layout->addWidget(fit_);
   layout->addWidget(entry_);
-  side->setMinimumWidth(46 * fontMetrics().averageCharWidth());
+  const QFontMetrics metrics(list_->font());
+  side->setMinimumWidth(
+      metrics.horizontalAdvance(QStringLiteral(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ")) +
+      list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
 
   connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
     if (updating_ || item == nullptr) return;
@@ -158,8 +170,9 @@ QHBoxLayout* MapViewerDialog::buildBottom() {
   readout_ = new QLabel;
   readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
   bottom->addWidget(readout_, 1);
-  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "&Crop" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
+  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "Cr&op" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
   connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
   if (mode_ != ViewerMode::view) {
     connect(addButton(bottom, "&Cancel", ""), &QPushButton::clicked, this, &MapViewerDialog::reject);

@@ -19,7 +19,7 @@ MergeDialog::MergeDialog(QWidget* parent)
       caption_(new QLabel),
       percentage_(new QLineEdit),
       reason_(new QLabel),
-      expand_(new QCheckBox) {
+      expand_(new QCheckBox("Expand base map")) {
   setObjectName(name);
   setWindowTitle("Merge Maps");
   setModal(true);

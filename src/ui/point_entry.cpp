@@ -60,7 +60,7 @@ PointEntry::PointEntry(QWidget* parent)
   forms_->addWidget(utmForm());
   forms_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
-  auto* drop = new QPushButton(QStringLiteral("&Leave out"));
+  auto* drop = new QPushButton(QStringLiteral("Lea&ve out"));
   accept_->setAutoDefault(false);
   drop->setAutoDefault(false);
   auto* buttons = new QHBoxLayout;
@@ -101,7 +101,7 @@ QWidget* PointEntry::degreesForm() {
   auto* form = new QWidget;
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
   latitude_ = addField(form, "La&titude", "51 30 26.64 N");
-  longitude_ = addField(form, "L&ongitude", "0 7 40.08 W");
+  longitude_ = addField(form, "Long&itude", "0 7 40.08 W");
   for (const Field& field : {latitude_, longitude_}) {
     field.edit->setToolTip(
         QStringLiteral("Degrees, degrees and minutes, or degrees, minutes and seconds:\n"
@@ -116,7 +116,7 @@ QWidget* PointEntry::britishForm() {
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
   letters_ = addField(form, "Le&tters", "TQ, or none for full metres");
   letters_.edit->setMaxLength(4);
-  britishEasting_ = addField(form, "&Easting (metres)", "30000");
+  britishEasting_ = addField(form, "Eastin&g (metres)", "30000");
   britishNorthing_ = addField(form, "&Northing (metres)", "80000");
   return form;
 }
@@ -131,9 +131,9 @@ QWidget* PointEntry::utmForm() {
   auto* title = new QLabel(QStringLiteral("&Zone"));
   title->setBuddy(zone_);
   layout->addRow(title, zone_);
-  easting_ = addField(form, "&Easting (metres)", "448251");
+  easting_ = addField(form, "Eastin&g (metres)", "448251");
   northing_ = addField(form, "&Northing (metres)", "5411932");
-  southern_ = new QCheckBox(QStringLiteral("&Southern hemisphere"));
+  southern_ = new QCheckBox(QStringLiteral("Sout&hern hemisphere"));
   layout->addRow(QString(), southern_);
   connect(zone_, &QSpinBox::valueChanged, this, &PointEntry::validate);
   connect(southern_, &QCheckBox::toggled, this, &PointEntry::validate);
@@ -162,7 +162,8 @@ void PointEntry::setHeading(const QString& text) {
 void PointEntry::begin(int number) {
   setHeading(QStringLiteral("Coordinates of point %1").arg(number));
   accept_->setText(QStringLiteral("&Place point"));
-  for (Field* field : fieldsInUse()) field->edit->clear();
+  for (const Field* field : fieldsInUse()) field->edit->clear();
+  begunWith_ = typed();
   validate();
   takeFocus();
 }
@@ -179,16 +180,20 @@ void PointEntry::beginCorrection(int number, double latitude, double longitude) 
   latitude_.edit->setText(exactDegrees(latitude));
   longitude_.edit->setText(exactDegrees(longitude));
   latitude_.edit->selectAll();
+  begunWith_ = typed();
+}
+
+QString PointEntry::typed() const {
+  QStringList texts;
+  for (const Field* field : fieldsInUse()) texts << field->edit->text().trimmed();
+  return texts.join(QLatin1Char('\n'));
 }
 
 bool PointEntry::isTouched() const {
-  for (Field* field : const_cast<PointEntry*>(this)->fieldsInUse()) {
-    if (!field->edit->text().trimmed().isEmpty()) return true;
-  }
-  return false;
+  return typed() != begunWith_;
 }
 
-std::vector<PointEntry::Field*> PointEntry::fieldsInUse() {
+std::vector<const PointEntry::Field*> PointEntry::fieldsInUse() const {
   switch (settings_.grid) {
     case EntryGrid::degrees:
       return {&latitude_, &longitude_};
@@ -201,7 +206,7 @@ std::vector<PointEntry::Field*> PointEntry::fieldsInUse() {
 }
 
 /// Shows the reason beside the field; true when the field has a value.
-bool PointEntry::reportField(Field& field, const EntryField& entry) {
+bool PointEntry::reportField(const Field& field, const EntryField& entry) {
   field.reason->setText(shown(entry.problem));
   field.reason->setVisible(!entry.problem.empty());
   colorReason(field.reason);
@@ -269,7 +274,7 @@ void PointEntry::accept() {
                  settings_.grid == EntryGrid::british ? "WGS 84" : settings_.datum);
     return;
   }
-  for (Field* field : fieldsInUse()) {
+  for (const Field* field : fieldsInUse()) {
     const bool mayBeEmpty = field == &letters_;
     const bool empty = field->edit->text().trimmed().isEmpty();
     if (!field->reason->text().isEmpty() || (empty && !mayBeEmpty)) {

@@ -31,7 +31,7 @@ class PointEntry : public QWidget {
   void beginCorrection(int number, double latitude, double longitude);
   void setHeading(const QString& text);
   void takeFocus();        ///< to the first field
-  bool isTouched() const;  ///< something has been typed
+  bool isTouched() const;  ///< something has been typed since the beginning
 
  Q_SIGNALS:
   /// The coordinates, in degrees on the datum of this name.
@@ -50,13 +50,15 @@ class PointEntry : public QWidget {
   QWidget* degreesForm();
   QWidget* britishForm();
   QWidget* utmForm();
-  std::vector<Field*> fieldsInUse();
-  bool reportField(Field& field, const EntryField& entry);
+  std::vector<const Field*> fieldsInUse() const;
+  QString typed() const;  ///< what stands in the fields, all in one
+  static bool reportField(const Field& field, const EntryField& entry);
   bool readFields();
   void validate();
   void accept();
 
   CalibrationSettings settings_;
+  QString begunWith_;
   QLabel* heading_;
   QLabel* datum_;
   QStackedWidget* forms_;

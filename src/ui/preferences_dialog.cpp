@@ -54,7 +54,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   degreeFormat_->setAccessibleName("Angles are shown in");
 
   QFormLayout* tiles = addGroup(right, "Tiles");
-  tileWidth_ = addNumber(tiles, "tilewidth", "Tile wid&th, pixels", p.tileWidth, 1, 32767);
+  tileWidth_ = addNumber(tiles, "tilewidth", "Ti&le width, pixels", p.tileWidth, 1, 32767);
   tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, 1, 32767);
 
   QFormLayout* garmin = addGroup(right, "Garmin Custom Map");
@@ -100,17 +100,19 @@ QLineEdit* PreferencesDialog::addNumber(QFormLayout* layout, const char* name, c
   auto* edit = new QLineEdit(QString::number(value));
   edit->setObjectName(name);
   edit->setAccessibleName(QString(caption).remove(QChar('&')));
-  edit->setMaximumWidth(fontMetrics().averageCharWidth() * 12);
+  edit->setFixedWidth(fontMetrics().averageCharWidth() * 12);
   auto* reason = new QLabel;
   const QString range = QString("%1 to %2").arg(least).arg(most);
+  const QString refusal = "must be " + range;
+  QFont bold = reason->font();
+  bold.setBold(true);
+  reason->setMinimumWidth(QFontMetrics(bold).horizontalAdvance(refusal));
   const auto check = [=](const QString& text) {
     bool number = false;
     const int typed = text.trimmed().toInt(&number);
     const bool allowed = number && typed >= least && typed <= most;
-    reason->setText(allowed ? range : "must be " + range);
-    QFont font = reason->font();
-    font.setBold(!allowed);
-    reason->setFont(font);
+    reason->setText(allowed ? range : refusal);
+    reason->setFont(allowed ? edit->font() : bold);
     edit->setAccessibleDescription(reason->text());
   };
   connect(edit, &QLineEdit::textChanged, reason, check);

@@ -13,6 +13,28 @@ inline QString shown(const std::string& text) {
   return QString::fromStdString(toUtf8(text));
 }
 
+/// `text` with invisible places to break a line in words of more than 60 characters, which a label would cut off:
+/// behind what parts the words of a file name, and every 40 characters where there is nothing of the kind.
+inline QString breakable(const QString& text) {
+  constexpr qsizetype longestWord = 60, longestPiece = 40;
+  QString result;
+  for (qsizetype start = 0; start < text.size();) {
+    qsizetype end = start;
+    while (end < text.size() && !text[end].isSpace()) ++end;
+    for (qsizetype i = start, piece = 0; i < end; ++i) {
+      result += text[i];
+      const bool parts = QStringLiteral("/\\_-.").contains(text[i]);
+      if (end - start > longestWord && i + 1 < end && (parts || ++piece >= longestPiece)) {
+        result += QChar(0x200B);
+        piece = 0;
+      }
+    }
+    if (end < text.size()) result += text[end];
+    start = end + 1;
+  }
+  return result;
+}
+
 /// Paths are bytes in the core.
 inline std::string pathBytes(const QString& path) {
   return QFile::encodeName(path).toStdString();

@@ -1,7 +1,9 @@
 #include "ui/tfw_dialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QDialogButtonBox>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QLabel>
 #include <QListWidget>
@@ -27,10 +29,29 @@ QPlainTextEdit* linesOfFile(const std::string& lines) {
   return text;
 }
 
+/// Typed digits find the zone of that number: Qt looks for them at the very start of an entry, which is a blank.
+class ZoneList : public QListWidget {
+ public:
+  void keyboardSearch(const QString& typed) override {
+    const bool goesOn = sinceLast_.isValid() && sinceLast_.elapsed() < QApplication::keyboardInputInterval();
+    sinceLast_.start();
+    sought_ = goesOn ? sought_ + typed : typed;
+    for (int row = 0; row < count(); ++row) {
+      if (!item(row)->text().trimmed().startsWith(sought_, Qt::CaseInsensitive)) continue;
+      setCurrentRow(row);
+      return;
+    }
+  }
+
+ private:
+  QString sought_;
+  QElapsedTimer sinceLast_;
+};
+
 }  // namespace
 
 TfwDialog::TfwDialog(QWidget* parent, const std::string& lines, const std::vector<std::string>& zones)
-    : QDialog(parent), zones_(new QListWidget), southern_(new QCheckBox("&Southern Hemisphere")) {
+    : QDialog(parent), zones_(new ZoneList), southern_(new QCheckBox("&Southern Hemisphere")) {
   setObjectName("TFW");
   setWindowTitle("TFW Parameters");
   zones_->setObjectName("List1");
@@ -66,6 +87,7 @@ TfwDialog::TfwDialog(QWidget* parent, const std::string& lines, const std::vecto
   layout->addWidget(buttons, 5, 0, 1, 2);
   layout->setColumnStretch(0, 1);
   layout->setColumnStretch(1, 1);
+  wgs84->setDefault(true);
   zones_->setFocus();
   resize(sizeHint().expandedTo({fontMetrics().averageCharWidth() * 70, fontMetrics().height() * 22}));
 

@@ -75,7 +75,8 @@ QWidget* WindowInterface::parent() const {
 
 Answer WindowInterface::messageBox(const MessageBox& box) {
   const NormalPointer normal(busy_);
-  QMessageBox dialog(standardIcon(box), shown(box.title), shown(box.text), standardButtons(box.buttons), parent());
+  QMessageBox dialog(standardIcon(box), shown(box.title), breakable(shown(box.text)), standardButtons(box.buttons),
+                     parent());
   dialog.setTextFormat(Qt::PlainText);
   dialog.setTextInteractionFlags(Qt::TextSelectableByMouse);
   if (box.buttons == Buttons::yesNo) dialog.setEscapeButton(QMessageBox::No);

@@ -1,9 +1,8 @@
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
-#include <QPushButton>
-#include <stdexcept>
 
 #include "imaging/tile_grid.h"
 #include "ui/window_fixture.h"
@@ -11,51 +10,15 @@
 namespace vellandra {
 namespace {
 
-template <typename Widget>
-Widget* part(QDialog* dialog, const char* name) {
-  auto* found = dialog->findChild<Widget*>(name);
-  if (found == nullptr) throw std::runtime_error(std::string("there is no ") + name);
-  return found;
-}
-
-void click(QDialog* dialog, const char* button) {
-  QTest::mouseClick(part<QPushButton>(dialog, button), Qt::LeftButton);
-}
-
-TEST_F(WindowTest, FileDialogsCarryTheirTitleDefaultNameAndFilters) {
-  const auto look = [this](const char* name, const QStringList& filters) {
-    someone.use([=](QDialog* dialog) {
-      auto* picker = qobject_cast<QFileDialog*>(dialog);
-      ASSERT_NE(picker, nullptr);
-      EXPECT_EQ(picker->findChild<QLineEdit*>("fileNameEdit")->text(), name);
-      EXPECT_EQ(picker->nameFilters(), filters);
-      EXPECT_TRUE(picker->testOption(QFileDialog::DontConfirmOverwrite));
-      picker->reject();
-    });
-  };
-  look("*.png", {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)", "All files (*)"});
-  choose("mnulm");
-  look("*.exe", {"Exe files(*.exe) (*.exe)", "All files (*)"});
-  choose("mnuel7z");
-  look("*.png", {"PNG files(*.png) (*.png)"});
-  interface->askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png"});
-  EXPECT_EQ(someone.seen, (Seen{"Open image file", "Find 7z.exe ", "Save image file  "}));
-}
-
-TEST_F(WindowTest, DefaultNameIsNoFileToSave) {
-  someone.use([](QDialog* dialog) { dialog->accept(); });
-  someone.pick(folder + "new.png");
-  EXPECT_EQ(interface->askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png"}), folder + "new.png");
-}
-
+/// A calibration on a datum that is in no table.
 class MatchTest : public WindowTest {
- protected:
+ public:
   MatchTest() {
     std::string content = contentOf(SOURCE_FOLDER "/samples/crete/crete.map");
     content.replace(content.rfind('\n', content.find(",WGS 84")) + 1, 0, "Nowhere, was ");
     copy(SOURCE_FOLDER "/samples/crete/", "crete.png");
     writeTestFile(folder + "odd.map", content);
-    someone.pick(folder + "odd.map");
+    someone.answer(folder + "odd.map");
   }
 };
 
@@ -69,8 +32,8 @@ TEST_F(MatchTest, DatumIsFoundByAPartOfItsName) {
   choose("mnufo");
   EXPECT_EQ(inputDatumName, "WGS 84");
   EXPECT_TRUE(driver.calibrationPending);
-  someone.press(QMessageBox::Ok);
-  someone.pick(folder + "odd.map");
+  someone.answer("OK");
+  someone.answer(folder + "odd.map");
   choose("mnufo");
   EXPECT_TRUE(driver.transformValid) << "matched without another question";
 }
@@ -81,87 +44,85 @@ TEST_F(MatchTest, NoDatumIsTakenThatTheListDoesNotShow) {
     QTest::keyClicks(part<QLineEdit>(dialog, "filter"), "no such datum");
     click(dialog, "Command1");
   });
-  someone.press(QMessageBox::Ok);
+  someone.answer("OK");
   choose("mnufo");
   EXPECT_EQ(someone.seen.back(), "Vellandra|unable to match input datum NOWHERE");
 }
 
-class TfwTest : public WindowTest {
- protected:
-  TfwTest() {
-    writeTestFile(folder + "wales.tfw", "500\r\n0\r\n0\r\n-500\r\n450000\r\n6000000\r\n");
-    someone.pick(folder + "wales.tfw");
+TEST_F(WindowTest, WorldFileDialogGivesZoneHemisphereAndDatum) {
+  const struct {
+    const char *name, *easting, *northing;
+    const char* typed;  ///< on the list of zones
+    bool southern;
+    const char* button;
+    double latitude, longitude;  ///< of the first point; PROJ 9.1, cs2cs
+  } rows[] = {
+      {"typed number of two digits", "450000", "6000000", "30", true, "WGS84", -36.14343, -3.55577},
+      {"northern", "450000", "6000000", "31", false, "WGS84", 54.14567, 2.23454},
+      {"name of the British grid, which has no south", "250000", "390000", "gb", true, "Not WGS84", 53.38548, -4.25683},
+  };
+  for (const auto& row : rows) {
+    someone.seen.clear();
+    driver.calibrationPending = false;
+    writeTestFile(folder + "wales.tfw",
+                  std::string("500\r\n0\r\n0\r\n-500\r\n") + row.easting + "\r\n" + row.northing + "\r\n");
+    someone.answer(folder + "wales.tfw");
+    someone.use([&](QDialog* dialog) {
+      EXPECT_TRUE(part<QPlainTextEdit>(dialog, "Text1")->toPlainText().startsWith("500\n0\n0\n-500\n"));
+      EXPECT_FALSE(buttonOf(dialog, row.button)->isEnabled()) << "no zone is chosen yet";
+      auto* zones = part<QListWidget>(dialog, "List1");
+      EXPECT_EQ(zones->count(), 61);
+      EXPECT_EQ(dialog->focusWidget(), zones);
+      QTest::keyClicks(zones, row.typed);
+      part<QCheckBox>(dialog, "Check2")->setChecked(row.southern);
+      std::string(row.button) == "WGS84" ? QTest::keyClick(zones, Qt::Key_Return) : click(dialog, row.button);
+    });
+    choose("mnufo");
+    EXPECT_EQ(someone.seen.back(), "TFW Parameters") << row.name;
+    EXPECT_NEAR(calibration.latitude[1], row.latitude, 1e-4) << row.name;
+    EXPECT_NEAR(calibration.longitude[1], row.longitude, 1e-4) << row.name;
+    EXPECT_EQ(inputDatumName, "WGS 84") << row.name;
   }
-  static void answer(QDialog* dialog, int row, bool southern, const char* button) {
-    EXPECT_EQ(dialog->windowTitle(), "TFW Parameters");
-    EXPECT_TRUE(part<QPlainTextEdit>(dialog, "Text1")->toPlainText().startsWith("500\n0\n0\n-500\n"));
-    EXPECT_FALSE(part<QPushButton>(dialog, button)->isEnabled()) << "no zone is chosen yet";
-    auto* zones = part<QListWidget>(dialog, "List1");
-    EXPECT_EQ(zones->count(), 61);
-    zones->setCurrentRow(row);
-    part<QCheckBox>(dialog, "Check2")->setChecked(southern);
-    click(dialog, button);
-  }
-};
-
-TEST_F(TfwTest, ZoneAndHemisphereReachTheReader) {
-  someone.use([](QDialog* dialog) { answer(dialog, 29, true, "Command1"); });
-  choose("mnufo");
-  EXPECT_NEAR(calibration.latitude[1], -36.14, 0.01);
-  EXPECT_NEAR(calibration.longitude[1], -3.56, 0.01);
-}
-
-TEST_F(TfwTest, DatumIsAskedForWhenItIsNotWgs84) {
-  someone.use([](QDialog* dialog) { answer(dialog, 30, false, "Command2"); });
+  driver.calibrationPending = false;
+  someone.answer(folder + "wales.tfw");
+  writeTestFile(folder + "wales.tfw", "500\r\n0\r\n0\r\n-500\r\n450000\r\n6000000\r\n");
+  someone.use([](QDialog* dialog) {
+    part<QListWidget>(dialog, "List1")->setCurrentRow(30);
+    click(dialog, "Not WGS84");
+  });
   someone.use([](QDialog* dialog) {
     EXPECT_EQ(part<QLabel>(dialog, "Text1")->text(), "Choose to match : TFW file datum");
     QTest::mouseClick(part<QListWidget>(dialog, "List1")->viewport(), Qt::LeftButton, {}, {5, 5});
     click(dialog, "Command1");
   });
   choose("mnufo");
-  EXPECT_TRUE(driver.calibrationPending);
-}
-
-TEST_F(TfwTest, LastEntryIsTheBritishGrid) {
-  writeTestFile(folder + "wales.tfw", "500\r\n0\r\n0\r\n-500\r\n250000\r\n390000\r\n");
-  someone.use([](QDialog* dialog) { answer(dialog, 60, true, "Command2"); });
-  choose("mnufo");
-  EXPECT_EQ(inputDatumName, "WGS 84");
-}
-
-TEST_F(TfwTest, ClosedWithoutAChoiceStopsReading) {
-  someone.cancel();
-  someone.press(QMessageBox::Ok);
+  EXPECT_EQ(inputDatumName, "ADINDAN");
+  driver.calibrationPending = false;
+  for (const std::string& answer : {folder + "wales.tfw", std::string(), std::string("OK")}) someone.answer(answer);
   choose("mnufo");
   EXPECT_EQ(someone.seen.back(), "TFW Input|No zone chosen");
 }
 
 TEST_F(WindowTest, PreferencesAreStoredOnOkAndKeptOnCancel) {
-  const auto change = [](QDialog* dialog) {
-    for (const char* name :
-         {"warnoverwrite", "stretchnotrotate", "writewgs84", "showgrid", "advancedgarminmapping", "kmztransparency"}) {
-      part<QCheckBox>(dialog, name)->click();
-    }
-    part<QLineEdit>(dialog, "tilewidth")->setText("512");
-    part<QLineEdit>(dialog, "tileheight")->setText("256");
-    part<QLineEdit>(dialog, "garmindraworder")->setText("42");
-    part<QLineEdit>(dialog, "garminjpegquality")->setText("50");
-    part<QComboBox>(dialog, "degreeformat")->setCurrentIndex(2);
-  };
-  someone.use([&](QDialog* dialog) {
-    change(dialog);
-    dialog->reject();
-  });
-  choose("mnupref");
-  EXPECT_FALSE(preferencesChanged);
-  EXPECT_TRUE(preferences.warnOverwrite);
-
-  someone.use([&](QDialog* dialog) {
-    change(dialog);
-    dialog->accept();
-  });
-  someone.press(QMessageBox::Ok);
-  choose("mnupref");
+  for (const bool stored : {false, true}) {
+    someone.use([&](QDialog* dialog) {
+      for (const char* name : {"warnoverwrite", "stretchnotrotate", "writewgs84", "showgrid", "advancedgarminmapping",
+                               "kmztransparency"}) {
+        part<QCheckBox>(dialog, name)->click();
+      }
+      part<QLineEdit>(dialog, "tilewidth")->setText("512");
+      part<QLineEdit>(dialog, "tileheight")->setText("256");
+      part<QLineEdit>(dialog, "garmindraworder")->setText("42");
+      part<QLineEdit>(dialog, "garminjpegquality")->setText("50");
+      EXPECT_EQ(part<QLineEdit>(dialog, "garminjpegquality")->accessibleDescription(), "must be 1 to 5");
+      part<QComboBox>(dialog, "degreeformat")->setCurrentIndex(2);
+      stored ? dialog->accept() : dialog->reject();
+    });
+    if (stored) someone.answer("OK");
+    choose("mnupref");
+    EXPECT_EQ(preferencesChanged, stored);
+    EXPECT_EQ(preferences.warnOverwrite, !stored);
+  }
   const Preferences& p = preferences;
   EXPECT_TRUE(!p.warnOverwrite && p.stretchNotRotate && p.writeWgs84 && !p.showGrid && p.advancedGarminMapping);
   EXPECT_EQ(p.kmzTransparency, 0);
@@ -170,82 +131,42 @@ TEST_F(WindowTest, PreferencesAreStoredOnOkAndKeptOnCancel) {
   EXPECT_EQ(p.garminDrawOrder, 42);
   EXPECT_EQ(p.garminJpegQuality, 5) << "refused";
   EXPECT_EQ(p.degreeFormat, 3);
-  EXPECT_TRUE(preferencesChanged);
-  EXPECT_EQ(someone.seen.back(), "Vellandra|JPEG quality must be 01 to 99");
-}
-
-TEST_F(WindowTest, MapIsRescaledUnderItsOwnName) {
-  openWales();
-  const auto type = [this](const char* text) {
-    someone.use([=](QDialog* dialog) {
-      EXPECT_EQ(dialog->findChild<QLineEdit*>()->text(), "50");
-      dialog->findChild<QLineEdit*>()->setText(text);
-      dialog->accept();
-    });
-  };
-  someone.cancel();
-  choose("mnurs");
-  type("9");
-  someone.press(QMessageBox::Ok);
-  choose("mnurs");
-  EXPECT_EQ(someone.seen.back(), "Vellandra|scale percentage must be 10 to 90");
-  type("50");
-  someone.pick(folder + "half.png");
-  choose("mnurs");
-  EXPECT_EQ(imageSize(folder + "half.png")->width, calibration.imageWidth / 2);
-  EXPECT_TRUE(panel().ends_with("Done rescaling"));
-  EXPECT_TRUE(exists("half.map"));
-}
-
-TEST_F(WindowTest, MapIsCroppedToTheRectangleDrawn) {
-  openWales();
-  choose("mnucm");
-  EXPECT_EQ(someone.seen, Seen()) << "nothing drawn is a cancel";
-  onMap = [] { return ViewerResult{false, 10, 20, 110, 220}; };
-  someone.pick(folder + "part.png");
-  choose("mnucm");
-  EXPECT_EQ(modes, (std::vector<ViewerMode>(2, ViewerMode::crop)));
-  EXPECT_EQ(imageSize(folder + "part.png")->height, 200);
-  EXPECT_TRUE(exists("part.map"));
+  EXPECT_EQ(someone.seen, (Seen{"Preferences", "Preferences", "Vellandra|JPEG quality must be 01 to 99"}));
 }
 
 TEST_F(WindowTest, MapsAreMergedPreviewedAndSaved) {
-  openWales();
-  someone.press(QMessageBox::Ok);
-  someone.pick(folder + "wales.map");
-  someone.pick(folder + "wales.map");
+  for (const char* picked : {"wales.map", "wales.map"}) someone.answer(folder + picked);
   someone.use([](QDialog* dialog) {
     EXPECT_TRUE(part<QCheckBox>(dialog, "expand")->text().startsWith("Expand base map to "));
     EXPECT_FALSE(part<QLabel>(dialog, "preview")->pixmap().isNull());
-    EXPECT_FALSE(part<QPushButton>(dialog, "saveButton")->isEnabled());
+    EXPECT_FALSE(buttonOf(dialog, "saveButton")->isEnabled());
     part<QLineEdit>(dialog, "transparency")->setText("101");
     click(dialog, "mergeButton");
   });
-  someone.press(QMessageBox::Ok);
+  someone.answer("OK");
   someone.use([](QDialog* dialog) {
     part<QLineEdit>(dialog, "transparency")->setText("30");
     click(dialog, "mergeButton");
   });
-  someone.cancel();
-  someone.press(QMessageBox::Cancel);
+  someone.answer("");
+  someone.answer("Cancel");
   someone.use([](QDialog* dialog) {
     EXPECT_EQ(part<QLineEdit>(dialog, "transparency")->text(), "30");
     click(dialog, "saveButton");
   });
-  someone.pick(folder + "both.png");
-  someone.cancel();
+  someone.answer(folder + "both.png");
+  someone.answer("");
   choose("mnumm");
   EXPECT_TRUE(exists("both.png") && exists("both.map"));
-  const std::string close = "Vellandra|Merged file not written : OK to exit procedure else cancel";
-  EXPECT_EQ(someone.seen, (Seen{"Not written|Calibrations not written : OK to abandon them else cancel",
-                                "Open calibration file for base map", "Open calibration file for merge map",
+  EXPECT_EQ(someone.seen, (Seen{"Open calibration file for base map", "Open calibration file for merge map",
                                 "Merge Maps", "Vellandra|Transparency must be 0 to 100", "Merge Maps", "Merge Maps",
-                                close, "Merge Maps", "Save image file  ", "Merge Maps"}));
+                                "Vellandra|Merged file not written : OK to exit procedure else cancel", "Merge Maps",
+                                "Save image file  ", "Merge Maps"}));
   EXPECT_EQ(window->findChild<QDialog*>("merge"), nullptr) << "open behind the command's end";
 }
 
 class GarminTest : public WindowTest {
- protected:
+ public:
   GarminTest() {
     makeImage("scan.png", 400, 200);
     calibration.imagePath = folder + "scan.png";
@@ -287,16 +208,19 @@ TEST_F(GarminTest, TilesAreToggledByMouseAndByKeys) {
   someone.use([this](QDialog* dialog) {
     auto* picture = part<QWidget>(dialog, "picture");
     // The map is twice as wide as high and lies in the middle: the tile at the top right is the third.
-    QTest::mouseClick(picture, Qt::LeftButton, {}, {picture->width() * 3 / 4, picture->height() / 2 - 10});
+    const QPoint topRight(picture->width() * 3 / 4, picture->height() / 2 - 10);
+    const QImage ticked = picture->grab().toImage();
+    QTest::mouseClick(picture, Qt::LeftButton, {}, topRight);
     EXPECT_FALSE(controls.isTicked(3));
     picture->setFocus();
+    EXPECT_NE(picture->grab().toImage(), ticked) << "the cross is drawn";
     for (const Qt::Key key : {Qt::Key_Down, Qt::Key_Space, Qt::Key_Left, Qt::Key_Left, Qt::Key_Space}) {
       QTest::keyClick(picture, key);
     }
     EXPECT_TRUE(controls.isTicked(1));
     EXPECT_FALSE(controls.isTicked(2));
     EXPECT_FALSE(controls.isTicked(4));
-    QTest::mouseClick(picture, Qt::LeftButton, {}, {picture->width() * 3 / 4, picture->height() / 2 - 10});
+    QTest::mouseClick(picture, Qt::LeftButton, {}, topRight);
     EXPECT_TRUE(controls.isTicked(3));
     dialog->reject();
   });

@@ -2,15 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
 #include <QApplication>
-#include <QComboBox>
 #include <QFileDialog>
-#include <QLabel>
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
 #include <QTimer>
 #include <deque>
 #include <exception>
@@ -20,6 +18,26 @@
 
 namespace vellandra {
 
+/// The part of a window with this name; an exception, which fails the test, where there is none.
+template <typename Widget>
+Widget* part(const QWidget* window, const char* name) {
+  auto* found = window->findChild<Widget*>(name);
+  if (found == nullptr) throw std::runtime_error(std::string("there is no ") + name);
+  return found;
+}
+
+/// The button with this name or, with its blanks and without its mnemonic, this text.
+inline QPushButton* buttonOf(const QWidget* window, const char* name) {
+  for (auto* button : window->findChildren<QPushButton*>()) {
+    if (button->objectName() == name || button->text().remove('&') == name) return button;
+  }
+  throw std::runtime_error(std::string("there is no button ") + name);
+}
+
+inline void click(const QWidget* window, const char* button) {
+  QTest::mouseClick(buttonOf(window, button), Qt::LeftButton);
+}
+
 /// Whoever sits at the windows: answers the modal dialogs one by one as they come up, and remembers what they said. A
 /// dialog for which no answer is left fails the test and is cancelled.
 class WindowPerson : public QObject {
@@ -27,30 +45,28 @@ class WindowPerson : public QObject {
   using Step = std::function<void(QDialog*)>;
 
   WindowPerson() { look(); }
-  ~WindowPerson() override { EXPECT_TRUE(steps.empty()) << steps.size() << " dialogs did not come up"; }
+  ~WindowPerson() override { EXPECT_TRUE(steps_.empty()) << steps_.size() << " dialogs did not come up"; }
 
   /// "title|text" of the message boxes, titles of the other dialogs.
   std::vector<std::string> seen;
-  std::deque<Step> steps;
 
-  void press(QMessageBox::StandardButton button) {
-    steps.push_back([button](QDialog* dialog) {
-      auto* box = qobject_cast<QMessageBox*>(dialog);
-      ASSERT_TRUE(box != nullptr && box->button(button) != nullptr) << dialog->windowTitle().toStdString();
-      box->button(button)->click();
+  void use(Step step) { steps_.push_back(std::move(step)); }
+  /// "" closes the dialog; in a box presses the button of this text; in a picker or a question for text gives it.
+  void answer(const std::string& text) {
+    use([text](QDialog* dialog) {
+      if (text.empty()) {
+        dialog->reject();
+      } else if (qobject_cast<QMessageBox*>(dialog) != nullptr) {
+        click(dialog, text.c_str());
+      } else if (auto* question = qobject_cast<QInputDialog*>(dialog)) {
+        question->setTextValue(QString::fromStdString(text));
+        dialog->accept();
+      } else {
+        part<QLineEdit>(dialog, "fileNameEdit")->setText(QString::fromStdString(text));
+        dialog->accept();
+      }
     });
   }
-  void pick(const std::string& path) {
-    steps.push_back([path](QDialog* dialog) {
-      ASSERT_NE(qobject_cast<QFileDialog*>(dialog), nullptr) << dialog->windowTitle().toStdString();
-      dialog->findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(path));
-      dialog->accept();
-    });
-  }
-  void cancel() {
-    steps.push_back([](QDialog* dialog) { dialog->reject(); });
-  }
-  void use(Step step) { steps.push_back(std::move(step)); }
 
  private:
   void look() {
@@ -58,14 +74,15 @@ class WindowPerson : public QObject {
       look();
       auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
       if (dialog == nullptr || !dialog->isVisible() || !dialog->isEnabled()) return;
-      remember(*dialog);
-      if (steps.empty()) {
+      const auto* box = qobject_cast<const QMessageBox*>(dialog);
+      seen.push_back((dialog->windowTitle() + (box != nullptr ? "|" + box->text() : QString())).toStdString());
+      if (steps_.empty()) {
         ADD_FAILURE() << "nobody expects " << seen.back();
         dialog->reject();
         return;
       }
-      const Step step = std::move(steps.front());
-      steps.pop_front();
+      const Step step = std::move(steps_.front());
+      steps_.pop_front();
       try {
         step(dialog);
       } catch (const std::exception& error) {
@@ -76,27 +93,7 @@ class WindowPerson : public QObject {
     });
   }
 
-  void remember(const QDialog& dialog) {
-    const auto* box = qobject_cast<const QMessageBox*>(&dialog);
-    const QString text = dialog.windowTitle() + (box != nullptr ? "|" + box->text() : QString());
-    seen.push_back(text.toStdString());
-    if (qobject_cast<const QFileDialog*>(&dialog) == nullptr) expectNames(dialog);
-  }
-
-  /// Every field says to a screen reader what it is for.
-  static void expectNames(const QDialog& dialog) {
-    for (const QWidget* field : dialog.findChildren<QWidget*>()) {
-      const bool isField =
-          field->focusPolicy() != Qt::NoFocus &&
-          (qobject_cast<const QLineEdit*>(field) || qobject_cast<const QComboBox*>(field) ||
-           qobject_cast<const QAbstractItemView*>(field) || qobject_cast<const QPlainTextEdit*>(field));
-      const bool ownPart =
-          field->parentWidget() != nullptr && !field->objectName().isEmpty() && !field->objectName().startsWith("qt_");
-      if (isField && ownPart) {
-        EXPECT_FALSE(field->accessibleName().isEmpty()) << field->objectName().toStdString();
-      }
-    }
-  }
+  std::deque<Step> steps_;
 };
 
 }  // namespace vellandra

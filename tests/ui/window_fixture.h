@@ -9,19 +9,41 @@
 #include <memory>
 
 #include "core_fixture.h"
+#include "ui/calibration_settings.h"
 #include "ui/main_window.h"
 #include "ui/person.h"
 #include "ui/window_interface.h"
 
 namespace vellandra {
 
-/// The main window over a folder of its own, with the sample map "wales" and a viewer that does what `onMap` says.
-class WindowTest : public CoreTest {
- protected:
-  WindowTest() {
+using Seen = std::vector<std::string>;
+
+/// The windows' own state as new, in the test's folder.
+class UiTest : public CoreTest {
+ public:
+  UiTest() {
     (void)setenv("VELLANDRA_HOME", folder.c_str(), 1);
+    lastCalibrationSettings = CalibrationSettings();
+    for (const char* name : {"readme.txt", "tick.png", "cross.png"}) copy(SOURCE_FOLDER "/data/", name);
+  }
+  ~UiTest() override {
+    QCoreApplication::sendPostedEvents();
+    (void)unsetenv("VELLANDRA_HOME");
+  }
+
+  using CoreTest::folder;
+  using CoreTest::makeImage;
+  void copy(const std::string& from, const std::string& name) const {
+    std::filesystem::copy_file(from + name, folder + name, std::filesystem::copy_options::overwrite_existing);
+  }
+  bool exists(const std::string& name) const { return std::filesystem::exists(folder + name); }
+};
+
+/// The main window over the sample map "wales", and a viewer that does what `onMap` says.
+class WindowTest : public UiTest {
+ public:
+  WindowTest() {
     for (const char* name : {"wales.map", "wales.png", "wales.tfw"}) copy(SOURCE_FOLDER "/samples/wales/", name);
-    copy(SOURCE_FOLDER "/data/", "readme.txt");
     QApplication::clipboard()->clear();
     window = std::make_unique<MainWindow>([this](QWidget*, ViewerMode mode) {
       modes.push_back(mode);
@@ -31,22 +53,14 @@ class WindowTest : public CoreTest {
     setUserInterface(*interface);
     window->show();
   }
-  ~WindowTest() override {
-    QCoreApplication::sendPostedEvents();
-    (void)unsetenv("VELLANDRA_HOME");
-  }
 
-  void copy(const std::string& from, const std::string& name) const {
-    std::filesystem::copy_file(from + name, folder + name, std::filesystem::copy_options::overwrite_existing);
-  }
   QAction* action(const char* name) const { return window->findChild<QAction*>(name); }
   void choose(const char* name) const { action(name)->trigger(); }
-  std::string panel() const { return window->findChild<QPlainTextEdit*>("message")->toPlainText().toStdString(); }
-  bool exists(const std::string& name) const { return std::filesystem::exists(folder + name); }
+  std::string panel() const { return part<QPlainTextEdit>(window.get(), "message")->toPlainText().toStdString(); }
 
   /// Opens the sample without a question.
   void openWales() {
-    someone.pick(folder + "wales.map");
+    someone.answer(folder + "wales.map");
     choose("mnufo");
     someone.seen.clear();
     ASSERT_TRUE(driver.calibrationPending);
@@ -58,7 +72,5 @@ class WindowTest : public CoreTest {
   std::unique_ptr<MainWindow> window;
   std::unique_ptr<WindowInterface> interface;
 };
-
-using Seen = std::vector<std::string>;
 
 }  // namespace vellandra

@@ -1,0 +1,86 @@
+#include <QAccessible>
+#include <QLabel>
+#include <set>
+
+#include "imaging/tile_grid.h"
+#include "ui/adjust_point.h"
+#include "ui/map_viewer_dialog.h"
+#include "ui/match_dialog.h"
+#include "ui/merge_dialog.h"
+#include "ui/point_entry.h"
+#include "ui/tfw_dialog.h"
+#include "ui/window_fixture.h"
+
+namespace vellandra {
+namespace {
+
+/// A widget that Qt made for one of its own.
+bool isInside(const QWidget* widget) {
+  for (const QWidget* over = widget->parentWidget(); over != nullptr; over = over->parentWidget()) {
+    if (over->inherits("QAbstractSpinBox") || over->inherits("QComboBox") || over->inherits("QAbstractItemView")) {
+      return true;
+    }
+  }
+  return false;
+}
+
+/// Every field has a name, and no two share a key.
+void expectNames(const QWidget& window) {
+  int fields = 0;
+  for (QWidget* field : window.findChildren<QWidget*>()) {
+    if (!(field->focusPolicy() & Qt::TabFocus) || isInside(field) || field->inherits("QSplitterHandle")) continue;
+    ++fields;
+    EXPECT_FALSE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name).isEmpty())
+        << window.windowTitle().toStdString() << ": " << field->metaObject()->className() << " "
+        << field->objectName().toStdString();
+  }
+  std::set<QKeySequence> keys;
+  for (QWidget* named : window.findChildren<QWidget*>()) {
+    const auto* label = qobject_cast<const QLabel*>(named);
+    if (!named->isVisibleTo(&window) || (label != nullptr && label->buddy() == nullptr)) continue;
+    const QKeySequence key = QKeySequence::mnemonic(named->property("text").toString());
+    EXPECT_TRUE(key.isEmpty() || keys.insert(key).second)
+        << window.windowTitle().toStdString() << ": twice " << key.toString().toStdString();
+  }
+  EXPECT_GT(fields, 0) << window.windowTitle().toStdString();
+}
+
+TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndHasItsOwnKey) {
+  openWales();
+  LoadDatums();
+  expectNames(*window);
+  const auto look = [](QDialog* dialog) {
+    expectNames(*dialog);
+    dialog->reject();
+  };
+  for (const char* command : {"mnupref", "mnurs"}) {
+    someone.use(look);
+    choose(command);
+  }
+  someone.answer("openReadme");
+  someone.use(look);
+  choose("mnuhelphelp");
+  GarminTileControls controls{520, 600, {200, 200}};
+  someone.use(look);
+  interface->askGarminTiles(controls);
+  expectNames(MatchDialog(window.get(), "Choose to match : X", {"WGS 84"}));
+  expectNames(TfwDialog(window.get(), "1\r\n", {" 1 : 174-180W", "GB-OrdSvy"}));
+  expectNames(MergeDialog(window.get()));
+  expectNames(AdjustPointDialog(1, window.get()));
+  expectNames(CalibrationSettingsDialog({}, window.get()));
+  ASSERT_TRUE(loadMapImage(calibration.imagePath));
+  for (const ViewerMode mode : {ViewerMode::calibrate, ViewerMode::view, ViewerMode::crop}) {
+    const MapViewerDialog viewer(mode, mapImage.bitmap, window.get());
+    expectNames(viewer);
+    for (const EntryGrid grid : {EntryGrid::degrees, EntryGrid::british, EntryGrid::utm}) {
+      auto* entry = viewer.findChild<PointEntry*>();
+      if (entry == nullptr) continue;
+      entry->setSettings({grid, "WGS 84", 30, false});
+      entry->show();
+      expectNames(viewer);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vellandra
