@@ -198,7 +198,7 @@ TEST_F(GarminTest, ButtonsChangeTheCountsInTheirOrder) {
 
 TEST_F(GarminTest, AMapThatCannotBeLoadedIsToldInTheWritersWords) {
   writeTestFile(folder + "scan.png", "no image");
-  someone.press(QMessageBox::Ok);
+  someone.answer("OK");
   interface->askGarminTiles(controls);
   EXPECT_EQ(someone.seen, Seen{"Vellandra|Unable to load map"});
   EXPECT_FALSE(controls.isConfirmed());
