@@ -94,6 +94,15 @@ EntryField parseAngle(std::string_view typed, const AngleKind& kind) {
   return {minus || letter == kind.negative ? -value : value, ""};
 }
 
+std::string lettersProblem(std::string_view letters, std::size_t count, const char* otherCount) {
+  const std::string square = upperCase(trim(letters));
+  if (square.empty()) return "";
+  if (square.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") != std::string::npos) {
+    return "letters from A to Z without I";
+  }
+  return square.size() == count ? "" : otherCount;
+}
+
 }  // namespace
 
 EntryField parseLatitude(std::string_view text) {
@@ -119,12 +128,11 @@ EntryField parseMetres(std::string_view typed, double least, double most) {
 }
 
 std::string britishLettersProblem(std::string_view letters) {
-  const std::string square = upperCase(trim(letters));
-  if (square.empty()) return "";
-  if (square.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") != std::string::npos) {
-    return "letters from A to Z without I";
-  }
-  return square.size() == 2 ? "" : "two letters, or none for full metres";
+  return lettersProblem(letters, 2, "two letters, or none for full metres");
+}
+
+std::string irishLetterProblem(std::string_view letter) {
+  return lettersProblem(letter, 1, "one letter, or none for full metres");
 }
 
 std::optional<EntryPosition> britishPosition(std::string_view letters, double easting, double northing) {
@@ -132,6 +140,13 @@ std::optional<EntryPosition> britishPosition(std::string_view letters, double ea
   EntryPosition position{};
   OsGridToLatLong(square, northing, easting, position.latitude, position.longitude);
   if (!InGbGridArea(position.latitude, position.longitude)) return std::nullopt;
+  return position;
+}
+
+std::optional<EntryPosition> irishPosition(std::string_view letter, double easting, double northing) {
+  const std::string square = trim(letter).empty() ? "V" : upperCase(trim(letter));
+  EntryPosition position{};
+  IrishGridToLatLong(square, easting, northing, position.latitude, position.longitude);
   return position;
 }
 

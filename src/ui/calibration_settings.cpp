@@ -10,6 +10,7 @@
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QVBoxLayout>
+#include <array>
 
 #include "geodesy/datum.h"
 #include "support/text.h"
@@ -26,6 +27,7 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
     : QDialog(parent),
       degrees_(new QRadioButton(QStringLiteral("&Degrees/Minutes/Seconds"))),
       british_(new QRadioButton(QStringLiteral("OS &Great Britain"))),
+      irish_(new QRadioButton(QStringLiteral("&Irish grid"))),
       utm_(new QRadioButton(QStringLiteral("&UTM zone"))),
       zone_(new QSpinBox),
       southern_(new QCheckBox(QStringLiteral("&Southern hemisphere"))),
@@ -58,6 +60,7 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
   layout->addWidget(new QLabel(QStringLiteral("Choose map grid type:-")));
   layout->addWidget(degrees_);
   layout->addWidget(british_);
+  layout->addWidget(irish_);
   layout->addLayout(zoneRow);
   layout->addSpacing(8);
   layout->addWidget(datumLabel);
@@ -67,11 +70,9 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
   layout->addWidget(buttons);
 
   fillDatums(settings.datum);
-  (settings.grid == EntryGrid::degrees   ? degrees_
-   : settings.grid == EntryGrid::british ? british_
-                                         : utm_)
-      ->setChecked(true);
-  for (QRadioButton* button : {degrees_, british_, utm_}) {
+  const std::array grids = {degrees_, british_, irish_, utm_};
+  grids.at(static_cast<std::size_t>(settings.grid))->setChecked(true);
+  for (QRadioButton* button : grids) {
     connect(button, &QRadioButton::toggled, this, &CalibrationSettingsDialog::updateEnabled);
   }
   connect(filter_, &QLineEdit::textChanged, this, &CalibrationSettingsDialog::filterDatums);
@@ -113,21 +114,28 @@ void CalibrationSettingsDialog::filterDatums(const QString& text) {
 void CalibrationSettingsDialog::updateEnabled() {
   zone_->setEnabled(utm_->isChecked());
   southern_->setEnabled(utm_->isChecked());
-  const bool choosesDatum = !british_->isChecked();
+  const EntryGrid grid = this->grid();
+  const bool choosesDatum = grid == EntryGrid::degrees || grid == EntryGrid::utm;
   filter_->setEnabled(choosesDatum);
   datums_->setEnabled(choosesDatum);
   const bool chosen = datums_->currentItem() != nullptr;
-  note_->setText(!choosesDatum ? QStringLiteral("British grid references have their own datum.")
-                 : chosen      ? QStringLiteral("Points will be on %1.").arg(datums_->currentItem()->text())
-                               : QStringLiteral("No datum has this in its name."));
+  note_->setText(grid == EntryGrid::british ? QStringLiteral("British grid references have their own datum.")
+                 : grid == EntryGrid::irish ? QStringLiteral("Irish grid references are on Ireland 1965.")
+                 : chosen ? QStringLiteral("Points will be on %1.").arg(datums_->currentItem()->text())
+                          : QStringLiteral("No datum has this in its name."));
   findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->setEnabled(!choosesDatum || chosen);
+}
+
+EntryGrid CalibrationSettingsDialog::grid() const {
+  return degrees_->isChecked()   ? EntryGrid::degrees
+         : british_->isChecked() ? EntryGrid::british
+         : irish_->isChecked()   ? EntryGrid::irish
+                                 : EntryGrid::utm;
 }
 
 CalibrationSettings CalibrationSettingsDialog::settings() const {
   CalibrationSettings result;
-  result.grid = degrees_->isChecked()   ? EntryGrid::degrees
-                : british_->isChecked() ? EntryGrid::british
-                                        : EntryGrid::utm;
+  result.grid = grid();
   if (datums_->currentItem() != nullptr) {
     result.datum = datums_->currentItem()->data(Qt::UserRole).toByteArray().toStdString();
   }

@@ -13,12 +13,12 @@ class QSpinBox;
 
 namespace vellandra {
 
-enum class EntryGrid { degrees, british, utm };
+enum class EntryGrid { degrees, british, irish, utm };
 
 /// In which terms the coordinates of new points are given.
 struct CalibrationSettings {
   EntryGrid grid = EntryGrid::degrees;
-  std::string datum = "WGS 84";  ///< trimmed name from the datum table; British points are on WGS 84 whatever it says
+  std::string datum = "WGS 84";  ///< trimmed name from the datum table; points of the national grids have their own
   std::int16_t zone = 30;        ///< of UTM
   bool southern = false;
 };
@@ -38,9 +38,11 @@ class CalibrationSettingsDialog : public QDialog {
   void fillDatums(const std::string& chosen);
   void filterDatums(const QString& text);
   void updateEnabled();
+  EntryGrid grid() const;
 
   QRadioButton* degrees_;
   QRadioButton* british_;
+  QRadioButton* irish_;
   QRadioButton* utm_;
   QSpinBox* zone_;
   QCheckBox* southern_;

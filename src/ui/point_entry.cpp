@@ -24,10 +24,32 @@ namespace {
 
 constexpr const char* invalidGrid = "Invalid grid reference";
 constexpr double squareEnd = 99999.999;
-constexpr double britishEastEnd = 699999.999;
-constexpr double britishNorthEnd = 1299999.999;
 constexpr double utmEastEnd = 999999.999;
 constexpr double utmNorthEnd = 10000000;
+
+/// What differs between the two grids of letters and metres.
+struct NationalGrid {
+  const char* name;
+  const char* datum;  ///< of the positions
+  const char* example;
+  double eastEnd, northEnd;
+  std::string (*lettersProblem)(std::string_view letters);
+  std::optional<EntryPosition> (*position)(std::string_view letters, double easting, double northing);
+};
+constexpr NationalGrid britishGrid{
+    "British national grid", "WGS 84",       "TQ, or none for full metres", 699999.999, 1299999.999,
+    britishLettersProblem,   britishPosition};
+constexpr NationalGrid irishGrid{"Irish grid, datum Ireland 1965",
+                                 "IRELAND 1965",
+                                 "O, or none for full metres",
+                                 499999.999,
+                                 499999.999,
+                                 irishLetterProblem,
+                                 irishPosition};
+
+const NationalGrid* nationalGrid(EntryGrid grid) {
+  return grid == EntryGrid::british ? &britishGrid : grid == EntryGrid::irish ? &irishGrid : nullptr;
+}
 
 void colorReason(QLabel* label) {
   QPalette palette = label->palette();
@@ -56,7 +78,7 @@ PointEntry::PointEntry(QWidget* parent)
   heading_->setFont(bold);
   result_->setWordWrap(true);
   forms_->addWidget(degreesForm());
-  forms_->addWidget(britishForm());
+  forms_->addWidget(nationalGridForm());
   forms_->addWidget(utmForm());
   forms_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
@@ -111,13 +133,13 @@ QWidget* PointEntry::degreesForm() {
   return form;
 }
 
-QWidget* PointEntry::britishForm() {
+QWidget* PointEntry::nationalGridForm() {
   auto* form = new QWidget;
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
-  letters_ = addField(form, "Le&tters", "TQ, or none for full metres");
+  letters_ = addField(form, "Le&tters", "");
   letters_.edit->setMaxLength(4);
-  britishEasting_ = addField(form, "Eastin&g (metres)", "30000");
-  britishNorthing_ = addField(form, "&Northing (metres)", "80000");
+  gridEasting_ = addField(form, "Eastin&g (metres)", "30000");
+  gridNorthing_ = addField(form, "&Northing (metres)", "80000");
   return form;
 }
 
@@ -142,7 +164,8 @@ QWidget* PointEntry::utmForm() {
 
 void PointEntry::setSettings(const CalibrationSettings& settings) {
   settings_ = settings;
-  forms_->setCurrentIndex(static_cast<int>(settings.grid));
+  const NationalGrid* national = nationalGrid(settings.grid);
+  forms_->setCurrentIndex(national != nullptr ? 1 : settings.grid == EntryGrid::degrees ? 0 : 2);
   // Only the form in use decides how high the panel is.
   for (int i = 0; i < forms_->count(); ++i) {
     const bool shown = i == forms_->currentIndex();
@@ -150,8 +173,9 @@ void PointEntry::setSettings(const CalibrationSettings& settings) {
   }
   zone_->setValue(settings.zone);
   southern_->setChecked(settings.southern);
-  datum_->setText(settings.grid == EntryGrid::british ? QStringLiteral("British national grid")
-                                                      : QStringLiteral("Datum %1").arg(shown(settings.datum)));
+  if (national != nullptr) letters_.edit->setPlaceholderText(QString::fromUtf8(national->example));
+  datum_->setText(national != nullptr ? QString::fromUtf8(national->name)
+                                      : QStringLiteral("Datum %1").arg(shown(settings.datum)));
   validate();
 }
 
@@ -198,11 +222,16 @@ std::vector<const PointEntry::Field*> PointEntry::fieldsInUse() const {
     case EntryGrid::degrees:
       return {&latitude_, &longitude_};
     case EntryGrid::british:
-      return {&letters_, &britishEasting_, &britishNorthing_};
+    case EntryGrid::irish:
+      return {&letters_, &gridEasting_, &gridNorthing_};
     case EntryGrid::utm:
       return {&easting_, &northing_};
   }
   return {};
+}
+
+std::string PointEntry::textOf(const Field& field) {
+  return field.edit->text().toStdString();
 }
 
 /// Shows the reason beside the field; true when the field has a value.
@@ -214,9 +243,22 @@ bool PointEntry::reportField(const Field& field, const EntryField& entry) {
   return entry.value.has_value();
 }
 
+bool PointEntry::readNationalGrid() {
+  const NationalGrid& grid = *nationalGrid(settings_.grid);
+  const std::string letters = textOf(letters_);
+  const bool full = letters_.edit->text().trimmed().isEmpty();
+  const EntryField easting = parseMetres(textOf(gridEasting_), 0, full ? grid.eastEnd : squareEnd);
+  const EntryField northing = parseMetres(textOf(gridNorthing_), 0, full ? grid.northEnd : squareEnd);
+  const std::string problem = grid.lettersProblem(letters);
+  reportField(letters_, {std::nullopt, problem});
+  const bool first = reportField(gridEasting_, easting);
+  if (!reportField(gridNorthing_, northing) || !first || !problem.empty()) return false;
+  position_ = grid.position(letters, *easting.value, *northing.value);
+  return true;
+}
+
 /// Puts what the fields say into `position_`; false while one is empty or cannot be read.
 bool PointEntry::readFields() {
-  const auto textOf = [](const Field& field) { return field.edit->text().toStdString(); };
   position_.reset();
   if (settings_.grid == EntryGrid::degrees) {
     const EntryField latitude = parseLatitude(textOf(latitude_));
@@ -224,16 +266,8 @@ bool PointEntry::readFields() {
     const bool first = reportField(latitude_, latitude);
     if (!reportField(longitude_, longitude) || !first) return false;
     position_ = EntryPosition{*latitude.value, *longitude.value};
-  } else if (settings_.grid == EntryGrid::british) {
-    const std::string letters = textOf(letters_);
-    const bool full = shown(letters).trimmed().isEmpty();
-    const EntryField easting = parseMetres(textOf(britishEasting_), 0, full ? britishEastEnd : squareEnd);
-    const EntryField northing = parseMetres(textOf(britishNorthing_), 0, full ? britishNorthEnd : squareEnd);
-    const std::string problem = britishLettersProblem(letters);
-    reportField(letters_, {std::nullopt, problem});
-    const bool first = reportField(britishEasting_, easting);
-    if (!reportField(britishNorthing_, northing) || !first || !problem.empty()) return false;
-    position_ = britishPosition(letters, *easting.value, *northing.value);
+  } else if (nationalGrid(settings_.grid) != nullptr) {
+    return readNationalGrid();
   } else {
     const EntryField easting = parseMetres(textOf(easting_), 0, utmEastEnd);
     const EntryField northing = parseMetres(textOf(northing_), 0, utmNorthEnd);
@@ -270,8 +304,8 @@ void PointEntry::accept() {
     return;
   }
   if (position_) {
-    Q_EMIT given(position_->latitude, position_->longitude,
-                 settings_.grid == EntryGrid::british ? "WGS 84" : settings_.datum);
+    const NationalGrid* national = nationalGrid(settings_.grid);
+    Q_EMIT given(position_->latitude, position_->longitude, national != nullptr ? national->datum : settings_.datum);
     return;
   }
   for (const Field* field : fieldsInUse()) {

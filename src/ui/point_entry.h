@@ -48,12 +48,14 @@ class PointEntry : public QWidget {
   };
   Field addField(QWidget* form, const char* label, const char* example);
   QWidget* degreesForm();
-  QWidget* britishForm();
+  QWidget* nationalGridForm();
   QWidget* utmForm();
   std::vector<const Field*> fieldsInUse() const;
   QString typed() const;  ///< what stands in the fields, all in one
+  static std::string textOf(const Field& field);
   static bool reportField(const Field& field, const EntryField& entry);
   bool readFields();
+  bool readNationalGrid();
   void validate();
   void accept();
 
@@ -63,7 +65,7 @@ class PointEntry : public QWidget {
   QLabel* datum_;
   QStackedWidget* forms_;
   Field latitude_{}, longitude_{};
-  Field letters_{}, britishEasting_{}, britishNorthing_{};
+  Field letters_{}, gridEasting_{}, gridNorthing_{};  ///< of the British or the Irish grid
   Field easting_{}, northing_{};
   QSpinBox* zone_ = nullptr;
   QCheckBox* southern_ = nullptr;

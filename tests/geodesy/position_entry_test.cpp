@@ -81,10 +81,19 @@ TEST(PositionEntry, GridReferences) {
   EXPECT_NEAR(letters->latitude, 51.51807913, 2e-8);
   EXPECT_DOUBLE_EQ(metres->latitude, letters->latitude);
   EXPECT_NEAR(south->latitude, -36.13956045, 2e-8);
+  // cs2cs from tmerc on a=6377340.189, rf=299.3249646, without a shift.
+  const auto irish = irishPosition("o", 15000, 34000);
+  const auto irishMetres = irishPosition("", 315000, 234000);
+  ASSERT_TRUE(irish && irishMetres);
+  EXPECT_NEAR(irish->latitude, 53.34372914, 2e-8);
+  EXPECT_NEAR(irish->longitude, -6.27310280, 2e-8);
+  EXPECT_DOUBLE_EQ(irishMetres->longitude, irish->longitude);
   EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
   for (const char* good : {"tq", ""}) EXPECT_EQ(britishLettersProblem(good), "") << good;
   EXPECT_EQ(britishLettersProblem("TI"), "letters from A to Z without I");
   EXPECT_EQ(britishLettersProblem("T"), "two letters, or none for full metres");
+  EXPECT_EQ(irishLetterProblem("O"), "");
+  EXPECT_EQ(irishLetterProblem("SU"), "one letter, or none for full metres");
 
   datumTable = DatumTable();
   datumTable.count = 1;

@@ -72,7 +72,7 @@ TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndHasItsOwnKey) {
   for (const ViewerMode mode : {ViewerMode::calibrate, ViewerMode::view, ViewerMode::crop}) {
     const MapViewerDialog viewer(mode, mapImage.bitmap, window.get());
     expectNames(viewer);
-    for (const EntryGrid grid : {EntryGrid::degrees, EntryGrid::british, EntryGrid::utm}) {
+    for (const EntryGrid grid : {EntryGrid::degrees, EntryGrid::british, EntryGrid::irish, EntryGrid::utm}) {
       auto* entry = viewer.findChild<PointEntry*>();
       if (entry == nullptr) continue;
       entry->setSettings({grid, "WGS 84", 30, false});

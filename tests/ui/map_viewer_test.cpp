@@ -87,12 +87,24 @@ TEST_F(MapViewerTest, EntryGivesItsReasonAndTakesOnlyWhatIsRight) {
   ASSERT_EQ(points(), 1U);
   EXPECT_NEAR(point(1).latitude, 51.5048, 1e-3);
   EXPECT_EQ(point(1).datum, "WGS 84");
+
+  open(ViewerMode::calibrate);
+  start([](CalibrationSettingsDialog& dialog) { dialog.findChildren<QRadioButton*>().at(2)->setChecked(true); });
+  click(100, 100);
+  field("Letters")->setText("TQ");
+  fill("Easting (metres)", "15000", "Northing (metres)", "34000");
+  EXPECT_EQ(field("Letters")->accessibleDescription(), "one letter, or none for full metres");
+  field("Letters")->setText("O");
+  press("Place point");
+  ASSERT_EQ(points(), 1U);
+  EXPECT_NEAR(point(1).longitude, -6.2731, 1e-4) << "Dublin";
+  EXPECT_EQ(point(1).datum, "IRELAND 1965");
 }
 
 TEST_F(MapViewerTest, DatumAndZoneComeFromTheSettingsAndAreRemembered) {
   open(ViewerMode::calibrate);
   start([](CalibrationSettingsDialog& dialog) {
-    dialog.findChildren<QRadioButton*>().at(2)->setChecked(true);
+    dialog.findChildren<QRadioButton*>().at(3)->setChecked(true);
     dialog.findChild<QSpinBox*>()->setValue(33);
     for (const char* sought : {"no such datum", "european 1979"}) {
       dialog.findChild<QLineEdit*>("filter")->setText(sought);
