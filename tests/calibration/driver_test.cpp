@@ -241,6 +241,8 @@ TEST_F(DriverTest, ImageTooWideForTheRecordIsRefusedFromItsHeader) {
 TEST_F(DriverTest, FailedWriteKeepsWhatWasThere) {
   preferences.warnOverwrite = false;
   writeTestFile(folder + "area.map", map);
+  fs::copy_file(preferences.datumsPath, folder + "datums.txt");  // where nobody can read it, too
+  preferences.datumsPath = folder + "datums.txt";
   const auto expectStopped = [this](const char* why) {
     EXPECT_EQ(lastBox(), "unable to write " + folder + "area.tfw") << why;
     person.boxes.clear();
