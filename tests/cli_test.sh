@@ -3,6 +3,7 @@
 # Usage: cli_test.sh PROGRAM SAMPLES DATUMS
 set -u
 unset DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM  # boxes go to the terminal
+tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 program=$(realpath "$1") samples=$(realpath "$2") datums=$(realpath "$3")
 work=$(mktemp -d)
 trap 'umount "$work/small" 2>/dev/null; rm -rf "$work"' EXIT
@@ -71,11 +72,11 @@ for extension in map tfw jgw pgw jpr cal gux imp gmi mcd; do
   grep -qa "Out of memory" "$work/answer" && fail "more than 200 MB for junk.$extension"
 done
 
-# near FILE FILE SCALE: positions of two lists agree within a tenth of a pixel of SCALE degrees.
+# near FILE FILE SCALE [COUNT]: the positions (5) of two lists agree within a tenth of a pixel of SCALE degrees.
 near() {
-  paste "$1" "$2" | awk -v scale="$3" '
+  paste "$1" "$2" | awk -v scale="$3" -v count="${4:-5}" '
     { d = sqrt(($1 - $3) ^ 2 + ($2 - $4) ^ 2) / scale; if (d > 0.1) { print "off by", d, "pixels"; bad = 1 } }
-    END { exit bad || NR != 5 }'
+    END { exit bad || NR != count }'
 }
 
 # compare SAMPLE CALIBRATION WIDTH HEIGHT: GDAL and the program put corners and centre at the same places, by the world
@@ -90,12 +91,11 @@ compare() {
   scale=$(sed -n 's/^tf1=//p' "$folder/$1.js" | tr -d '\r')
   printf '%s\n' "0 0" "$x1 0" "$x1 $y1" "0 $y1" "$((width / 2)) $((height / 2))" >"$work/pixels"
 
-  tr -d '\r;' <"$folder/$1.js" | sed "s/'//g" >"$work/terms"
-  awk -F'[= ]' 'NR == FNR { v[$1] = $2; next }
-    v["proj"] == "M" { m = v["my0"] + (v["my1"] - v["my0"]) * $2 / v["high"]; pi = atan2(0, -1)
-      print v["x0"] + v["tf1"] * $1, (2 * atan2(exp(m), 1) - pi / 2) * 180 / pi; next }
-    { print v["x0"] + v["tf1"] * $1 + v["tf3"] * $2, v["y0"] + v["tf2"] * $1 + v["tf4"] * $2 }' \
-    CONVFMT=%.9f OFMT=%.9f "$work/terms" "$work/pixels" >"$work/ours"
+  node "$tests/formats/script_positions.js" "$folder/$1.js" <"$work/pixels" >"$work/ours"
+  # The .mcd holds the first and the third of them.
+  "$tests/formats/mcd_positions.py" "$folder/$1.mcd" "$width" "$height" >"$work/by-mcd"
+  sed -n '1p;3p' "$work/ours" >"$work/corners"
+  near "$work/by-mcd" "$work/corners" "$scale" 2 || fail "the corners of $1.mcd"
 
   # GDAL knows the projection under a name without blanks only; the points are what is compared.
   sed 's|Latitude / Longitude|Latitude/Longitude|; s|^Map Projection, |Map Projection,|' "$folder/$1.map" >"$folder/g.map"
@@ -103,7 +103,7 @@ compare() {
   gdaltransform -order 1 -t_srs OGC:CRS84 -output_xy "$folder/g.map" <"$work/pixels" >"$work/by-map"
   near "$work/by-map" "$work/ours" "$scale" || fail "GDAL differs on $1.map"
 
-  grep -q "^proj=M" "$work/terms" && return  # a world file has no Mercator
+  grep -q "^proj='M'" "$folder/$1.js" && return  # a world file has no Mercator
   # As an image's own world file: GDAL counts pixels from the corner of the top left one, not from its centre.
   mv "$folder/$1.tfw" "$folder/$1.pgw"
   awk '{ print $1 + 0.5, $2 + 0.5 }' "$work/pixels" | gdaltransform -output_xy "$folder/$1.png" >"$work/by-world-file"
