@@ -78,6 +78,7 @@ class MapCanvas : public QWidget {
   void findGridLines();
   void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;
+  QPointF markMiddle(const CanvasMark& mark) const;
   void drawMarks(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
   void drawAim(QPainter& painter) const;
