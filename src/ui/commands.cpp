@@ -133,12 +133,12 @@ bool mnuvc(const Viewer& viewer) {
 }
 
 bool mnuabout() {
-  tell(
-      "Calibration and conversion 2.0.6\n"
-      "Corvane 2026\n"
-      "support@corvane.example\n"
-      "Uses FreeImage : see Readme for details",
-      "About");
+  userInterface().messageBox(
+      {"Calibration and conversion 2.0.6\n"
+       "Corvane 2026\n"
+       "support@corvane.example\n"
+       "Uses FreeImage : see Readme for details",
+       "About"});
   return true;
 }
 

@@ -63,6 +63,9 @@ std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
   if (!save) filters << "All files (*)";
   dialog.setNameFilters(filters);
   dialog.selectFile(shown(picker.defaultName));
+  // Names, types and dates are to be read without pulling at the columns.
+  constexpr int characters = 90;
+  dialog.resize(dialog.size().expandedTo({dialog.fontMetrics().averageCharWidth() * characters, 0}));
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
   const QString chosen = dialog.selectedFiles().constFirst();
   windowSettings().setValue(folderKey, QFileInfo(chosen).absolutePath());
