@@ -38,12 +38,14 @@ std::string fitReport(const TrialFit& fit, std::size_t count) {
   if (count == 1) return "One point more makes a calibration";
   if (!fit.valid) return "These points make no calibration: they share a place, or one is wrong";
   constexpr double shownAsNone = 0.005;
-  if (count <= 3 && fit.rootMeanSquare < shownAsNone) return "Two or three points always fit: take four or more";
-  const std::string error = "Error of the fit: " + formatNumber(fit.rootMeanSquare, "0.00") + " pixels (rms)\n";
-  if (count <= 3) return error + "Four points or more show how good they are";
-  if (fit.worstPoint == 0) return error + "No point is worse than all others";
+  const bool exact = fit.rootMeanSquare < shownAsNone;
+  if (count <= 3 && exact) return "Two or three points always fit: take four or more";
+  std::string error = "Error of the fit: " + formatNumber(fit.rootMeanSquare, "0.00") + " pixels (rms)";
+  if (exact) return error;
+  if (count <= 3) return error + "\nFour points or more show how good they are";
+  if (fit.worstPoint == 0) return error + "\nNo point is worse than all others";
   const double worst = fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)];
-  return error + "Worst is point " + std::to_string(fit.worstPoint) + " with " + formatNumber(worst, "0.00") +
+  return error + "\nWorst is point " + std::to_string(fit.worstPoint) + " with " + formatNumber(worst, "0.00") +
          " pixels";
 }
 
