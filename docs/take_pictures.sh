@@ -61,7 +61,15 @@ place_point() {  # X Y LATITUDE LONGITUDE
   write "$4"
 }
 
-cp "$root"/samples/sicily/sicily.{map,png} "$maps"
+# The sample's own points lie in its corners, where their marks are hardly seen: here they lie on the printed grid.
+cp "$root/samples/iberia/iberia.png" "$maps"
+awk -v points="114 45 44 8 W,654 45 44 2 E,330 335 40 4 W,654 609 36 2 E,114 609 36 8 W" '
+  BEGIN { count = split(points, point, ",") }
+  NR > 9 && NR <= 9 + count {
+    split(point[NR - 9], p, " ")
+    $0 = sprintf("Point%02d,xy,%d,%d,in,deg,%d,0,N,%d,0,%s,grid,,,,N\r", NR - 9, p[1], p[2], p[3], p[4], p[5])
+  }
+  { print }' "$root/samples/iberia/iberia.map" >"$maps/iberia.map"
 printf '[General]\nfolder=%s\n' "$maps" >"$folder/program/windows.ini"
 start_program
 picture start
@@ -75,7 +83,7 @@ press Return
 wait_window "$main"
 picture opened
 press alt+v v
-wait_window "View calibrated map - sicily.png"
+wait_window "View calibrated map - iberia.png"
 picture viewer
 press alt+c
 wait_window "$main"
@@ -110,7 +118,6 @@ wait_window "$main"
 press alt+f w
 settle
 
-cp "$root"/samples/iberia/iberia.{map,png} "$maps"
 press alt+f o
 choose_file "Open calibration file for map" "iberia.map"
 wait_window "$main"
@@ -123,7 +130,7 @@ wait_window "$main"
 press alt+f g
 wait_window "Garmin Tile controls"
 settle
-click 100 600
+click 185 600
 picture tiles
 press Return
 wait_window "$main"

@@ -229,6 +229,7 @@ bool saveClipboardImage() {
     if (userInterface().messageBox(box) != Answer::ok) return false;
   }
   if (!formats.saveClipboardImage(path)) return stop("Unable to save " + path);
+  driver.writtenFiles.push_back(path);
   calibration.imagePath = path;
   splitInputPath(path);
   return true;
@@ -260,7 +261,15 @@ void logPoints() {
   }
 }
 
+void showFiles(const std::string& what, const std::vector<std::string>& paths) {
+  std::string names;
+  for (const std::string& path : paths) names += (names.empty() ? "" : ", ") + std::string(fileName(path));
+  if (!names.empty()) showMessage(what + names);
+}
+
 bool writeOutputs() {
+  driver.writtenFiles.clear();
+  driver.keptFiles.clear();
   if (!driver.transformValid) return stop("Insufficient points to proceed");
   if (!saveClipboardImage()) return false;
   reportImageName();
@@ -275,6 +284,8 @@ bool writeOutputs() {
   if (!runWriters(WriterMoment::fourPoints)) return false;
   showPanel();
   if (!runWriters(WriterMoment::last)) return false;
+  showFiles("Written: ", driver.writtenFiles);
+  showFiles("Kept as they were: ", driver.keptFiles);
   showMessage("done");
   return true;
 }

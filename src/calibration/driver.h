@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "calibration/reference_pair.h"
 
@@ -75,6 +76,8 @@ struct Driver {
   ReferencePair referencePair;
   double metresPerPixel = 0;
   WorldFileTerms worldFile;
+  /// Of the run that writes, in the order of the writers: what was written, and what the person keeps as it was.
+  std::vector<std::string> writtenFiles, keptFiles;
   bool transformValid = false;      ///< the coefficients belong to the current points
   bool calibrationPending = false;  ///< a calibration has been read or built and not yet written
 };

@@ -1,5 +1,6 @@
 #include "calibration/trial_fit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -51,16 +52,22 @@ void measureResiduals(TrialFit& fit) {
   const Calibration& c = fit.map;
   double squares = 0;
   double worst = -1;
+  double next = -1;
   for (int i = 1; i <= c.pointCount; ++i) {
     const Pixel pixel = pixelAt(c, c.latitude[i], c.longitude[i]);
     const double residual = std::hypot(pixel.x - c.pixelX[i], pixel.y - c.pixelY[i]);
     fit.residuals.push_back(residual);
     squares += residual * residual;
     if (residual > worst) {
-      worst = residual;
+      next = std::exchange(worst, residual);
       fit.worstPoint = i;
+    } else {
+      next = std::max(next, residual);
     }
   }
+  // Four points of a rectangle share one residual: which is a hair larger is chance.
+  constexpr double shown = 0.005;
+  if (worst < shown || worst <= 1.01 * next) fit.worstPoint = 0;
   fit.rootMeanSquare = std::sqrt(squares / c.pointCount);
 }
 

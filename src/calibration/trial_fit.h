@@ -13,7 +13,7 @@ struct TrialFit {
   Calibration map;                ///< the record after the fit: positions on WGS 84, coefficients, Mercator ordinates
   std::vector<double> residuals;  ///< pixels, of points 1 to `pointCount` in this order; empty when not valid
   double rootMeanSquare = 0;      ///< pixels
-  int worstPoint = 0;             ///< counted from 1; 0 when not valid
+  int worstPoint = 0;             ///< counted from 1; 0 when no residual is really larger than all others
 };
 
 /// Fits points 1 to `pointCount` of `map` as the driver does for an input of type `inputType`. Not valid with too few

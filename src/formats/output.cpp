@@ -20,7 +20,10 @@ namespace vellandra {
 WriteOutcome writeCalibrationFile(const std::string& path, const std::string& content) {
   if (preferences.warnOverwrite && fileExists(path)) {
     const MessageBox box{"OK to overwrite " + path, "Vellandra", Buttons::okCancel, Icon::question};
-    if (userInterface().messageBox(box) != Answer::ok) return WriteOutcome::declined;
+    if (userInterface().messageBox(box) != Answer::ok) {
+      driver.keptFiles.push_back(path);
+      return WriteOutcome::declined;
+    }
   }
   if (!writeWholeFile(path, content)) {
     writeLog("unable to write " + path);
@@ -28,6 +31,7 @@ WriteOutcome writeCalibrationFile(const std::string& path, const std::string& co
     return WriteOutcome::failed;
   }
   writeLog("written " + path);
+  driver.writtenFiles.push_back(path);
   return WriteOutcome::written;
 }
 

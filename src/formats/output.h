@@ -8,7 +8,8 @@
 namespace vellandra {
 
 /// Writes a calibration file of the current run. An existing file is replaced only when the person agrees, or without a
-/// question when the preference "warnoverwrite" is off. A failed write is told.
+/// question when the preference "warnoverwrite" is off. A failed write is told. The driver's lists of files get the
+/// path.
 WriteOutcome writeCalibrationFile(const std::string& path, const std::string& content);
 
 /// Input folder and base name, followed by `ending` (such as ".gmi").

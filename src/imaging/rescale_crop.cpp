@@ -80,7 +80,7 @@ bool isInside(const PixelRectangle& part, const Bitmap& image) {
 
 bool rescaleMap() {
   if (!calibrated()) return false;
-  const std::optional<std::string> text = userInterface().askText("Scale percentage", "50");
+  const std::optional<std::string> text = userInterface().askText("Scale percentage, 10 to 90", "50");
   if (!text) return false;
   const std::optional<double> percentage = percentageFrom(*text, 10, 90);
   if (!percentage) {

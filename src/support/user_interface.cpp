@@ -26,7 +26,7 @@ bool askOkCancel(const std::string& text, const std::string& title) {
 }
 
 void tell(const std::string& text, const std::string& title) {
-  userInterface().messageBox({text, title});
+  userInterface().messageBox({text, title, Buttons::ok, Icon::warning});
 }
 
 }  // namespace vellandra

@@ -124,7 +124,7 @@ void setUserInterface(UserInterface& implementation);
 /// Asks `text` with OK and Cancel; true on OK.
 bool askOkCancel(const std::string& text, const std::string& title = "Vellandra");
 
-/// Shows `text` with an OK button.
+/// Shows `text`, which says why something was not done, with an OK button.
 void tell(const std::string& text, const std::string& title = "Vellandra");
 
 }  // namespace vellandra

@@ -55,13 +55,16 @@ bool calculate() {
   return do_it();
 }
 
+/// Asks before another map takes the place of a calibration that is in no file yet. True to go on.
+bool mayReplacePending() {
+  return !driver.calibrationPending || askOkCancel("Calibrations not written : OK to read else cancel", "Not written");
+}
+
 }  // namespace
 
 bool mnufo(const std::string& path) {
   driver.stage = openCalibration;
-  if (driver.calibrationPending && !askOkCancel("Calibrations not written : OK to read else cancel", "Not written")) {
-    return false;
-  }
+  if (!mayReplacePending()) return false;
   driver.offeredPath = path;
   const bool done = do_it();
   driver.offeredPath.clear();
@@ -69,6 +72,7 @@ bool mnufo(const std::string& path) {
 }
 
 bool mnulm(const Viewer& viewer, const std::string& path) {
+  if (!mayReplacePending()) return false;
   std::string image = path.empty() ? getifile() : path;
   if (image.empty()) return false;
   std::int16_t width = 0;
@@ -81,6 +85,7 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
 }
 
 bool mnulic(const Viewer& viewer) {
+  if (!mayReplacePending()) return false;
   if (!takeMapImage(userInterface().clipboardPicture())) {
     tell("There is no picture on the clipboard");
     return false;
@@ -128,12 +133,12 @@ bool mnuvc(const Viewer& viewer) {
 }
 
 bool mnuabout() {
-  tell(
-      "Calibration and conversion 2.0.6\n"
-      "Corvane 2026\n"
-      "support@corvane.example\n"
-      "Uses FreeImage : see Readme for details",
-      "About");
+  userInterface().messageBox(
+      {"Calibration and conversion 2.0.6\n"
+       "Corvane 2026\n"
+       "support@corvane.example\n"
+       "Uses FreeImage : see Readme for details",
+       "About"});
   return true;
 }
 

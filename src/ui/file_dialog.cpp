@@ -3,8 +3,10 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QStandardPaths>
+#include <QTreeView>
 
 #include "ui/qt_text.h"
 #include "ui/window_settings.h"
@@ -63,6 +65,13 @@ std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
   if (!save) filters << "All files (*)";
   dialog.setNameFilters(filters);
   dialog.selectFile(shown(picker.defaultName));
+  // Names, types and dates are to be read without pulling at the columns.
+  constexpr int characters = 110;
+  if (auto* files = dialog.findChild<QTreeView*>("treeView")) {
+    files->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    files->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+  }
+  dialog.resize(dialog.size().expandedTo({dialog.fontMetrics().averageCharWidth() * characters, 0}));
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
   const QString chosen = dialog.selectedFiles().constFirst();
   windowSettings().setValue(folderKey, QFileInfo(chosen).absolutePath());

@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "support/paths.h"
 #include "ui/picture.h"
@@ -22,11 +23,27 @@ QPixmap mark(const char* name) {
   return QPixmap(shownPath(programFolder()) + name);
 }
 
+constexpr std::int64_t mostTiles = 1000;  ///< past which no map is written
+
+/// Into how many tiles the map is cut, and how many of them are written.
+QString countsText(const TileControls& controls) {
+  const std::int64_t count = controls.tileCount();
+  const QString cut = QStringLiteral("%1 x %2 tiles, ").arg(controls.tilesAcross()).arg(controls.tilesDown());
+  if (count > mostTiles) return cut + QStringLiteral("too many: at most %1 can be written").arg(mostTiles);
+  std::int64_t written = 0;
+  for (std::int64_t number = 1; number <= count; ++number) written += controls.isTicked(number) ? 1 : 0;
+  return cut + QStringLiteral("%1 will be written").arg(written);
+}
+
 /// The map with its tiles.
 class TilePicture : public QWidget {
  public:
-  TilePicture(const Picture& map, TileControls& controls)
-      : map_(imageOf(map)), controls_(controls), tick_(mark("tick.png")), cross_(mark("cross.png")) {
+  TilePicture(const Picture& map, TileControls& controls, std::function<void()> toggled)
+      : map_(imageOf(map)),
+        controls_(controls),
+        toggled_(std::move(toggled)),
+        tick_(mark("tick.png")),
+        cross_(mark("cross.png")) {
     setObjectName("picture");
     setAccessibleName("Tiles of the map");
     setFocusPolicy(Qt::StrongFocus);
@@ -48,7 +65,7 @@ class TilePicture : public QWidget {
     const std::int64_t tile = tileAt(at);
     if (event->button() != Qt::LeftButton || tile == 0) return;
     current_ = tile;
-    controls_.click(at.x(), at.y(), place.width(), place.height());
+    toggleAt(at);
     update();
   }
   void keyPressEvent(QKeyEvent* event) override;
@@ -64,6 +81,11 @@ class TilePicture : public QWidget {
   std::int64_t tileAt(const QPointF& at) const {
     const QRectF place = picturePlace();
     return controls_.tileAt(at.x(), at.y(), place.width(), place.height());
+  }
+  void toggleAt(const QPointF& at) {
+    const QRectF place = picturePlace();
+    controls_.click(at.x(), at.y(), place.width(), place.height());
+    toggled_();
   }
   QSizeF wholeMap() const {
     const PixelRectangle last = controls_.tile(controls_.tileCount());
@@ -81,19 +103,19 @@ class TilePicture : public QWidget {
 
   QImage map_;
   TileControls& controls_;
+  std::function<void()> toggled_;
   QPixmap tick_, cross_;
   std::int64_t current_ = 1;  ///< the tile that the keyboard toggles
 };
 
 void TilePicture::paintEvent(QPaintEvent*) {
   constexpr qreal largestMark = 48;
-  constexpr std::int64_t mostMarks = 1000;  // past which no map is written
   QPainter painter(this);
   painter.setRenderHint(QPainter::SmoothPixmapTransform);
   painter.drawImage(picturePlace(), map_);
   const std::int64_t count = controls_.tileCount();
   painter.setPen(QPen(QColor(0, 0, 0, 160), 0));
-  for (std::int64_t number = 1; number <= std::min<std::int64_t>(count, mostMarks); ++number) {
+  for (std::int64_t number = 1; number <= std::min(count, mostTiles); ++number) {
     const QRectF place = tilePlace(number);
     painter.drawRect(place);
     const qreal side = std::min({place.width(), place.height(), largestMark});
@@ -131,12 +153,9 @@ void TilePicture::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Right:
       move(down, current_ + down <= controls_.tileCount());
       break;
-    case Qt::Key_Space: {
-      const QRectF place = picturePlace();
-      const QPointF at = tilePlace(current_).center() - place.topLeft();
-      controls_.click(at.x(), at.y(), place.width(), place.height());
+    case Qt::Key_Space:
+      toggleAt(tilePlace(current_).center() - picturePlace().topLeft());
       break;
-    }
     default:
       QWidget::keyPressEvent(event);
       return;
@@ -155,23 +174,31 @@ class GarminDialog : public QDialog {
   TileControls& controls_;
   TilePicture* picture_;
   QLabel* caption_;
+  QLabel* counts_;
 };
 
 GarminDialog::GarminDialog(QWidget* parent, const Picture& map, TileControls& controls)
-    : QDialog(parent), controls_(controls), picture_(new TilePicture(map, controls)), caption_(new QLabel) {
+    : QDialog(parent),
+      controls_(controls),
+      picture_(new TilePicture(map, controls, [this] { refresh(); })),
+      caption_(new QLabel),
+      counts_(new QLabel) {
   setObjectName("garmin");
   setWindowTitle("Garmin Tile controls");
   caption_->setObjectName("caption");
+  counts_->setObjectName("counts");
   auto* buttons = new QHBoxLayout;
   for (QPushButton* button :
        {addButton("acrossUp", "&Across +1", "One more tile across", [this] { controls_.raiseAcross(); }),
         addButton("acrossDown", "A&cross -1", "One tile less across", [this] { controls_.lowerAcross(); }),
         addButton("downUp", "&Down +1", "One more tile down", [this] { controls_.raiseDown(); }),
         addButton("downDown", "Do&wn -1", "One tile less down", [this] { controls_.lowerDown(); }),
-        addButton("ok", "OK", "Writes the ticked tiles", [this] {
-          controls_.confirm();
-          accept();
-        })}) {
+        addButton("ok", "OK", "Writes the ticked tiles",
+                  [this] {
+                    controls_.confirm();
+                    accept();
+                  }),
+        addButton("cancel", "Ca&ncel", "Writes no tiles", [this] { reject(); })}) {
     buttons->addWidget(button);
   }
   auto* hint = new QLabel("Click on a tile to leave it out, or move with the arrow keys and press the space bar.");
@@ -179,6 +206,7 @@ GarminDialog::GarminDialog(QWidget* parent, const Picture& map, TileControls& co
   auto* layout = new QVBoxLayout(this);
   layout->addLayout(buttons);
   layout->addWidget(caption_);
+  layout->addWidget(counts_);
   layout->addWidget(picture_, 1);
   layout->addWidget(hint);
   findChild<QPushButton*>("ok")->setDefault(true);
@@ -200,6 +228,7 @@ QPushButton* GarminDialog::addButton(const char* name, const char* caption, cons
 
 void GarminDialog::refresh() {
   caption_->setText(shown(controls_.caption()));
+  counts_->setText(countsText(controls_));
   picture_->countsChanged();
 }
 

@@ -51,7 +51,7 @@ void MapCanvas::panSteps(int right, int down) {
 }
 
 void MapCanvas::centreOnPixel(int x, int y) {
-  view_.centreOn(x + 0.5, y + 0.5);
+  view_.bringToMiddle(x + 0.5, y + 0.5);
   changeView();
 }
 

@@ -34,7 +34,7 @@ class MapCanvas : public QWidget {
   void full();
   void zoomBy(double factor);          ///< about the middle
   void panSteps(int right, int down);  ///< the window moves over the map by eighths of its size
-  void centreOnPixel(int x, int y);
+  void centreOnPixel(int x, int y);    ///< as far as the map is larger than the window
 
   void setMarks(std::vector<CanvasMark> marks);
   /// Which mark is under the window's (x, y), counted from 1; 0 for none.
@@ -78,6 +78,7 @@ class MapCanvas : public QWidget {
   void findGridLines();
   void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;
+  QPointF markMiddle(const CanvasMark& mark) const;
   void drawMarks(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
   void drawAim(QPainter& painter) const;

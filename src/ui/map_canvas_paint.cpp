@@ -12,6 +12,8 @@ namespace {
 
 constexpr int stripRows = 256;       ///< device pixels: enough for every core, little enough for the cache
 constexpr double gridSpacing = 110;  ///< window units between lines at the least
+constexpr double markArm = 13;       ///< window units from a mark's middle
+constexpr double selectedArm = 16;
 
 /// Colours over a map are the same in every palette: the map does not change with it.
 const QColor markColor(200, 0, 40);
@@ -34,17 +36,25 @@ QPainterPath crosshair(QPointF middle, double gap, double arm) {
   return path;
 }
 
-/// `text` on a light ground at `corner`, or as near to it as leaves it whole inside `room`.
-void drawTag(QPainter& painter, QPointF corner, const QString& text, const QColor& color, const QRectF& room) {
+/// The ground of `text` at `corner`, or as near to it as leaves it whole inside `room`.
+QRectF tagBox(const QPainter& painter, QPointF corner, const QString& text, const QRectF& room) {
   const QFontMetricsF metrics(painter.font());
   QRectF box(corner, QSizeF(metrics.horizontalAdvance(text) + 6, metrics.height()));
   box.moveLeft(std::max(room.left(), std::min(box.left(), room.right() - box.width())));
   box.moveTop(std::max(room.top(), std::min(box.top(), room.bottom() - box.height())));
+  return box;
+}
+
+void drawTag(QPainter& painter, const QRectF& box, const QString& text, const QColor& color) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(haloColor);
   painter.drawRoundedRect(box, 3, 3);
   painter.setPen(color);
   painter.drawText(box, Qt::AlignCenter, text);
+}
+
+QPointF numberCorner(const QPainter& painter, QPointF middle) {
+  return middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height());
 }
 
 }  // namespace
@@ -97,16 +107,35 @@ void MapCanvas::drawGridLines(const Frame& frame, double ratio, int top) const {
 void MapCanvas::drawGridLabels(QPainter& painter) const {
   const QFontMetricsF metrics(painter.font());
   const double height = metrics.height();
+  std::vector<QRectF> taken;
+  for (const CanvasMark& mark : marks_) {
+    const QPointF middle = markMiddle(mark);
+    taken.push_back(QRectF(middle - QPointF(markArm, markArm), middle + QPointF(markArm, markArm))
+                        .united(tagBox(painter, numberCorner(painter, middle), mark.number, rect())));
+  }
   for (const GridLine& line : gridLines_) {
     const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
     const double textWidth = metrics.horizontalAdvance(shown(line.label)) + 6;
     if (length < textWidth + height) continue;
     const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
-    // Latitudes are named a little inside their western end, longitudes inside their northern one.
-    const double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
-    const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
-    drawTag(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), gridColor.darker(), rect());
+    // Latitudes are named a little inside their western end, longitudes inside their northern one; further on where
+    // a mark stands there, which must stay readable.
+    const double step = line.isLatitude ? textWidth : height;
+    double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
+    for (int tries = 0; tries < 6 && inside < length; ++tries, inside += step) {
+      const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
+      const QRectF box = tagBox(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), rect());
+      if (std::ranges::any_of(taken, [&box](const QRectF& mark) { return mark.intersects(box); })) continue;
+      drawTag(painter, box, shown(line.label), gridColor.darker());
+      break;
+    }
   }
+}
+
+QPointF MapCanvas::markMiddle(const CanvasMark& mark) const {
+  const ViewPoint place = view_.toWindow(mark.x + 0.5, mark.y + 0.5);
+  // On whole window units the arms are sharp at any zoom.
+  return {std::floor(place.x) + 0.5, std::floor(place.y) + 0.5};
 }
 
 void MapCanvas::drawMarks(QPainter& painter) const {
@@ -114,16 +143,14 @@ void MapCanvas::drawMarks(QPainter& painter) const {
     const bool waiting = mark.look == CanvasMark::Look::waiting;
     const bool selected = mark.look == CanvasMark::Look::selected;
     const QColor color = waiting ? waitingColor : selected ? selectedColor : markColor;
-    const ViewPoint place = view_.toWindow(mark.x + 0.5, mark.y + 0.5);
-    // On whole window units the arms are sharp at any zoom.
-    const QPointF middle(std::floor(place.x) + 0.5, std::floor(place.y) + 0.5);
+    const QPointF middle = markMiddle(mark);
     if (!QRectF(rect()).adjusted(-40, -40, 40, 40).contains(middle)) continue;
-    QPainterPath path = crosshair(middle, 2, selected ? 16 : 13);
+    QPainterPath path = crosshair(middle, 2, selected ? selectedArm : markArm);
     path.addEllipse(middle, 6, 6);
     painter.setBrush(Qt::NoBrush);
     strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
     if (!rect().contains(middle.toPoint())) continue;  // its number alone, held in the window, would mislead
-    drawTag(painter, middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height()), mark.number, color, rect());
+    drawTag(painter, tagBox(painter, numberCorner(painter, middle), mark.number, rect()), mark.number, color);
   }
 }
 

@@ -11,6 +11,12 @@ double settled(double edge, double size, double room) {
   return std::clamp(edge, room / 2 - size, room / 2);
 }
 
+/// Whether an image `size` long from `edge` on lies whole in a window of `room`; a fitted one is off by rounding.
+bool isInSight(double edge, double size, double room) {
+  constexpr double rounding = 0.51;
+  return edge >= -rounding && edge + size <= room + rounding;
+}
+
 }  // namespace
 
 void MapView::setImageSize(int width, int height) {
@@ -74,6 +80,14 @@ void MapView::centreOn(double x, double y) {
   top_ = windowHeight_ / 2 - y * scale_;
   settle();
   fitted_ = false;
+}
+
+void MapView::bringToMiddle(double x, double y) {
+  const bool acrossInSight = isInSight(left_, imageWidth_ * scale_, windowWidth_);
+  const bool downInSight = isInSight(top_, imageHeight_ * scale_, windowHeight_);
+  if (acrossInSight && downInSight) return;
+  const ViewPoint middle = toImage(windowWidth_ / 2, windowHeight_ / 2);
+  centreOn(acrossInSight ? middle.x : x, downInSight ? middle.y : y);
 }
 
 void MapView::settle() {

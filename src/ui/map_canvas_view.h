@@ -28,6 +28,8 @@ class MapView {
   void zoomAt(double x, double y, double factor);
   void panBy(double dx, double dy);  ///< the map moves by (dx, dy) in the window
   void centreOn(double x, double y);
+  /// As `centreOn`, but does not move the map the way in which all of it is in sight: it would make room for nothing.
+  void bringToMiddle(double x, double y);
   double fittedScale() const;
   double windowWidth() const { return windowWidth_; }
   double windowHeight() const { return windowHeight_; }

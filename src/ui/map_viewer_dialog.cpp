@@ -283,25 +283,7 @@ void MapViewerDialog::updateList() {
 }
 
 void MapViewerDialog::updateFit() {
-  const TrialFit& fit = session_.fit();
-  const std::size_t count = session_.points().size();
-  if (fit.valid) {
-    QString text =
-        QStringLiteral("Error of the fit: %1 pixels (rms)").arg(shown(formatNumber(fit.rootMeanSquare, "0.00")));
-    if (fit.worstPoint > 0 && count > 3) {
-      text += QStringLiteral("\nWorst is point %1 with %2 pixels")
-                  .arg(fit.worstPoint)
-                  .arg(shown(formatNumber(fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)], "0.00")));
-    } else {
-      text += QStringLiteral("\nFour points or more show how good they are");
-    }
-    fit_->setText(text);
-  } else if (count < 2) {
-    fit_->setText(count == 0 ? QStringLiteral("No points yet: two at least, far apart, make a calibration")
-                             : QStringLiteral("One point more makes a calibration"));
-  } else {
-    fit_->setText(QStringLiteral("These points make no calibration: they share a place, or one is wrong"));
-  }
+  fit_->setText(shown(fitReport(session_.fit(), session_.points().size())));
 }
 
 void MapViewerDialog::updateButtons() {
@@ -310,8 +292,10 @@ void MapViewerDialog::updateButtons() {
   undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
   for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
   if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
-  if (mode_ == ViewerMode::view)
+  if (mode_ == ViewerMode::view) {
     done_->setText(session_.changed() ? QStringLiteral("&Done") : QStringLiteral("&Close"));
+    cancel_->setVisible(session_.changed());
+  }
 }
 
 QString MapViewerDialog::reportOf(int number) const {

@@ -90,6 +90,7 @@ class MapViewerDialog : public QDialog {
   QPushButton* correct_ = nullptr;
   QPushButton* remove_ = nullptr;
   QPushButton* done_ = nullptr;
+  QPushButton* cancel_ = nullptr;
   QTreeWidget* list_ = nullptr;
   QLabel* fit_ = nullptr;
   QLabel* readout_ = nullptr;

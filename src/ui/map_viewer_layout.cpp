@@ -6,9 +6,11 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QSplitter>
+#include <QStyledItemDelegate>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "imaging/bitmap.h"
 #include "ui/map_canvas.h"
@@ -30,6 +32,17 @@ QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip
   layout->addWidget(button);
   return button;
 }
+
+/// Rows of two lines with a little room around them.
+class TwoLineRows : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+    constexpr int room = 6;
+    const QSize text = QStyledItemDelegate::sizeHint(option, index);
+    return {text.width(), std::max(text.height(), 2 * option.fontMetrics.lineSpacing() + room)};
+  }
+};
 
 }  // namespace
 
@@ -114,9 +127,10 @@ QWidget* MapViewerDialog::buildSide() {
   list_->setAccessibleName(QStringLiteral("Calibration points"));
   list_->setRootIsDecorated(false);
   list_->setUniformRowHeights(true);
+  list_->setItemDelegate(new TwoLineRows(list_));
   list_->setTextElideMode(Qt::ElideNone);
-  list_->setHeaderLabels(
-      {QStringLiteral("Point"), QStringLiteral("Position"), QStringLiteral("Pixel"), QStringLiteral("Residual")});
+  list_->setHeaderLabels({QStringLiteral("Point"), QStringLiteral("Latitude, longitude"), QStringLiteral("Pixel"),
+                          QStringLiteral("Residual")});
   list_->header()->setStretchLastSection(false);
   list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
   for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
@@ -169,14 +183,14 @@ QHBoxLayout* MapViewerDialog::buildBottom() {
   auto* bottom = new QHBoxLayout;
   readout_ = new QLabel;
   readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
+  readout_->setToolTip(QStringLiteral("Pixel, latitude and longitude, grid reference"));
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
   bottom->addWidget(readout_, 1);
   done_ = addButton(bottom, mode_ == ViewerMode::crop ? "Cr&op" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
   connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
-  if (mode_ != ViewerMode::view) {
-    connect(addButton(bottom, "&Cancel", ""), &QPushButton::clicked, this, &MapViewerDialog::reject);
-  }
+  cancel_ = addButton(bottom, "&Cancel", "");
+  connect(cancel_, &QPushButton::clicked, this, &MapViewerDialog::reject);
   return bottom;
 }
 

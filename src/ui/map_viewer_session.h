@@ -23,6 +23,9 @@ struct TiePoint {
 enum class Instruction { start, clickMap, finish };
 const char* instructionText(Instruction instruction);
 
+/// What the panel beside the map says about the fit of `count` points.
+std::string fitReport(const TrialFit& fit, std::size_t count);
+
 /// The work on the points of a map, from opening the viewer to closing it: which step the person is at, the mark that
 /// waits for its coordinates, every step back, and the fit that the points give. Works on a copy; `commit` brings it
 /// into a record. Points are counted from 1, as they are shown.

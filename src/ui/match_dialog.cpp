@@ -32,6 +32,7 @@ MatchDialog::MatchDialog(QWidget* parent, const std::string& prompt, const std::
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   buttons->button(QDialogButtonBox::Ok)->setObjectName("Command1");
+  buttons->button(QDialogButtonBox::Ok)->setEnabled(false);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(text);
   layout->addWidget(filter_);
@@ -41,6 +42,8 @@ MatchDialog::MatchDialog(QWidget* parent, const std::string& prompt, const std::
 
   connect(filter_, &QLineEdit::textChanged, this, &MatchDialog::narrow);
   connect(list_, &QListWidget::itemDoubleClicked, this, &QDialog::accept);
+  connect(list_, &QListWidget::itemSelectionChanged, this,
+          [=, this] { buttons->button(QDialogButtonBox::Ok)->setEnabled(!list_->selectedItems().isEmpty()); });
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }

@@ -71,7 +71,8 @@ PointEntry::PointEntry(QWidget* parent)
       datum_(new QLabel),
       forms_(new QStackedWidget),
       result_(new QLabel),
-      accept_(new QPushButton(QStringLiteral("&Place point"))) {
+      accept_(new QPushButton(QStringLiteral("&Place point"))),
+      drop_(new QPushButton(QStringLiteral("Lea&ve out"))) {
   setAccessibleName(QStringLiteral("Coordinates of the point"));
   QFont bold = heading_->font();
   bold.setBold(true);
@@ -82,13 +83,12 @@ PointEntry::PointEntry(QWidget* parent)
   forms_->addWidget(utmForm());
   forms_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
-  auto* drop = new QPushButton(QStringLiteral("Lea&ve out"));
   accept_->setAutoDefault(false);
-  drop->setAutoDefault(false);
+  drop_->setAutoDefault(false);
   auto* buttons = new QHBoxLayout;
   buttons->addStretch();
   buttons->addWidget(accept_);
-  buttons->addWidget(drop);
+  buttons->addWidget(drop_);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(heading_);
@@ -97,7 +97,7 @@ PointEntry::PointEntry(QWidget* parent)
   layout->addWidget(result_);
   layout->addLayout(buttons);
   connect(accept_, &QPushButton::clicked, this, &PointEntry::accept);
-  connect(drop, &QPushButton::clicked, this, &PointEntry::dropped);
+  connect(drop_, &QPushButton::clicked, this, &PointEntry::dropped);
 }
 
 PointEntry::Field PointEntry::addField(QWidget* form, const char* label, const char* example) {
@@ -186,6 +186,7 @@ void PointEntry::setHeading(const QString& text) {
 void PointEntry::begin(int number) {
   setHeading(QStringLiteral("Coordinates of point %1").arg(number));
   accept_->setText(QStringLiteral("&Place point"));
+  drop_->setText(QStringLiteral("Lea&ve out"));
   for (const Field* field : fieldsInUse()) field->edit->clear();
   begunWith_ = typed();
   validate();
@@ -198,7 +199,8 @@ void PointEntry::takeFocus() {
 
 void PointEntry::beginCorrection(int number, double latitude, double longitude) {
   begin(number);
-  accept_->setText(QStringLiteral("&Place point"));
+  accept_->setText(QStringLiteral("Change &point"));
+  drop_->setText(QStringLiteral("Cancel"));
   setHeading(QStringLiteral("New coordinates of point %1").arg(number));
   if (settings_.grid != EntryGrid::degrees) return;
   latitude_.edit->setText(exactDegrees(latitude));

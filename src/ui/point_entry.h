@@ -71,6 +71,7 @@ class PointEntry : public QWidget {
   QCheckBox* southern_ = nullptr;
   QLabel* result_;
   QPushButton* accept_;
+  QPushButton* drop_;
   std::optional<EntryPosition> position_;
   bool outsideArea_ = false;  ///< the fields can be read but name no place that is allowed
 };

@@ -70,7 +70,7 @@ TfwDialog::TfwDialog(QWidget* parent, const std::string& lines, const std::vecto
   auto* notWgs84 = new QPushButton("&Not WGS84");
   notWgs84->setObjectName("Command2");
   for (QPushButton* button : {wgs84, notWgs84}) button->setEnabled(false);
-  auto* hint = new QLabel("Choose the zone, then the datum of the file.");
+  auto* hint = new QLabel("Choose the zone (the British grid is the last entry), then the datum of the file.");
   hint->setWordWrap(true);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel);
   buttons->addButton(wgs84, QDialogButtonBox::ActionRole);

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QGridLayout>
 #include <QImage>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -66,6 +67,19 @@ QMessageBox::Icon standardIcon(const MessageBox& box) {
   return QMessageBox::NoIcon;
 }
 
+/// A box is as wide as its text; a short one would cut its own title off, which shares its line with the frame's
+/// buttons.
+void makeRoomForTitle(QMessageBox& box) {
+  constexpr int frameButtons = 20;  // average characters
+  QFont titleFont = QApplication::font();
+  titleFont.setBold(true);
+  const QFontMetrics metrics(titleFont);
+  const int width = metrics.horizontalAdvance(box.windowTitle()) + frameButtons * metrics.averageCharWidth();
+  if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
+    grid->addItem(new QSpacerItem(width, 0), grid->rowCount(), 0, 1, grid->columnCount());
+  }
+}
+
 }  // namespace
 
 QWidget* WindowInterface::parent() const {
@@ -79,6 +93,7 @@ Answer WindowInterface::messageBox(const MessageBox& box) {
                      parent());
   dialog.setTextFormat(Qt::PlainText);
   dialog.setTextInteractionFlags(Qt::TextSelectableByMouse);
+  makeRoomForTitle(dialog);
   if (box.buttons == Buttons::yesNo) dialog.setEscapeButton(QMessageBox::No);
   const int pressed = dialog.exec();
   if (box.buttons == Buttons::yesNo) return pressed == QMessageBox::Yes ? Answer::yes : Answer::no;

@@ -64,6 +64,26 @@ TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
   }
 }
 
+TEST_F(TrialFitTest, WorstPointIsNamedOnlyWhenOneIsWorse) {
+  LoadDatums();
+  const int pixels[][2] = {{10, 10}, {780, 10}, {10, 580}, {780, 580}, {300, 200}, {500, 450}};
+  givePoints("WGS 84", "latitude/longitude", 4);
+  const struct {
+    const char* name;
+    int count, moved, worst;  // `moved` is three pixels off
+  } rows[] = {{"a rectangle shares its error", 4, 2, 0}, {"more points tell", 6, 5, 5}, {"no error", 6, 0, 0}};
+  for (const auto& row : rows) {
+    calibration.pointCount = static_cast<std::int16_t>(row.count);
+    for (int i = 1; i <= row.count; ++i) {
+      const auto [x, y] = pixels[i - 1];
+      calibration.setPixel(i, x + (i == row.moved ? 3 : 0), y);
+      calibration.setPosition(i, 47 - y * 1e-3, 8 + x * 1.5e-3);
+      calibration.datumName[i] = "WGS 84";
+    }
+    EXPECT_EQ(tryFit(calibration, "zzz").worstPoint, row.worst) << row.name;
+  }
+}
+
 TEST_F(TrialFitTest, PointsThatMakeNoMapAreNoFit) {
   LoadDatums();
   givePoints("WGS 84", "", 1);

@@ -97,6 +97,10 @@ void copied(WindowTest&) {
   data->setText("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
   QApplication::clipboard()->setMimeData(data);
 }
+void copiedOverWales(WindowTest& t) {
+  t.openWales();
+  copied(t);
+}
 /// As `before`, and the person places `count` points in the viewer.
 Step placing(int count, const Step& before = {}) {
   return [=](WindowTest& t) {
@@ -139,6 +143,10 @@ void packing(WindowTest& t) {
 void walesStays(WindowTest&) {
   EXPECT_TRUE(calibration.imagePath.ends_with("wales.png"));
   EXPECT_EQ(calibration.pointCount, 9);
+}
+void clipboardIsLeft(WindowTest& t) {
+  walesStays(t);
+  EXPECT_NE(mapImage.path, "clip.board");
 }
 Step seeing(ViewerMode mode) {
   return [mode](WindowTest& t) { EXPECT_EQ(t.modes, std::vector<ViewerMode>{mode}); };
@@ -197,10 +205,15 @@ const Way ways[] = {
         walesStays),
     way("LoadCalibrates", "mnulm", placing(3), "scan.png", "Open image file", "Input datum is WGS 84", "!scan.map",
         true, calibrates),
-    way("LoadCancelled", "mnulm", opened, "-", "Open image file", "", "", true, walesStays),
+    way("LoadKeepsPending", "mnulm", opened, "Cancel", "Not written|Calibrations not written : OK to read else cancel",
+        "", "", true, walesStays),
+    way("LoadDropsPending", "mnulm", placing(3, opened), "OK; scan.png",
+        "Not written|Calibrations not written : OK to read else cancel; Open image file", "", "", true, calibrates),
+    way("LoadCancelled", "mnulm", opened, "OK; -",
+        "Not written|Calibrations not written : OK to read else cancel; Open image file", "", "", true, walesStays),
     way("LoadTooFewPoints", "mnulm", placing(1), "scan.png", "Open image file", "Insufficient points to proceed"),
-    way("LoadUnreadable", "mnulm", opened, "broken.png; OK",
-        "Open image file; Vellandra|Unable to read image broken.png", "", "", true, walesStays),
+    way("LoadUnreadable", "mnulm", written, "broken.png; OK",
+        "Open image file; Vellandra|Unable to read image broken.png", "", "", false, walesStays),
     way("LoadNeedsDatums", "mnulm", noDatums, "scan.png; -; OK",
         "Open image file; Open datums.txt file ; No datums|Unable to load datums.txt"),
     way("ClipboardWithPoints", "mnulic", copied, "Yes",
@@ -209,12 +222,19 @@ const Way ways[] = {
     way("ClipboardByHand", "mnulic", placing(2, copied), "No",
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually", "", "", true,
         calibrates),
+    way("ClipboardKeepsPending", "mnulic", copiedOverWales, "Cancel",
+        "Not written|Calibrations not written : OK to read else cancel", "", "", true, clipboardIsLeft),
+    way("ClipboardDropsPending", "mnulic", placing(2, copiedOverWales), "OK; No",
+        "Not written|Calibrations not written : OK to read else cancel; "
+        "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
+        "", "", true, calibrates),
     way("ClipboardTooFewPoints", "mnulic", placing(1, copied), "-",
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
         "Insufficient points to proceed"),
-    way("WriteWrites", "mnuwc", written, "", "", "done", "wales.jpr"),
-    way("WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw", "", "wales.jpr", false,
-        worldFileStays),
+    way("WriteWrites", "mnuwc", written, "", "",
+        "\nWritten: wales.tfw, wales.js, wales.jpr, wales_png.cal, wales.gmi, wales.mcd, wales.txt\ndone", "wales.jpr"),
+    way("WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw",
+        "wales.txt\nKept as they were: wales.tfw\ndone", "wales.jpr", false, worldFileStays),
     way("WriteWithoutMap", "mnuwc", {}, "OK", "Vellandra|Insufficient points to proceed"),
     way("TrekbuddyWrites", "mnuwmt", written, "", "", "Tiles and .map file written", "wales_tiles/wales.set"),
     way("TrekbuddyBlocked", "mnuwmt", blocked, "OK", "Vellandra|unable to write wales_tiles"),

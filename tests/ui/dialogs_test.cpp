@@ -40,9 +40,14 @@ TEST_F(MatchTest, DatumIsFoundByAPartOfItsName) {
 
 TEST_F(MatchTest, NoDatumIsTakenThatTheListDoesNotShow) {
   someone.use([](QDialog* dialog) {
+    EXPECT_FALSE(buttonOf(dialog, "Command1")->isEnabled()) << "nothing is chosen yet";
     part<QListWidget>(dialog, "List1")->setCurrentRow(0);
+    EXPECT_TRUE(buttonOf(dialog, "Command1")->isEnabled());
     QTest::keyClicks(part<QLineEdit>(dialog, "filter"), "no such datum");
-    click(dialog, "Command1");
+    EXPECT_FALSE(buttonOf(dialog, "Command1")->isEnabled());
+    QTest::keyClick(part<QLineEdit>(dialog, "filter"), Qt::Key_Return);
+    EXPECT_TRUE(dialog->isVisible());
+    dialog->accept();
   });
   someone.answer("OK");
   choose("mnufo");
@@ -178,13 +183,14 @@ TEST_F(GarminTest, ButtonsChangeTheCountsInTheirOrder) {
   someone.use([this](QDialog* dialog) {
     QStringList names;
     for (const QPushButton* button : dialog->findChildren<QPushButton*>()) names << button->objectName();
-    EXPECT_EQ(names, (QStringList{"acrossUp", "acrossDown", "downUp", "downDown", "ok"}));
-    const auto expectTiles = [&](const char* caption) {
+    EXPECT_EQ(names, (QStringList{"acrossUp", "acrossDown", "downUp", "downDown", "ok", "cancel"}));
+    const auto expectTiles = [&](const char* caption, const char* counts = "") {
       EXPECT_EQ(part<QLabel>(dialog, "caption")->text().toStdString(), caption);
+      EXPECT_TRUE(part<QLabel>(dialog, "counts")->text().startsWith(counts)) << counts;
     };
-    expectTiles("Tiles 200 x 100");
+    expectTiles("Tiles 200 x 100", "2 x 2 tiles, 4 will be written");
     click(dialog, "acrossUp");
-    expectTiles("Tiles 134 x 100");
+    expectTiles("Tiles 134 x 100", "3 x 2 tiles, 6 will be written");
     for (int i = 0; i < 4; ++i) click(dialog, "acrossDown");
     expectTiles("Tiles 400 x 100  Tiles too big?? ");
     click(dialog, "downDown");
@@ -220,9 +226,10 @@ TEST_F(GarminTest, TilesAreToggledByMouseAndByKeys) {
     EXPECT_TRUE(controls.isTicked(1));
     EXPECT_FALSE(controls.isTicked(2));
     EXPECT_FALSE(controls.isTicked(4));
+    EXPECT_EQ(part<QLabel>(dialog, "counts")->text(), "2 x 2 tiles, 1 will be written");
     QTest::mouseClick(picture, Qt::LeftButton, {}, topRight);
     EXPECT_TRUE(controls.isTicked(3));
-    dialog->reject();
+    click(dialog, "cancel");
   });
   interface->askGarminTiles(controls);
   EXPECT_FALSE(controls.isConfirmed());

@@ -58,6 +58,28 @@ TEST(MapView, ImageNeverLeavesTheWindow) {
   EXPECT_NEAR(view.toImage(250, 450).x, middle.x, 1e-9) << "another keeps its middle";
 }
 
+TEST(MapView, BringingToTheMiddleMovesOnlyWhatIsNotInSight) {
+  const struct {
+    const char* name;
+    int width, height;
+    double zoom, x, y;        // the pixel to bring there
+    double acrossAt, downAt;  // where it is then in the window of 400 x 300
+  } rows[] = {
+      {"the whole map is in sight", 4000, 2000, 1, 400, 200, 40, 70},
+      {"smaller than the window", 100, 100, 0.1, 0, 0, 150, 100},
+      {"higher and wider than the window", 4000, 2000, 3, 400, 200, 200, 150},
+      {"wider only", 4000, 500, 2, 400, 100, 200, 120},
+      {"higher only", 500, 4000, 2, 100, 400, 177.5, 150},
+  };
+  for (const auto& row : rows) {
+    MapView view = viewOf(row.width, row.height);
+    view.zoomAt(200, 150, row.zoom);
+    view.bringToMiddle(row.x, row.y);
+    EXPECT_NEAR(view.toWindow(row.x, row.y).x, row.acrossAt, 1) << row.name;
+    EXPECT_NEAR(view.toWindow(row.x, row.y).y, row.downAt, 1) << row.name;
+  }
+}
+
 /// A smooth picture, so that an average over any neighbourhood is about the colour of its middle.
 Bitmap ramp(int width, int height) {
   Bitmap image = allocate24Bits(width, height);

@@ -226,7 +226,7 @@ TEST_F(MapViewerTest, NothingChangedIsNothingAsked) {
   list()->setCurrentItem(list()->topLevelItem(1));
   press("Coordinates...");
   EXPECT_EQ(field("Latitude")->text(), "49.900000000");
-  QTest::keyClick(field("Latitude"), Qt::Key_Escape);
+  buttonOf(entry(), "Cancel")->click();
   EXPECT_TRUE(entry()->isHidden());
   QTest::keyClick(canvas, Qt::Key_Escape);
   EXPECT_FALSE(viewer->isVisible() || viewer->viewerResult().recalculate);
@@ -234,12 +234,40 @@ TEST_F(MapViewerTest, NothingChangedIsNothingAsked) {
   open(ViewerMode::view);
   list()->setCurrentItem(list()->topLevelItem(1));
   press("Coordinates...");
-  fill("Latitude", "49.95", "Longitude", "10 48 E");
+  field("Latitude")->setText("49.95");
+  field("Longitude")->setText("10 48 E");
+  press("Change point");
   press("Done");
   EXPECT_TRUE(viewer->viewerResult().recalculate);
   EXPECT_DOUBLE_EQ(calibration.latitude[2], 49.95);
   EXPECT_EQ(calibration.pixelX[2], 800);
   EXPECT_TRUE(person.boxes.empty());
+}
+
+TEST_F(MapViewerTest, ViewOffersCancelOnceSomethingHasChanged) {
+  givePoints(4);
+  open(ViewerMode::view);
+  EXPECT_FALSE(buttonOf(viewer.get(), "Close")->isHidden());
+  EXPECT_FALSE(buttonOf(viewer.get(), "Cancel")->isVisible()) << "there is nothing to take back";
+  list()->setCurrentItem(list()->topLevelItem(0));
+  press("Delete");
+  EXPECT_TRUE(buttonOf(viewer.get(), "Cancel")->isVisible() && buttonOf(viewer.get(), "Done")->isVisible());
+  person.boxAnswers = {Answer::ok};
+  press("Cancel");
+  EXPECT_EQ(person.boxTexts(), Seen{"Points not kept : OK to abandon them else cancel"});
+  EXPECT_FALSE(viewer->isVisible() || viewer->viewerResult().recalculate);
+}
+
+TEST_F(MapViewerTest, FitSaysNoMoreThanThePointsTell) {
+  givePoints(4);
+  open(ViewerMode::view);
+  EXPECT_TRUE(says("Error of the fit: 1.00 pixels (rms)\nNo point is worse")) << "a rectangle shares its error";
+  list()->setCurrentItem(list()->topLevelItem(0));
+  press("Delete");
+  EXPECT_TRUE(says("Two or three points always fit")) << "0.00 would read as perfect";
+  givePoints(8);
+  open(ViewerMode::view);
+  EXPECT_TRUE(says("\nWorst is point 3 with 2.")) << "which none share";
 }
 
 TEST_F(MapViewerTest, ThirtyPointsAreListedAndNoMoreTaken) {

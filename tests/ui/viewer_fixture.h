@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QTreeWidget>
 #include <QWheelEvent>
+#include <algorithm>
 
 #include "ui/adjust_point.h"
 #include "ui/map_canvas.h"
@@ -75,6 +77,10 @@ class MapViewerTest : public UiTest {
   const TiePoint& point(std::size_t number) const { return viewer->session().points().at(number - 1); }
   double residual(std::size_t number) const { return viewer->session().fit().residuals.at(number - 1); }
   bool waits() const { return viewer->session().waiting().has_value(); }
+  bool says(const char* text) const {
+    const QList<QLabel*> labels = viewer->findChildren<QLabel*>();
+    return std::ranges::any_of(labels, [text](const QLabel* label) { return label->text().contains(text); });
+  }
   QTreeWidget* list() const { return viewer->findChild<QTreeWidget*>(); }
 
   /// The middle of a pixel in the canvas.
