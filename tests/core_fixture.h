@@ -20,6 +20,7 @@
 #include "imaging/map_image.h"
 #include "scripted_interface.h"
 #include "support/numbers.h"
+#include "test_folder.h"
 
 namespace vellandra {
 
@@ -41,8 +42,6 @@ inline int datumNumber(const std::string& name) {
 class CoreTest : public testing::Test {
  protected:
   CoreTest() {
-    std::string pattern = std::filesystem::temp_directory_path() / "vellandra-test-XXXXXX";
-    folder = std::string(mkdtemp(pattern.data())) + "/";
     setenv("VELLANDRA_HOME", folder.c_str(), 1);
     calibration = Calibration();
     driver = Driver();
@@ -57,7 +56,6 @@ class CoreTest : public testing::Test {
   ~CoreTest() override {
     closeLog();
     unsetenv("VELLANDRA_HOME");
-    std::filesystem::remove_all(folder);
   }
 
   /// Converts `content` as the file `name` of the test's folder; true when the outputs were written.
@@ -92,7 +90,8 @@ class CoreTest : public testing::Test {
   }
 
   ScriptedInterface person;
-  std::string folder;
+  const TestFolder ownFolder;
+  const std::string& folder = ownFolder.path();
 };
 
 }  // namespace vellandra

@@ -4,12 +4,14 @@
 
 #include "fixture_rows.h"
 #include "support/errors.h"
+#include "test_folder.h"
 
 namespace vellandra {
 namespace {
 
 void readTable(const std::string& content) {
-  const std::string path = testing::TempDir() + "vellandra_datum_table.txt";
+  const TestFolder folder;
+  const std::string path = folder.path() + "datums.txt";
   ASSERT_TRUE(writeWholeFile(path, content));
   TextFile file(path);
   readDatumTable(file);

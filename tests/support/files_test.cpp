@@ -10,6 +10,7 @@
 #include "support/errors.h"
 #include "support/paths.h"
 #include "support/text.h"
+#include "test_folder.h"
 
 namespace vellandra {
 namespace {
@@ -18,16 +19,12 @@ namespace fs = std::filesystem;
 
 class FilesTest : public testing::Test {
  protected:
-  FilesTest() {
-    std::string pattern = fs::temp_directory_path() / "vellandra-test-XXXXXX";
-    folder = std::string(mkdtemp(pattern.data())) + "/";
-  }
-  ~FilesTest() override { fs::remove_all(folder); }
   void put(const std::string& name, const std::string& content = "x") const {
     fs::create_directories(fs::path(folder + name).parent_path());
     std::ofstream(folder + name, std::ios::binary) << content;
   }
-  std::string folder;
+  const TestFolder ownFolder;
+  const std::string& folder = ownFolder.path();
 };
 
 TEST_F(FilesTest, EveryLineEndEndsALine) {
