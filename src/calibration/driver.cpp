@@ -49,26 +49,27 @@ struct MenuStatesAtEnd {
   }
 };
 
-bool obtainInputPath() {
-  if (driver.stage == batch) {
-    const std::string found = findFile(driver.inputPath);
-    if (found.empty()) return stop("Missing input file");
-    driver.inputPath = found;
-    return true;
+/// The calibration to read; empty, with the person told, when there is none.
+std::string obtainInputPath() {
+  std::string chosen = driver.inputPath;
+  if (driver.stage != batch) {
+    chosen = std::exchange(driver.offeredPath, {});
+    if (chosen.empty()) chosen = getfile(driver.pickerTitle);
+    if (chosen.empty()) {
+      stop("No input file specified", "No input");
+      return {};
+    }
   }
-  std::string chosen = std::exchange(driver.offeredPath, {});
-  if (chosen.empty()) chosen = getfile(driver.pickerTitle);
-  if (chosen.empty()) return stop("No input file specified", "No input");
-  const std::string found = findFile(chosen);
-  if (found.empty()) return stop("Missing input file");
-  driver.inputPath = found;
-  return true;
+  std::string found = findFile(chosen);
+  if (found.empty()) stop("Missing input file");
+  return found;
 }
 
-void logInputFile() {
-  writeLog(driver.inputPath);
-  TextFile file(driver.inputPath);
-  driver.inputIsWindows1252 = !isUtf8(file.content());
+/// Copies the file into the log. Returns whether its text is not UTF-8.
+bool logInputFile(const std::string& path) {
+  writeLog(path);
+  TextFile file(path);
+  const bool isWindows1252 = !isUtf8(file.content());
   constexpr std::size_t most = 4'000'000;  // a log that fills the disk helps nobody
   std::size_t written = 0;
   std::string_view line;
@@ -80,6 +81,7 @@ void logInputFile() {
     writeLog(line.substr(0, most));
     written += line.size() + 1;
   }
+  return isWindows1252;
 }
 
 const ReaderRow* readerFor(const std::string& extension) {
@@ -100,17 +102,16 @@ bool readCalibration() {
   LoadDatums();
   if (datumTable.count == 0) return stop("Unable to load datums.txt", "No datums");
   showPanel();
-  calibration.imagePath.clear();
-  if (!obtainInputPath()) return false;
-  logInputFile();
-  splitInputPath(driver.inputPath);
-
-  driver.inputType.clear();
-  calibration.projection.clear();
-  const ReaderRow* reader = readerFor(driver.inputExtension);
+  const std::string path = obtainInputPath();
+  if (path.empty()) return false;
+  const bool isWindows1252 = logInputFile(path);
+  const ReaderRow* reader = readerFor(splitPath(path).extension);
   if (reader == nullptr) return stop("Unsupported calibration type", noSupport);
-  // From here on the map that was open is gone.
+  // Up to here the map that was open can still be written; now it is gone.
   calibration.clear();
+  driver.inputPath = path;
+  splitInputPath(path);
+  driver.inputIsWindows1252 = isWindows1252;
   driver.transformValid = driver.calibrationPending = false;
   driver.inputType = reader->type;
   const ReadResult result = reader->read(driver.inputPath);
@@ -164,30 +165,6 @@ bool convertSlots(int first, int count) {
   return true;
 }
 
-void unwrapSlots(int first, int count) {
-  for (int slot = first; slot < first + count; ++slot) {
-    if (calibration.longitude[slot] < 0) calibration.longitude[slot] += 360;
-  }
-}
-
-/// A map astride 180 degrees has its eastern points on negative longitudes: they go on past 180.
-void unwrapLongitudes() {
-  Calibration& c = calibration;
-  double low = 360, high = -360, sumX = 0, sumLon = 0, sumProduct = 0, shiftedLow = 720, shiftedHigh = -720;
-  for (int i = 1; i <= c.pointCount; ++i) {
-    const double lon = c.longitude[i];
-    const double shifted = lon < 0 ? lon + 360 : lon;
-    low = std::min(low, lon), high = std::max(high, lon);
-    shiftedLow = std::min(shiftedLow, shifted), shiftedHigh = std::max(shiftedHigh, shifted);
-    sumX += c.pixelX[i], sumLon += lon, sumProduct += lon * c.pixelX[i];
-  }
-  const bool westward = sumProduct * c.pointCount < sumX * sumLon;
-  if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return;
-  unwrapSlots(1, c.pointCount);
-  unwrapSlots(firstCornerSlot, c.cornerCount);
-  showMessage("The map lies across 180 degrees: longitudes go on past 180");
-}
-
 bool stopForPoints() {
   return stop(calibration.imageWidth == 0 ? noImage : "Insufficient points to proceed");
 }
@@ -199,7 +176,7 @@ bool convertAndFit() {
   if (!convertSlots(1, c.pointCount) || !convertSlots(firstCornerSlot, c.cornerCount)) return false;
   showMessage("Projection " + c.projection);
 
-  unwrapLongitudes();
+  if (unwrapLongitudes()) showMessage("The map lies across 180 degrees: longitudes go on past 180");
   const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
   if (!pair) return stopForPoints();
   driver.referencePair = *pair;
@@ -235,12 +212,18 @@ bool saveClipboardImage() {
   return true;
 }
 
-/// Calibrations name the image after themselves: said when the image has another name.
+/// Calibrations name an image beside and after themselves: said when the map's image is another one.
 void reportImageName() {
-  const PathParts image = splitPath(calibration.imagePath);
-  if (foldCase(toUtf8(image.base)) == foldCase(toUtf8(driver.inputBase))) return;
-  showMessage("The calibrations name the image " + driver.inputBase + "." + image.extension + ", the map's image is " +
-              std::string(fileName(calibration.imagePath)));
+  const std::string& path = calibration.imagePath;
+  const PathParts image = splitPath(path);
+  const auto isSame = [](const std::string& a, const std::string& b) {
+    return foldCase(toUtf8(a)) == foldCase(toUtf8(b));
+  };
+  const bool sameFolder = isSame(image.folder, driver.inputFolder);
+  if (sameFolder && isSame(image.base, driver.inputBase)) return;
+  const std::string named = driver.inputBase + "." + path.substr(path.size() - image.extension.size());
+  showMessage("The calibrations name the image " + (sameFolder ? named : driver.inputFolder + named) +
+              ", the map's image is " + (sameFolder ? std::string(fileName(path)) : path));
 }
 
 bool runWriters(WriterMoment moment) {
@@ -304,7 +287,9 @@ void splitInputPath(const std::string& path) {
 }
 
 void updateMenuStates() {
-  userInterface().setMenuStates({driver.transformValid && calibration.imageWidth > 0});
+  const Calibration& c = calibration;
+  const bool points = c.imageWidth > 0 && c.pointCount > 0 && !c.datumName[1].empty();
+  userInterface().setMenuStates({driver.transformValid && c.imageWidth > 0, points});
 }
 
 bool do_it() {

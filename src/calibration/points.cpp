@@ -1,5 +1,6 @@
 #include "calibration/points.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -29,7 +30,30 @@ std::int32_t centroid(const Slots<std::int32_t>& pixel) {
   return roundToInt32(sum / 3.0);
 }
 
+void unwrapSlots(int first, int count) {
+  for (int slot = first; slot < first + count; ++slot) {
+    if (calibration.longitude[slot] < 0) calibration.longitude[slot] += 360;
+  }
+}
+
 }  // namespace
+
+bool unwrapLongitudes() {
+  Calibration& c = calibration;
+  double low = 360, high = -360, sumX = 0, sumLon = 0, sumProduct = 0, shiftedLow = 720, shiftedHigh = -720;
+  for (int i = 1; i <= c.pointCount; ++i) {
+    const double lon = c.longitude[i];
+    const double shifted = lon < 0 ? lon + 360 : lon;
+    low = std::min(low, lon), high = std::max(high, lon);
+    shiftedLow = std::min(shiftedLow, shifted), shiftedHigh = std::max(shiftedHigh, shifted);
+    sumX += c.pixelX[i], sumLon += lon, sumProduct += lon * c.pixelX[i];
+  }
+  const bool westward = sumProduct * c.pointCount < sumX * sumLon;
+  if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return false;
+  unwrapSlots(1, c.pointCount);
+  unwrapSlots(firstCornerSlot, c.cornerCount);
+  return true;
+}
 
 void interpolateThirdPoint() {
   Calibration& c = calibration;

@@ -2,6 +2,10 @@
 
 namespace vellandra {
 
+/// A map astride 180 degrees has its eastern points on negative longitudes: they go on past 180, in tie points and
+/// corners. False, with nothing changed, for every other map.
+bool unwrapLongitudes();
+
 /// Two points become three: the pixel of (x of point 2, y of point 1), placed by the transform. Nothing for another
 /// count.
 void interpolateThirdPoint();

@@ -6,6 +6,7 @@
 
 #include "calibration/datum_matching.h"
 #include "calibration/log.h"
+#include "calibration/points.h"
 #include "calibration/reference_pair.h"
 #include "calibration/transform.h"
 #include "geodesy/datum.h"
@@ -40,6 +41,7 @@ bool bringToWgs84(Calibration& map) {
 bool fitOnTrial(Calibration& map, const std::string& inputType) {
   const LogPause pause;
   const Stand stand(map);
+  unwrapLongitudes();
   const std::optional<ReferencePair> pair = chooseReferencePair(inputType);
   if (!pair) return false;
   fitTransform();

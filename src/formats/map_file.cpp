@@ -59,7 +59,7 @@ double angle(std::string_view degrees, std::string_view minutes, bool decimalFra
 
 /// An empty field is none; minutes are below 60, the decimals of a degree are digits.
 bool areMinutes(std::string_view minutes, bool decimalFractions) {
-  if (decimalFractions) return minutes.find_first_not_of("0123456789.") == std::string_view::npos;
+  if (decimalFractions) return minutes.find_first_not_of("0123456789") == std::string_view::npos;
   if (minutes.empty()) return true;
   const double value = parseNumber(minutes);
   return beginsWithNumber(minutes) && value >= 0 && value <= 60;  // 60: rounded up by some program
@@ -70,10 +70,18 @@ bool looksLikeFractions(std::string_view minutes1, std::string_view minutes2) {
   return !point && (minutes1.size() >= 3 || minutes2.size() >= 3);
 }
 
+/// Points past 30 stand in the corners' slots; the corners follow from the fit as well.
+void giveUpCorners() {
+  Calibration& c = calibration;
+  c.cornerCount = 0;
+  for (int slot = firstCornerSlot; slot <= maxSlot; ++slot) c.hasPixel[slot] = c.hasPosition[slot] = false;
+}
+
 void readPointLine(const Fields& fields, MapFile& map) {
-  const std::optional<int> number = pointNumberInKey(field(fields, 0).substr(pointWord.size()), maxTiePoints);
+  const std::optional<int> number = pointNumberInKey(field(fields, 0).substr(pointWord.size()), maxSlot);
   if (!number) return;
   const int slot = *number;
+  if (slot > maxTiePoints && calibration.pointCount <= maxTiePoints) giveUpCorners();
   // Of two lines for one point the last one counts, as a whole.
   if (calibration.hasPixel[slot] || calibration.hasPosition[slot]) calibration.givenTwice[slot] = true;
   calibration.hasPixel[slot] = calibration.hasPosition[slot] = false;
@@ -102,6 +110,7 @@ int cornerSlot(const Fields& fields) {
 
 void readCornerPixel(const Fields& fields) {
   const int slot = cornerSlot(fields);
+  if (calibration.pointCount > maxTiePoints) return;
   if (beginsWithNumber(field(fields, 2)) && beginsWithNumber(field(fields, 3))) {
     calibration.setPixel(slot, parseInt32(field(fields, 2)), parseInt32(field(fields, 3)));
   }
@@ -126,7 +135,8 @@ void readLine(std::string_view line, int number, MapFile& map) {
   } else if (key == "MMPXY") {
     readCornerPixel(fields);
   } else if (key == "MMPLL") {
-    readDegrees(cornerSlot(fields), field(fields, 3), field(fields, 2));
+    const int slot = cornerSlot(fields);
+    if (calibration.pointCount <= maxTiePoints) readDegrees(slot, field(fields, 3), field(fields, 2));
   } else if (key == "IWH") {
     calibration.imageWidth = parseInt16(field(fields, 2));
     calibration.imageHeight = parseInt16(field(fields, 3));

@@ -4,6 +4,7 @@
 #include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/open_map.h"
+#include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
 #include "imaging/row_bands.h"
@@ -15,14 +16,16 @@ namespace {
 
 constexpr int savedColors = 128;
 
-/// One side: its calibration goes to `map`. An empty image, with the person told, when it cannot be opened.
-Bitmap openSide(const std::string& pickerTitle, Calibration& map) {
+/// One side: its calibration goes to `map`, the names of its files are added to `files`. An empty image, with the
+/// person told, when it cannot be opened.
+Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& files) {
   driver.stage = openCalibration;
   driver.pickerTitle = pickerTitle;
   const bool opened = do_it();
   driver.pickerTitle = Driver().pickerTitle;
   if (!opened) return {};
   map = calibration;
+  files.insert(files.end(), {map.imagePath, mapPathBeside(map.imagePath), driver.inputPath});
   Bitmap loaded = LoadImageByExtension(map.imagePath);
   Bitmap image = loaded.bitsPerPixel() == 24 ? std::move(loaded) : convertTo24Bits(loaded);
   if (image.width() == map.imageWidth && image.height() == map.imageHeight) return image;
@@ -81,7 +84,7 @@ class Dialog {
 
   void save() {
     if (!result_.image) return;
-    const std::optional<std::string> path = askWhereToSave();
+    const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
     userInterface().showBusy(true);
     const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, savedColors, 0);
@@ -103,9 +106,9 @@ class Dialog {
 
 std::optional<MergeMaps> openMergeMaps() {
   MergeMaps maps;
-  maps.base = openSide("Open calibration file for base map", maps.sides.a);
+  maps.base = openSide("Open calibration file for base map", maps.sides.a, maps.files);
   if (!maps.base) return std::nullopt;
-  maps.merge = openSide("Open calibration file for merge map", maps.sides.b);
+  maps.merge = openSide("Open calibration file for merge map", maps.sides.b, maps.files);
   if (!maps.merge) return std::nullopt;
   bringLongitudesTogether(maps.sides);
   return maps;

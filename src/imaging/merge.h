@@ -5,6 +5,7 @@
 
 #include "imaging/bitmap.h"
 #include "imaging/merge_sides.h"
+#include "imaging/saved_map.h"
 
 namespace vellandra {
 
@@ -12,6 +13,7 @@ namespace vellandra {
 struct MergeMaps {
   MergeSides sides;
   Bitmap base, merge;
+  MapFiles files;  ///< of both maps, which a merged map does not replace
 };
 
 /// Asks for the calibrations of the base map and of the merge map and opens both with their images. Nothing when one

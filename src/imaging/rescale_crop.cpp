@@ -1,10 +1,8 @@
 #include "imaging/rescale_crop.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
 
 #include "calibration/derived_map.h"
 #include "calibration/driver.h"
@@ -42,20 +40,9 @@ bool calibrated() {
   return false;
 }
 
-bool sameFile(const std::string& a, const std::string& b) {
-  std::error_code error;
-  return std::filesystem::equivalent(a, b, error) && !error;
-}
-
-/// As `askWhereToSave`, but for the files of the open map, which are not to be replaced.
-std::optional<std::string> askWhereToSaveCopy() {
-  std::optional<std::string> path = askWhereToSave();
-  if (path && (sameFile(*path, calibration.imagePath) || sameFile(mapPathBeside(*path), driver.inputPath) ||
-               sameFile(mapPathBeside(*path), mapPathBeside(calibration.imagePath)))) {
-    tell("unable to save " + *path + "\nIt belongs to the open map, which stays as it is");
-    return std::nullopt;
-  }
-  return path;
+/// The files of the open map, which a copy does not replace.
+MapFiles filesOfOpenMap() {
+  return {calibration.imagePath, mapPathBeside(calibration.imagePath), driver.inputPath};
 }
 
 /// Saves `image` with the calibration that `mapping` makes of the open one, which stays open.
@@ -87,7 +74,7 @@ bool rescaleMap() {
     tell("scale percentage must be 10 to 90");
     return false;
   }
-  const std::optional<std::string> path = askWhereToSaveCopy();
+  const std::optional<std::string> path = askWhereToSave(filesOfOpenMap());
   if (!path) return false;
   Bitmap loaded;
   const Bitmap& image = openImage(loaded);
@@ -120,7 +107,7 @@ bool cropMap() {
     tell("The part to keep must lie inside the map");
     return false;
   }
-  const std::optional<std::string> path = askWhereToSaveCopy();
+  const std::optional<std::string> path = askWhereToSave(filesOfOpenMap());
   if (!path) return false;
   Bitmap cropped = copyRectangle(image, part->left, part->top, part->right, part->bottom);
   if (!canSave(ImageFormat::png, cropped)) cropped = convertTo24Bits(cropped);

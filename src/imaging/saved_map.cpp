@@ -1,8 +1,14 @@
 #include "imaging/saved_map.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <string_view>
+
+#include "calibration/messages.h"
 #include "calibration/open_map.h"
 #include "calibration/pickers.h"
 #include "calibration/preferences.h"
+#include "formats/format_table.h"
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "support/files.h"
@@ -12,11 +18,40 @@
 
 namespace vellandra {
 
-std::optional<std::string> askWhereToSave() {
+namespace {
+
+bool isOneOf(const MapFiles& files, const std::string& path) {
+  return std::any_of(files.begin(), files.end(), [&path](const std::string& file) {
+    std::error_code error;
+    return std::filesystem::equivalent(path, file, error) && !error;
+  });
+}
+
+/// The calibrations beside an image that are named after it, but for its ".map".
+std::string otherCalibrationsOf(const std::string& path) {
+  const PathParts image = splitPath(path);
+  std::string names;
+  for (const ReaderRow& row : readerTable()) {
+    if (std::string_view(row.type) == "map") continue;
+    for (const std::string& ending : {"." + std::string(row.extension), "_png." + std::string(row.extension)}) {
+      const std::string file = findFile(image.folder + image.base + ending);
+      if (!file.empty()) names += (names.empty() ? "" : ", ") + std::string(fileName(file));
+    }
+  }
+  return names;
+}
+
+}  // namespace
+
+std::optional<std::string> askWhereToSave(const MapFiles& inUse) {
   const std::string path = putpfile();
   if (path.empty()) return std::nullopt;
-  if (fileExists(path) && !askOkCancel("OK to overwrite " + path)) return std::nullopt;
   const std::string mapPath = mapPathBeside(path);
+  if (isOneOf(inUse, path) || isOneOf(inUse, mapPath)) {
+    tell("unable to save " + path + "\nIt belongs to an open map, which stays as it is");
+    return std::nullopt;
+  }
+  if (fileExists(path) && !askOkCancel("OK to overwrite " + path)) return std::nullopt;
   // Without its PNG it is the calibration of another image of that name: asked whatever the preference says.
   const bool asks = preferences.warnOverwrite || !fileExists(path);
   if (asks && fileExists(mapPath) && !askOkCancel("OK to overwrite " + mapPath)) {
@@ -31,12 +66,14 @@ bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string&
   const EncodedImage encoded = encodeImage(ImageFormat::png, image);
   logMessages(encoded, path);
   const std::string content = mapContentBeside(path);
+  const std::string others = fileExists(path) ? otherCalibrationsOf(path) : "";
   const std::string failed =
       encoded.bytes.empty() ? path : writeWithCompanion({path, encoded.bytes}, {mapPathBeside(path), content});
   if (!failed.empty()) {
     tell((failed == path ? "unable to save " : "unable to write ") + failed);
     return false;
   }
+  if (!others.empty()) showMessage("Made for the picture that was there before, and not for this one: " + others);
   if (mapImage.path == path) mapImage = MapImage();  // what is on show is not in that file any more
   previous.keepNew();
   return true;

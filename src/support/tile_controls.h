@@ -18,9 +18,13 @@ class TileControls {
   virtual int down() const = 0;
   virtual void setCounts(int across, int down) = 0;
   void raiseAcross() { setCounts(across() + 1, down()); }
-  void lowerAcross() { setCounts(across() - 1, down()); }
+  void lowerAcross() {
+    if (across() > 1) setCounts(across() - 1, down());
+  }
   void raiseDown() { setCounts(across(), down() + 1); }
-  void lowerDown() { setCounts(across(), down() - 1); }
+  void lowerDown() {
+    if (down() > 1) setCounts(across(), down() - 1);
+  }
 
   /// The tile size, and a warning when it is larger in area than the preferred one.
   virtual std::string caption() const = 0;

@@ -68,6 +68,7 @@ struct PixelRectangle {
 /// Which commands of the main window can be used.
 struct MenuStates {
   bool calibratedImage = false;  ///< an image is loaded and its calibration fits
+  bool points = false;           ///< an image is loaded and has points, which may not be enough for a calibration
 };
 
 /// The port to the person: everything that asks or tells goes through here. Texts are bytes as the core holds them

@@ -46,6 +46,8 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
 /// Converts and fits the points that were placed.
 bool calculate() {
   if (calibration.pointCount < 2) {
+    driver.transformValid = false;
+    updateMenuStates();
     showMessage("Insufficient points to proceed");
     return false;
   }

@@ -208,8 +208,9 @@ void MainWindow::run(const Command& command) {
 
 void MainWindow::refresh() {
   for (const char* name : {"mnuvc", "mnurs", "mnucm", "mnuwmt", "mwgcm"}) {
-    if (auto* action = findChild<QAction*>(name)) action->setEnabled(calibratedImage_);
+    if (auto* action = findChild<QAction*>(name)) action->setEnabled(states_.calibratedImage);
   }
+  if (states_.points) findChild<QAction*>("mnuvc")->setEnabled(true);
   const QMimeData* clipboard = QApplication::clipboard()->mimeData();
   findChild<QAction*>("mnulic")->setEnabled(clipboard != nullptr && clipboard->hasImage());
   refreshRecentFiles();
@@ -221,7 +222,7 @@ void MainWindow::refreshNextStep() {
     button->setText(caption);
     button->setProperty("command", command);
   };
-  if (!calibratedImage_) {
+  if (!states_.calibratedImage && !states_.points) {
     nextStepTitle_->setText("Start with a map");
     nextStep_->setText(
         "Open a calibration that another program made, to convert it. Or load the image of a map, to calibrate it by "
@@ -231,12 +232,19 @@ void MainWindow::refreshNextStep() {
     return;
   }
   const QString name = QFileInfo(shownPath(calibration.imagePath)).fileName();
-  const QString size = QString("%1, %2 x %3 pixels, %4 points. ")
+  const QString size = QString("%1, %2 x %3 pixels, %4 %5. ")
                            .arg(name)
                            .arg(calibration.imageWidth)
                            .arg(calibration.imageHeight)
-                           .arg(calibration.pointCount);
+                           .arg(calibration.pointCount)
+                           .arg(calibration.pointCount == 1 ? "point" : "points");
   offer(firstButton_, "View the map...", "mnuvc");
+  if (!states_.calibratedImage) {
+    nextStepTitle_->setText("The map is not calibrated");
+    nextStep_->setText(breakable(size) + "They make no calibration: look at them and mend them, or start again.");
+    offer(secondButton_, "Open a calibration...", "mnufo");
+    return;
+  }
   offer(secondButton_, "Write the calibrations", "mnuwc");
   if (driver.calibrationPending) {
     nextStepTitle_->setText("The map is calibrated");
@@ -304,7 +312,7 @@ void MainWindow::showProgress(int done, int total) {
 }
 
 void MainWindow::setMenuStates(const MenuStates& states) {
-  calibratedImage_ = states.calibratedImage;
+  states_ = states;
   refresh();
 }
 

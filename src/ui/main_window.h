@@ -55,7 +55,7 @@ class MainWindow : public QMainWindow {
 
   ShowViewer showViewer_;
   bool running_ = false;
-  bool calibratedImage_ = false;
+  MenuStates states_;
   QString shownPanel_;
 
   QMenu* recent_ = nullptr;

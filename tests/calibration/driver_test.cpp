@@ -87,12 +87,19 @@ TEST_F(DriverTest, WhatIsMissingAroundTheInputIsTold) {
 
 TEST_F(DriverTest, AnOpenThatEndsBeforeAFileIsReadKeepsTheOpenMap) {
   ASSERT_TRUE(convertMap(map));
-  writeTestFile(folder + "a.xyz", "");
-  for (const std::string& picked : {std::string(), folder + "none.map", folder + "a.xyz"}) {
+  fs::create_directory(folder + "other");
+  writeTestFile(folder + "other/a.xyz", "\xE9");
+  const auto state = [] {
+    return calibration.imagePath + "|" + calibration.projection + "|" + driver.inputPath + "|" + driver.inputFolder +
+           "|" + driver.inputBase + "|" + driver.inputExtension + "|" + driver.inputType + "|" +
+           std::to_string(driver.inputIsWindows1252) + "|" + points();
+  };
+  const std::string before = state();
+  for (const std::string& picked : {std::string(), folder + "none.map", folder + "other/a.xyz"}) {
     person.pickedFiles = {picked};
     EXPECT_FALSE(run(openCalibration));
     EXPECT_TRUE(person.menuStates.calibratedImage) << picked;
-    EXPECT_EQ(calibration.pointCount, 4) << picked;
+    EXPECT_EQ(state(), before) << picked;
   }
   EXPECT_EQ(person.boxes.back().title, "No support");
 }
@@ -103,7 +110,12 @@ TEST_F(DriverTest, PanelTellsWhatIsOddAboutAMap) {
                                "\nPoint03,xy,9,9,in,deg,9,0,N," + east + "\n");
   };
   std::string manyPoints = "title\narea.png\n400\n300\n0;0;-3;51\n399;0;-2;51\n399;299;-2;50.5\n";
-  for (int i = 4; i <= 33; ++i) manyPoints += "399;299;-2;50.5\n";
+  std::string pastTheCorners = map + "MMPXY,1,7,7\nMMPLL,1,0,0\n";
+  for (int i = 4; i <= 33; ++i) {
+    manyPoints += "399;299;-2;50.5\n";
+    pastTheCorners += "Point" + formatNumber(i, "00") + ",xy,390,290,in,deg,50,5,N,2,45,W\n";
+  }
+  pastTheCorners += "MMPXY,2,7,7\nMMPLL,2,0,0\n";
   struct Row {
     const char* file;
     std::string content;
@@ -117,6 +129,7 @@ TEST_F(DriverTest, PanelTellsWhatIsOddAboutAMap) {
       {"a.map", threeAt("9,0,E", "8,0,E"), "The map comes out mirrored: check the points"},
       {"a.map", map, "The calibrations name the image a.png, the map's image is area.png"},
       {"a.gmi", manyPoints, "Points 31 to 33 took part in the fit and are not written"},
+      {"a.map", pastTheCorners, "Points 31 to 33 took part in the fit and are not written"},
   };
   preferences.warnOverwrite = false;
   for (const Row& row : rows) {
@@ -124,6 +137,13 @@ TEST_F(DriverTest, PanelTellsWhatIsOddAboutAMap) {
     EXPECT_TRUE(convert(row.file, row.content)) << row.panel;
     EXPECT_TRUE(panelHas(row.panel + "\r\n")) << row.panel << "\n" << calibration.message;
   }
+  EXPECT_EQ(calibration.cornerCount, 4);
+  EXPECT_EQ(calibration.latitude[31], calibration.y0) << "the corner is a tie point's, or the one of the file";
+  fs::create_directory(folder + "sub");
+  makeImage("b.PNG", 400, 300);
+  person.pickedFiles = {folder + "b.PNG"};
+  EXPECT_TRUE(convert("sub/b.map", map));
+  EXPECT_TRUE(panelHas("name the image " + folder + "sub/b.PNG, the map's image is " + folder + "b.PNG\r\n"));
   ASSERT_TRUE(convertMap(threeAt("179,0,E", "179,0,W")));
   EXPECT_NEAR(calibration.tf1, 2.0 / 9, 1e-9);
   EXPECT_NEAR(calibration.longitude[2], 181, 1e-9);

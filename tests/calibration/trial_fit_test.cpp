@@ -11,7 +11,7 @@ namespace {
 
 class TrialFitTest : public CoreTest {
  protected:
-  static void givePoints(const std::string& datum, const std::string& projection, int count) {
+  static void givePoints(const std::string& datum, const std::string& projection, int count, double west = 8) {
     const int pixels[][2] = {{10, 20}, {790, 35}, {770, 580}, {25, 560}};
     calibration = Calibration();
     calibration.imageWidth = 800;
@@ -21,7 +21,7 @@ class TrialFitTest : public CoreTest {
     for (int i = 1; i <= count; ++i) {
       const int x = pixels[i - 1][0], y = pixels[i - 1][1];
       calibration.setPixel(i, x + (i == 2 ? 3 : 0), y);
-      calibration.setPosition(i, 47 - y * 1e-3, 8 + x * 1.5e-3);
+      calibration.setPosition(i, 47 - y * 1e-3, std::remainder(west + x * 1.5e-3, 360));
       calibration.datumName[i] = datum;
     }
   }
@@ -32,13 +32,15 @@ TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
   const struct {
     const char *datum, *projection;
     int count;
-  } rows[] = {{"WGS 84", "latitude/longitude", 4},
-              {"EUROPEAN 1979", "latitude/longitude", 4},
-              {"EUROPEAN 1979", "latitude/longitude", 2},
-              {"WGS 84", "mercator ", 3}};
+    double west;
+  } rows[] = {{"WGS 84", "latitude/longitude", 4, 8},
+              {"EUROPEAN 1979", "latitude/longitude", 4, 8},
+              {"EUROPEAN 1979", "latitude/longitude", 2, 8},
+              {"WGS 84", "latitude/longitude", 4, 179.5},
+              {"WGS 84", "mercator ", 3, 8}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.datum + std::string(row.projection));
-    givePoints(row.datum, row.projection, row.count);
+    givePoints(row.datum, row.projection, row.count, row.west);
     const std::string logBefore = log();
     calibration.message = "text of the panel";
     const std::string before = points();

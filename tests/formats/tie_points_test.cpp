@@ -92,6 +92,7 @@ TEST_F(TiePoints, WithoutAReadablePositionAreLeftOutAndNamed) {
       {"map", ozi("Lat", "Point04,xy,1,2,in,deg,50,30,N,,15,W"), "1, 2, 3, 4"},
       {"map", ozi("Lat", "Point04,xy,1,2,in,deg,50,30,N,1,15,W\nPoint04,xy,a,2,in,deg,50,30,N,1,15,W"), "1, 2, 3, 4"},
       {"map", ozi("Lat", "Point04,xy,a,2,in,deg,50,30,N,1,15,W"), "1, 2, 3, 4"},
+      {"map", ozi("Lat", "Point01,xy,1,2,in,deg,50,500000,N,1,0,E\nPoint02,xy,3,4,in,deg,50,36.3,N,1,0,E"), "2"},
       {"map", ozi("(UTM)", toGrid + ",430000,5800000,N"), "1, 2, 3, 4"},
       {"map", ozi("(UTM)", toGrid + "61,430000,5800000,N"), "1, 2, 3, 4"},
       {"map", ozi("(BNG)", toGrid + "SI,30000,80000,N"), "1, 2, 3, 4"},

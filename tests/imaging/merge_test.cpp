@@ -240,6 +240,12 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
       {"closed without saving", 2, {merged, close, close}, "", {cancel, ok}, {exit, exit}},
       {"file kept", 2, {merged, save, close}, existing, {cancel, ok}, {"OK to overwrite " + existing, exit}},
       {"no such folder", 2, {merged, save, close}, nowhere, {ok}, {"unable to save " + nowhere, exit}},
+      {"over the merge map",
+       2,
+       {merged, save, close},
+       folder + "other.png",
+       {ok},
+       {"unable to save " + folder + "other.png\nIt belongs to an open map, which stays as it is", exit}},
       {"no percentage",
        2,
        {merge("101", true), merge("-0.1", true), merge("all", true), save, close},
@@ -279,7 +285,8 @@ TEST_F(MergeMapsTest, EveryMergeStartsFromTheBaseMapAsItWas) {
   // The merge map covers columns -20 to 29 and rows -10 to 39 of the base map.
   MergeMaps maps{{linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 4.98, 50.01, 0.001)},
                  picture(60, 40, 1),
-                 allocate24Bits(50, 50, grey(200))};
+                 allocate24Bits(50, 50, grey(200)),
+                 {}};
   const Bitmap base = clone(maps.base);
   PixelColor half;
   Lerp(colorAt(base, 20, 10), grey(200), 0.5F, half);

@@ -143,11 +143,13 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
 TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
   openMade(linearMap(100, 80, 5, 50, 1e-4, 12), picture(100, 80, 1));
   preferences.warnOverwrite = true;
-  for (const char* name : {"a.png", "a.map", "b.png", "c.map"}) writeTestFile(folder + name, "old");
+  for (const char* name : {"a.png", "a.map", "b.png", "c.map", "dot.tfw", "dot_png.cal"}) {
+    writeTestFile(folder + name, "old");
+  }
   for (const char* name : {"b.map", "c.png"}) std::filesystem::create_directory(folder + name);  // no file gets there
   const std::string scale = "scale percentage must be 10 to 90";
   const std::string inside = "The part to keep must lie inside the map";
-  const std::string own = "\nIt belongs to the open map, which stays as it is";
+  const std::string own = "\nIt belongs to an open map, which stays as it is";
   const std::string over = "OK to overwrite " + folder;
   const std::string unable = "unable to save " + folder;
   const std::string unableMap = "unable to write " + folder;
@@ -175,9 +177,16 @@ TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
       {"no such folder", "50", {}, "none/x.png", {}, {unable + "none/x.png"}},
       {"calibration stuck", {}, dot, "b.png", {ok, ok}, {over + "b.png", over + "b.map", unableMap + "b.map"}},
       {"picture stuck", {}, dot, "c.png", {ok, ok}, {over + "c.png", over + "c.map", unable + "c.png"}},
-      {"itself", {}, dot, "open", {ok, ok}, {over + "open.png", over + "open.map", unable + "open.png" + own}},
+      {"itself", {}, dot, "open", {}, {unable + "open.png" + own}},
       {"rescaled", "50", {}, "small", {}, {}, "Done rescaling\r\n"},
       {"cropped", {}, dot, "dot.png", {}, {}, "Done cropping\r\n"},
+      {"replaced",
+       "50",
+       {},
+       "dot.png",
+       {ok, ok},
+       {over + "dot.png", over + "dot.map"},
+       "Made for the picture that was there before, and not for this one: dot.tfw, dot_png.cal\r\nDone rescaling\r\n"},
   };
   const auto state = [this] {
     std::string text = calibration.imagePath + " " + driver.inputPath + " " + std::to_string(calibration.pixelX[3]);

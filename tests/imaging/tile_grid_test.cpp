@@ -28,6 +28,9 @@ TEST(GarminTileControls, CountsSetTheTileSizeAndItsCaption) {
     controls.setCounts(across, down);
     return controls.caption();
   };
+  GarminTileControls narrow(600, 3000, {1024, 1024});
+  narrow.lowerAcross();
+  EXPECT_EQ(narrow.caption(), "Tiles 1024 x 1024") << "there is one across already";
   EXPECT_EQ(captionOf(4, 2), "Tiles 751 x 1000");                     // (3000 + 3) / 4 = 750.75
   EXPECT_EQ(captionOf(0, 2), "Tiles 3000 x 1000  Tiles too big?? ");  // stays at 1
   EXPECT_EQ(captionOf(2, 0), "Tiles 1500 x 2000  Tiles too big?? ");  // 1500.5, half to even

@@ -1,3 +1,4 @@
+#include <QLabel>
 #include <QMimeData>
 
 #include "ui/window_fixture.h"
@@ -144,6 +145,16 @@ void walesStays(WindowTest&) {
   EXPECT_TRUE(calibration.imagePath.ends_with("wales.png"));
   EXPECT_EQ(calibration.pointCount, 9);
 }
+/// Points that make no calibration are in no file, and can be looked at again.
+void cannotBeWritten(WindowTest& t) {
+  EXPECT_TRUE(t.action("mnuvc")->isEnabled());
+  EXPECT_FALSE(t.action("mnucm")->isEnabled());
+  EXPECT_EQ(part<QLabel>(t.window.get(), "nextStepTitle")->text(), "The map is not calibrated");
+  t.someone.answer("OK");
+  t.choose("mnuwc");
+  EXPECT_EQ(t.someone.seen.back(), "Vellandra|Insufficient points to proceed");
+  EXPECT_FALSE(t.exists("wales.gmi"));
+}
 void clipboardIsLeft(WindowTest& t) {
   walesStays(t);
   EXPECT_NE(mapImage.path, "clip.board");
@@ -260,7 +271,8 @@ const Way ways[] = {
     way("ViewRecalculates", "mnuvc", placing(3, opened), "", "", "Recalculating...........................\n", "", true,
         fitted),
     way("ViewCloses", "mnuvc", written, "", "", "", "", false, seeing(ViewerMode::view)),
-    way("ViewTooFewPoints", "mnuvc", placing(1, written), "", "", "Insufficient points to proceed"),
+    way("ViewTooFewPoints", "mnuvc", placing(1, written), "", "", "Insufficient points to proceed", "", false,
+        cannotBeWritten),
     way("ViewErrorIsShown", "mnuvc", throwing, "", "", "***** Error *****\nSubscript out of range", "", false, goesOn),
     way("DatumsLocated", "eldf", {}, "readme.txt", "Open datums.txt file ", "", "", false, datumsAt("readme.txt")),
     way("DatumsCancelled", "eldf", {}, "-", "Open datums.txt file ", "", "", false,
