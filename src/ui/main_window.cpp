@@ -207,10 +207,10 @@ void MainWindow::run(const Command& command) {
 }
 
 void MainWindow::refresh() {
-  for (const char* name : {"mnuvc", "mnurs", "mnucm", "mnuwmt", "mwgcm"}) {
-    if (auto* action = findChild<QAction*>(name)) action->setEnabled(states_.calibratedImage);
+  for (const char* name : {"mnurs", "mnucm", "mnuwmt", "mwgcm"}) {
+    findChild<QAction*>(name)->setEnabled(states_.calibratedImage);
   }
-  if (states_.points) findChild<QAction*>("mnuvc")->setEnabled(true);
+  findChild<QAction*>("mnuvc")->setEnabled(states_.calibratedImage || states_.points);
   const QMimeData* clipboard = QApplication::clipboard()->mimeData();
   findChild<QAction*>("mnulic")->setEnabled(clipboard != nullptr && clipboard->hasImage());
   refreshRecentFiles();
