@@ -85,12 +85,11 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
 }
 
 bool mnulic(const Viewer& viewer) {
-  if (!mayReplacePending()) return false;
+  if (!mayReplacePending() || !haveDatums()) return false;
   if (!takeMapImage(userInterface().clipboardPicture())) {
     tell("There is no picture on the clipboard");
     return false;
   }
-  if (!haveDatums()) return false;
   beginCalibration(clipboardPath, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
   const Answer answer =

@@ -97,6 +97,10 @@ void copied(WindowTest&) {
   data->setText("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
   QApplication::clipboard()->setMimeData(data);
 }
+void copiedWithoutDatums(WindowTest& t) {
+  copied(t);
+  noDatums(t);
+}
 void copiedOverWales(WindowTest& t) {
   t.openWales();
   copied(t);
@@ -147,6 +151,9 @@ void walesStays(WindowTest&) {
 void clipboardIsLeft(WindowTest& t) {
   walesStays(t);
   EXPECT_NE(mapImage.path, "clip.board");
+}
+void clipboardIsNotTaken(WindowTest&) {
+  EXPECT_FALSE(mapImage.bitmap);
 }
 Step seeing(ViewerMode mode) {
   return [mode](WindowTest& t) { EXPECT_EQ(t.modes, std::vector<ViewerMode>{mode}); };
@@ -228,6 +235,8 @@ const Way ways[] = {
         "Not written|Calibrations not written : OK to read else cancel; "
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
         "", "", true, calibrates),
+    way("ClipboardNeedsDatums", "mnulic", copiedWithoutDatums, "-; OK",
+        "Open datums.txt file ; No datums|Unable to load datums.txt", "", "", false, clipboardIsNotTaken),
     way("ClipboardTooFewPoints", "mnulic", placing(1, copied), "-",
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
         "Insufficient points to proceed"),
