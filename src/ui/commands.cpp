@@ -118,7 +118,10 @@ bool mwgcm() {
 }
 
 bool showOpenMap() {
-  return (mapImage.bitmap && mapImage.path == calibration.imagePath) || loadMapImage(calibration.imagePath);
+  if (!isOnShow(calibration.imagePath) && !loadMapImage(calibration.imagePath)) return false;
+  const std::string problem = sizeProblem(mapImage.bitmap);
+  if (!problem.empty()) tell(problem + "\nOpen the calibration again");
+  return problem.empty();
 }
 
 bool mnuvc(const Viewer& viewer) {

@@ -112,6 +112,14 @@ Step placing(int count, const Step& before = {}) {
     t.onMap = [count] { return placePoints(count); };
   };
 }
+/// The map has been on show, and then another image took its file's place.
+Step replaced(int width, int height) {
+  return [=](WindowTest& t) {
+    written(t);
+    t.choose("mnuvc");
+    t.makeImage("wales.png", width, height);
+  };
+}
 void throwing(WindowTest& t) {
   written(t);
   t.onMap = []() -> ViewerResult { throw SubscriptOutOfRange("point 51"); };
@@ -154,6 +162,12 @@ void clipboardIsLeft(WindowTest& t) {
 }
 void clipboardIsNotTaken(WindowTest&) {
   EXPECT_FALSE(mapImage.bitmap);
+}
+void newPictureIsShown(WindowTest& t) {
+  PixelColor color;
+  ASSERT_TRUE(GetPixelColor(mapImage.bitmap, 0, 0, color));
+  EXPECT_EQ(color, PixelColor());
+  EXPECT_EQ(t.modes.size(), 2U);
 }
 Step seeing(ViewerMode mode) {
   return [mode](WindowTest& t) { EXPECT_EQ(t.modes, std::vector<ViewerMode>{mode}); };
@@ -269,6 +283,10 @@ const Way ways[] = {
     way("ViewRecalculates", "mnuvc", placing(3, opened), "", "", "Recalculating...........................\n", "", true,
         fitted),
     way("ViewCloses", "mnuvc", written, "", "", "", "", false, seeing(ViewerMode::view)),
+    way("ViewShowsTheFileAsItIsNow", "mnuvc", replaced(520, 600), "", "", "", "", false, newPictureIsShown),
+    way("ViewRefusesAnotherSize", "mnuvc", replaced(300, 300), "OK",
+        "Vellandra|The image is 300 x 300 now, the calibration is for 520 x 600\nOpen the calibration again", "", "",
+        false, seeing(ViewerMode::view)),
     way("ViewTooFewPoints", "mnuvc", placing(1, written), "", "", "Insufficient points to proceed"),
     way("ViewErrorIsShown", "mnuvc", throwing, "", "", "***** Error *****\nSubscript out of range", "", false, goesOn),
     way("DatumsLocated", "eldf", {}, "readme.txt", "Open datums.txt file ", "", "", false, datumsAt("readme.txt")),
