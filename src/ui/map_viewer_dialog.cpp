@@ -28,21 +28,23 @@ DegreeFormat degreeFormat() {
   return DegreeFormat(preferences.degreeFormat);
 }
 
-/// The position as it is shown, or nothing for one that no format can show.
-QString shownPosition(double latitude, double longitude) {
+/// What `textOf` makes of a position, or nothing for one that no format can show.
+template <typename TextOf>
+QString shownBy(const TextOf& textOf, double latitude, double longitude) {
   try {
-    return shown(positionText(latitude, longitude, degreeFormat()));
+    return shown(textOf(latitude, withinHalfTurn(longitude)));
   } catch (const RunTimeError&) {
     return {};
   }
 }
 
+QString shownPosition(double latitude, double longitude) {
+  return shownBy([](double lat, double lon) { return positionText(lat, lon, degreeFormat()); }, latitude, longitude);
+}
+
 QString shownGrid(double latitude, double longitude) {
-  try {
-    return shown(gridText(latitude, longitude));
-  } catch (const RunTimeError&) {
-    return {};
-  }
+  // 180 E is 180 W: there is no zone behind 60.
+  return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
 }
 
 /// The same with latitude and longitude one above the other, for a narrow column.
@@ -140,7 +142,8 @@ void MapViewerDialog::placeAt(int x, int y) {
 
 void MapViewerDialog::takeCoordinates(double latitude, double longitude, const std::string& datum) {
   if (correcting_ != 0) {
-    session_.correct(correcting_, latitude, longitude, datum);
+    // What is shown is rounded, and brought within 180 degrees: unchanged, it is not to take the point's place.
+    if (entry_->isTouched()) session_.correct(correcting_, latitude, longitude, datum);
   } else {
     session_.giveCoordinates(latitude, longitude, datum);
     selected_ = static_cast<int>(session_.points().size());
