@@ -47,6 +47,14 @@ QString shownGrid(double latitude, double longitude) {
   return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
 }
 
+/// In decimal degrees, whatever the format in use.
+QString shownDegrees(double latitude, double longitude) {
+  const auto textOf = [](double lat, double lon) {
+    return formatNumber(lat, "##0.00000") + " " + formatNumber(lon, "##0.00000");
+  };
+  return shownBy(textOf, latitude, longitude);
+}
+
 /// The same with latitude and longitude one above the other, for a narrow column.
 QString stackedPosition(double latitude, double longitude) {
   QString text = shownPosition(latitude, longitude);
@@ -304,7 +312,10 @@ void MapViewerDialog::updateButtons() {
 QString MapViewerDialog::reportOf(int number) const {
   const auto index = static_cast<std::size_t>(number - 1);
   const TiePoint& point = session_.points().at(index);
-  QString text = QStringLiteral("Pixels : X %1 Y %2").arg(point.x).arg(point.y);
+  QString text = QStringLiteral("Pixels : X %1 Y %2\nPosition : %3")
+                     .arg(point.x)
+                     .arg(point.y)
+                     .arg(shownDegrees(point.latitude, point.longitude));
   if (index < session_.fit().residuals.size()) {
     text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
   }

@@ -118,8 +118,9 @@ TEST_F(MapViewerTest, AdjustDialogMovesDeletesAndTakesBack) {
   givePoints(4);
   open(ViewerMode::view);
   const auto adjust = [this](std::vector<const char*> buttons) {
-    next<AdjustPointDialog>([buttons](AdjustPointDialog& dialog) {
+    next<AdjustPointDialog>([this, buttons](AdjustPointDialog& dialog) {
       EXPECT_EQ(dialog.windowTitle(), "Adjust calibration Point");
+      EXPECT_TRUE(says("\nPosition : 49.40000 10.10000\n"));
       for (const char* button : buttons) {
         *button == 'v' ? QTest::keyClick(&dialog, Qt::Key_Down) : buttonOf(&dialog, button)->click();
       }
