@@ -64,6 +64,10 @@ std::string utmText(double lat, double lon) {
 
 }  // namespace
 
+double withinHalfTurn(double lon) {
+  return std::remainder(lon, 360);
+}
+
 std::string positionText(double lat, double lon, DegreeFormat format) {
   if (format == DegreeFormat::decimalDegrees) {
     return formatNumber(lat, "###0.00000") + " " + formatNumber(lon, "###0.00000");

@@ -7,6 +7,9 @@ namespace vellandra {
 /// How angles are shown; the numbers are those of the preference "degreeformat".
 enum class DegreeFormat { decimalDegrees = 1, degreesMinutes = 2, degreesMinutesSeconds = 3 };
 
+/// The same longitude, in degrees, from -180 to 180; those of a map across 180 degrees go on past it.
+double withinHalfTurn(double lon);
+
 /// `lat`, `lon` in decimal degrees as the cursor readout shows them, in UTF-8: "51.50740 -0.12780",
 /// "N 51° 30.4440'  W 0° 07.6680'" or "N 51° 30' 26.64"  W 0° 07' 40.08"". Throws Overflow when one is not finite.
 std::string positionText(double lat, double lon, DegreeFormat format);

@@ -122,8 +122,8 @@ EntryField parseMetres(std::string_view typed, double least, double most) {
   const std::string_view digits = minus ? text.substr(1) : text;
   if (digits.size() > longest || !isPlainNumber(digits)) return problem("metres are needed");
   const double value = parseNumber(text);
-  if (value < least) return problem("metres begin at " + formatNumber(least, "0"));
-  if (value > most) return problem("metres end at " + formatNumber(most, "0"));
+  if (value < least) return problem("metres begin at " + formatGeneral(least));
+  if (value > most) return problem("metres end at " + formatGeneral(most));
   return {value, ""};
 }
 

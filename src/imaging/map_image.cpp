@@ -2,14 +2,41 @@
 
 #include <algorithm>
 #include <array>
+#include <system_error>
 
+#include "calibration/calibration.h"
 #include "support/numbers.h"
+#include "support/paths.h"
 
 namespace vellandra {
 
 MapImage mapImage;
 
 namespace {
+
+constexpr const char* clipboardPath = "clip.board";
+
+/// The hourglass, also while an error makes its way out.
+struct Busy {
+  Busy() { userInterface().showBusy(true); }
+  ~Busy() { userInterface().showBusy(false); }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+};
+
+/// Nothing when there is no such file.
+std::optional<FileStamp> stampOf(const std::string& path) {
+  const std::filesystem::path file = findFile(path);
+  std::error_code error;
+  FileStamp stamp;
+  stamp.size = std::filesystem::file_size(file, error);
+  if (!error) stamp.time = std::filesystem::last_write_time(file, error);
+  return error ? std::nullopt : std::optional(stamp);
+}
+
+std::string sizeText(int width, int height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
 
 /// Enough to keep thin lines, few enough for any size of map.
 constexpr int samplesASide = 3;
@@ -38,6 +65,9 @@ std::array<std::uint8_t, 3> cellColor(const Bitmap& image, int x, int y, int wid
 }  // namespace
 
 bool loadMapImage(const std::string& path) {
+  const Busy busy;
+  // Before it is read: a change meanwhile is noticed the next time.
+  const std::optional<FileStamp> stamp = stampOf(path);
   const Bitmap loaded = LoadImageByExtension(path);
   if (!loaded) {
     tell("file load error 1");
@@ -48,8 +78,19 @@ bool loadMapImage(const std::string& path) {
     tell("File convert error 1");
     return false;
   }
-  mapImage = {std::move(converted), path};
+  mapImage = {std::move(converted), path, stamp};
   return true;
+}
+
+bool isOnShow(const std::string& path) {
+  if (!mapImage.bitmap || mapImage.path != path) return false;
+  return path == clipboardPath || (mapImage.file && mapImage.file == stampOf(path));
+}
+
+std::string sizeProblem(const Bitmap& image) {
+  if (image.width() == calibration.imageWidth && image.height() == calibration.imageHeight) return "";
+  return "The image is " + sizeText(image.width(), image.height()) + " now, the calibration is for " +
+         sizeText(calibration.imageWidth, calibration.imageHeight);
 }
 
 bool takeMapImage(const Picture& picture) {
@@ -60,7 +101,7 @@ bool takeMapImage(const Picture& picture) {
     const auto row = picture.pixels.begin() + static_cast<std::ptrdiff_t>(rowBytes) * y;
     std::copy(row, row + static_cast<std::ptrdiff_t>(rowBytes), bitmap.row(y).begin());
   }
-  mapImage = {std::move(bitmap), "clip.board"};
+  mapImage = {std::move(bitmap), clipboardPath};
   return true;
 }
 

@@ -4,6 +4,7 @@
 #include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
+#include "imaging/map_image.h"
 #include "imaging/row_bands.h"
 #include "support/files.h"
 #include "support/paths.h"
@@ -35,10 +36,8 @@ std::optional<TileFiles> tileFilesOfOpenMap() {
 
 Bitmap loadMapForTiles() {
   Bitmap map = LoadQuantized(calibration.imagePath);
-  if (map && (map.width() != calibration.imageWidth || map.height() != calibration.imageHeight)) {
-    showMessage("The image is " + std::to_string(map.width()) + " x " + std::to_string(map.height()) +
-                " now, the calibration is for " + std::to_string(calibration.imageWidth) + " x " +
-                std::to_string(calibration.imageHeight));
+  if (const std::string problem = sizeProblem(map); map && !problem.empty()) {
+    showMessage(problem);
     map.reset();
   }
   if (!map) stopTiles("Unable to load map");

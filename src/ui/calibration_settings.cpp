@@ -10,7 +10,9 @@
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <array>
+#include <vector>
 
 #include "geodesy/datum.h"
 #include "support/text.h"
@@ -20,6 +22,7 @@ namespace vellandra {
 namespace {
 
 constexpr int shownDatums = 9;
+constexpr const char* wgs84 = "WGS 84";
 
 }  // namespace
 
@@ -84,17 +87,15 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
 }
 
 void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
-  for (int i = 1; i <= datumTable.count; ++i) {
-    const std::string_view name = trim(datumTable.name[static_cast<std::size_t>(i)]);
-    datums_->addItem(shown(std::string(name)));
-    datums_->item(i - 1)->setData(Qt::UserRole, QByteArray(name.data(), static_cast<qsizetype>(name.size())));
-    if (name == chosen) datums_->setCurrentRow(i - 1);
+  std::vector<std::string> names;
+  for (int i = 1; i <= datumTable.count; ++i) names.emplace_back(trim(datumTable.name.at(static_cast<std::size_t>(i))));
+  // Points on WGS 84 are not shifted, so it needs no row of the table.
+  if (std::ranges::find(names, wgs84) == names.end()) names.insert(names.begin(), wgs84);
+  for (const std::string& name : names) {
+    auto* item = new QListWidgetItem(shown(name), datums_);
+    item->setData(Qt::UserRole, QByteArray::fromStdString(name));
+    if (name == chosen || (name == wgs84 && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
   }
-  if (datumTable.count == 0) {
-    datums_->addItem(QStringLiteral("WGS 84"));
-    datums_->item(0)->setData(Qt::UserRole, QByteArray("WGS 84"));
-  }
-  if (datums_->currentRow() < 0) datums_->setCurrentRow(0);
   datums_->scrollToItem(datums_->currentItem(), QAbstractItemView::PositionAtCenter);
 }
 

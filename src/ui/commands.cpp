@@ -87,12 +87,11 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
 }
 
 bool mnulic(const Viewer& viewer) {
-  if (!mayReplacePending()) return false;
+  if (!mayReplacePending() || !haveDatums()) return false;
   if (!takeMapImage(userInterface().clipboardPicture())) {
     tell("There is no picture on the clipboard");
     return false;
   }
-  if (!haveDatums()) return false;
   beginCalibration(clipboardPath, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
   const Answer answer =
@@ -121,7 +120,10 @@ bool mwgcm() {
 }
 
 bool showOpenMap() {
-  return (mapImage.bitmap && mapImage.path == calibration.imagePath) || loadMapImage(calibration.imagePath);
+  if (!isOnShow(calibration.imagePath) && !loadMapImage(calibration.imagePath)) return false;
+  const std::string problem = sizeProblem(mapImage.bitmap);
+  if (!problem.empty()) tell(problem + "\nOpen the calibration again");
+  return problem.empty();
 }
 
 bool mnuvc(const Viewer& viewer) {

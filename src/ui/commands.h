@@ -35,8 +35,8 @@ bool mnuvc(const Viewer& viewer);
 /// About.
 bool mnuabout();
 
-/// Loads the image of the open calibration as the map on show, unless it is there already. False when it cannot be
-/// loaded, which has been told.
+/// Loads the image of the open calibration as the map on show, unless its file is there already as it is now. False,
+/// with the person told, when it cannot be loaded or is not of the size that the calibration is for.
 bool showOpenMap();
 
 }  // namespace vellandra

@@ -135,7 +135,8 @@ std::vector<GridLine> gridLines(const Calibration& map, const MapView& view, Deg
       const auto inside = clipped(middleOfPixel(start), middleOfPixel(end), part);
       if (!inside) continue;
       lines.push_back({isLatitude, angle, view.toWindow((*inside)[0].x, (*inside)[0].y),
-                       view.toWindow((*inside)[1].x, (*inside)[1].y), labelOf(angle, step, isLatitude, format)});
+                       view.toWindow((*inside)[1].x, (*inside)[1].y),
+                       labelOf(isLatitude ? angle : withinHalfTurn(angle), step, isLatitude, format)});
     }
   };
   addLines(true, extent.south, extent.north, extent.west, extent.east);

@@ -12,11 +12,10 @@ struct ViewerResult {
   int cropLeft = 0, cropTop = 0, cropRight = 0, cropBottom = 0;
 };
 
-/// Shows the map of `calibration.imagePath` in a modal window over `parent`, loading it when it is not `mapImage`
-/// already, and returns when it is closed. In mode `calibrate` the person places points on the map; in `view` the
-/// calibrated map is shown and its points can be changed; in `crop` a rectangle is drawn. Changed points are in
-/// `calibration`, each on the datum it was given on, only when `recalculate` is set. An image that cannot be loaded is
-/// told, and nothing is shown.
+/// Shows `mapImage`, the loaded map of the calibration, in a modal window over `parent`, and returns when it is closed.
+/// In mode `calibrate` the person places points on the map; in `view` the calibrated map is shown and its points can be
+/// changed; in `crop` a rectangle is drawn. Changed points are in `calibration`, each on the datum it was given on,
+/// only when `recalculate` is set. Without an image nothing is shown.
 ViewerResult showMapViewer(QWidget* parent, ViewerMode mode);
 
 }  // namespace vellandra

@@ -28,21 +28,31 @@ DegreeFormat degreeFormat() {
   return DegreeFormat(preferences.degreeFormat);
 }
 
-/// The position as it is shown, or nothing for one that no format can show.
-QString shownPosition(double latitude, double longitude) {
+/// What `textOf` makes of a position, or nothing for one that no format can show.
+template <typename TextOf>
+QString shownBy(const TextOf& textOf, double latitude, double longitude) {
   try {
-    return shown(positionText(latitude, longitude, degreeFormat()));
+    return shown(textOf(latitude, withinHalfTurn(longitude)));
   } catch (const RunTimeError&) {
     return {};
   }
 }
 
+QString shownPosition(double latitude, double longitude) {
+  return shownBy([](double lat, double lon) { return positionText(lat, lon, degreeFormat()); }, latitude, longitude);
+}
+
 QString shownGrid(double latitude, double longitude) {
-  try {
-    return shown(gridText(latitude, longitude));
-  } catch (const RunTimeError&) {
-    return {};
-  }
+  // 180 E is 180 W: there is no zone behind 60.
+  return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
+}
+
+/// In decimal degrees, whatever the format in use.
+QString shownDegrees(double latitude, double longitude) {
+  const auto textOf = [](double lat, double lon) {
+    return formatNumber(lat, "##0.00000") + " " + formatNumber(lon, "##0.00000");
+  };
+  return shownBy(textOf, latitude, longitude);
 }
 
 /// The same with latitude and longitude one above the other, for a narrow column.
@@ -140,7 +150,8 @@ void MapViewerDialog::placeAt(int x, int y) {
 
 void MapViewerDialog::takeCoordinates(double latitude, double longitude, const std::string& datum) {
   if (correcting_ != 0) {
-    session_.correct(correcting_, latitude, longitude, datum);
+    // What is shown is rounded, and brought within 180 degrees: unchanged, it is not to take the point's place.
+    if (entry_->isTouched()) session_.correct(correcting_, latitude, longitude, datum);
   } else {
     session_.giveCoordinates(latitude, longitude, datum);
     selected_ = static_cast<int>(session_.points().size());
@@ -301,7 +312,10 @@ void MapViewerDialog::updateButtons() {
 QString MapViewerDialog::reportOf(int number) const {
   const auto index = static_cast<std::size_t>(number - 1);
   const TiePoint& point = session_.points().at(index);
-  QString text = QStringLiteral("Pixels : X %1 Y %2").arg(point.x).arg(point.y);
+  QString text = QStringLiteral("Pixels : X %1 Y %2\nPosition : %3")
+                     .arg(point.x)
+                     .arg(point.y)
+                     .arg(shownDegrees(point.latitude, point.longitude));
   if (index < session_.fit().residuals.size()) {
     text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
   }

@@ -204,7 +204,7 @@ void PointEntry::beginCorrection(int number, double latitude, double longitude) 
   setHeading(QStringLiteral("New coordinates of point %1").arg(number));
   if (settings_.grid != EntryGrid::degrees) return;
   latitude_.edit->setText(exactDegrees(latitude));
-  longitude_.edit->setText(exactDegrees(longitude));
+  longitude_.edit->setText(exactDegrees(withinHalfTurn(longitude)));
   latitude_.edit->selectAll();
   begunWith_ = typed();
 }
@@ -292,8 +292,9 @@ void PointEntry::validate() {
     colorReason(result_);
     result_->setText(QString::fromLatin1(invalidGrid));
   } else if (position_) {
-    result_->setText(QStringLiteral("= ") + shown(positionText(position_->latitude, position_->longitude,
-                                                               DegreeFormat(preferences.degreeFormat))));
+    result_->setText(QStringLiteral("= ") +
+                     shown(positionText(position_->latitude, withinHalfTurn(position_->longitude),
+                                        DegreeFormat(preferences.degreeFormat))));
   } else {
     result_->clear();
   }

@@ -132,7 +132,7 @@ MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
 
 void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
-  const bool shown = mapImage.bitmap && mapImage.path == calibration.imagePath;
+  const bool shown = isOnShow(calibration.imagePath);
   const Bitmap loaded = shown ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
   const Bitmap& map = shown ? mapImage.bitmap : loaded;
   if (!map) return tell("Unable to load map");

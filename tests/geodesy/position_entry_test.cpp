@@ -44,6 +44,7 @@ TEST(PositionEntry, ReasonSaysWhatIsWrong) {
     const char* reason;
   };
   const auto square = [](std::string_view text) { return parseMetres(text, 0, 99999.999); };
+  const auto utmNorthing = [](std::string_view text) { return parseMetres(text, 0, 10000000); };
   const Row rows[] = {
       {parseLatitude, "", ""},
       {parseLatitude, "51,5", "decimals are written with \".\""},
@@ -61,7 +62,8 @@ TEST(PositionEntry, ReasonSaysWhatIsWrong) {
       {parseLatitude, "1.2.3", "\"1.2.3\" is no number"},
       {square, "", ""},
       {square, "12a", "metres are needed"},
-      {square, "100000", "metres end at 100000"},
+      {square, "100000", "metres end at 99999.999"},
+      {utmNorthing, "10000000.1", "metres end at 10000000"},
       {square, "-1", "metres begin at 0"},
       {square, "nan", "metres are needed"},
   };

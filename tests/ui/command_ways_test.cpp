@@ -98,6 +98,10 @@ void copied(WindowTest&) {
   data->setText("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
   QApplication::clipboard()->setMimeData(data);
 }
+void copiedWithoutDatums(WindowTest& t) {
+  copied(t);
+  noDatums(t);
+}
 void copiedOverWales(WindowTest& t) {
   t.openWales();
   copied(t);
@@ -107,6 +111,14 @@ Step placing(int count, const Step& before = {}) {
   return [=](WindowTest& t) {
     if (before) before(t);
     t.onMap = [count] { return placePoints(count); };
+  };
+}
+/// The map has been on show, and then another image took its file's place.
+Step replaced(int width, int height) {
+  return [=](WindowTest& t) {
+    written(t);
+    t.choose("mnuvc");
+    t.makeImage("wales.png", width, height);
   };
 }
 void throwing(WindowTest& t) {
@@ -158,6 +170,15 @@ void cannotBeWritten(WindowTest& t) {
 void clipboardIsLeft(WindowTest& t) {
   walesStays(t);
   EXPECT_NE(mapImage.path, "clip.board");
+}
+void clipboardIsNotTaken(WindowTest&) {
+  EXPECT_FALSE(mapImage.bitmap);
+}
+void newPictureIsShown(WindowTest& t) {
+  PixelColor color;
+  ASSERT_TRUE(GetPixelColor(mapImage.bitmap, 0, 0, color));
+  EXPECT_EQ(color, PixelColor());
+  EXPECT_EQ(t.modes.size(), 2U);
 }
 Step seeing(ViewerMode mode) {
   return [mode](WindowTest& t) { EXPECT_EQ(t.modes, std::vector<ViewerMode>{mode}); };
@@ -239,6 +260,8 @@ const Way ways[] = {
         "Not written|Calibrations not written : OK to read else cancel; "
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
         "", "", true, calibrates),
+    way("ClipboardNeedsDatums", "mnulic", copiedWithoutDatums, "-; OK",
+        "Open datums.txt file ; No datums|Unable to load datums.txt", "", "", false, clipboardIsNotTaken),
     way("ClipboardTooFewPoints", "mnulic", placing(1, copied), "-",
         "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
         "Insufficient points to proceed"),
@@ -273,6 +296,10 @@ const Way ways[] = {
     way("ViewCloses", "mnuvc", written, "", "", "", "", false, seeing(ViewerMode::view)),
     way("ViewTooFewPoints", "mnuvc", placing(1, written), "", "", "Insufficient points to proceed", "", false,
         cannotBeWritten),
+    way("ViewShowsTheFileAsItIsNow", "mnuvc", replaced(520, 600), "", "", "", "", false, newPictureIsShown),
+    way("ViewRefusesAnotherSize", "mnuvc", replaced(300, 300), "OK",
+        "Vellandra|The image is 300 x 300 now, the calibration is for 520 x 600\nOpen the calibration again", "", "",
+        false, seeing(ViewerMode::view)),
     way("ViewErrorIsShown", "mnuvc", throwing, "", "", "***** Error *****\nSubscript out of range", "", false, goesOn),
     way("DatumsLocated", "eldf", {}, "readme.txt", "Open datums.txt file ", "", "", false, datumsAt("readme.txt")),
     way("DatumsCancelled", "eldf", {}, "-", "Open datums.txt file ", "", "", false,

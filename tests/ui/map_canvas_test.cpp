@@ -244,6 +244,9 @@ TEST(GridLines, LabelsAreRoundInTheFormatInUse) {
   EXPECT_NE(labelsAt(DegreeFormat::degreesMinutes, 1).find("0\u00B0 30' W|"), std::string::npos);
   EXPECT_NE(labelsAt(DegreeFormat::degreesMinutesSeconds, 100).find("0\u00B0 00' 15\" S|"), std::string::npos)
       << labelsAt(DegreeFormat::degreesMinutesSeconds, 100);
+  map.x0 = 179.9;  // longitudes go on past 180
+  EXPECT_NE(labelsAt(DegreeFormat::decimalDegrees, 1).find("179.5\u00B0 W|"), std::string::npos)
+      << labelsAt(DegreeFormat::decimalDegrees, 1);
 }
 
 }  // namespace

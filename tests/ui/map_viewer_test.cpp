@@ -118,8 +118,9 @@ TEST_F(MapViewerTest, AdjustDialogMovesDeletesAndTakesBack) {
   givePoints(4);
   open(ViewerMode::view);
   const auto adjust = [this](std::vector<const char*> buttons) {
-    next<AdjustPointDialog>([buttons](AdjustPointDialog& dialog) {
+    next<AdjustPointDialog>([this, buttons](AdjustPointDialog& dialog) {
       EXPECT_EQ(dialog.windowTitle(), "Adjust calibration Point");
+      EXPECT_TRUE(says("\nPosition : 49.40000 10.10000\n"));
       for (const char* button : buttons) {
         *button == 'v' ? QTest::keyClick(&dialog, Qt::Key_Down) : buttonOf(&dialog, button)->click();
       }
@@ -264,12 +265,27 @@ TEST_F(MapViewerTest, ChosenPointIsCentredAndReadOut) {
   EXPECT_LE((at - QRectF(canvas->rect()).center()).manhattanLength(), 2);
   QTest::mouseMove(canvas, (at + QPointF(39.5, -0.5)).toPoint());
   QApplication::processEvents();
-  std::string readout;
-  for (const auto* label : viewer->findChildren<QLabel*>()) {
-    if (label->text().startsWith("Pixels : X")) readout = label->text().toStdString();
-  }
-  EXPECT_TRUE(readout.starts_with("Pixels : X 840 Y 600      49.4")) << readout;
-  EXPECT_NE(readout.find("32U 6"), std::string::npos) << readout;
+  EXPECT_TRUE(says("Pixels : X 840 Y 600      49.4"));
+  EXPECT_TRUE(says("32U 6"));
+}
+
+TEST_F(MapViewerTest, LongitudesPast180AreShownAndGivenWithinThem) {
+  givePoints(4);
+  for (int i = 1; i <= 4; ++i) calibration.longitude[i] += 169.5;
+  open(ViewerMode::view);
+  list()->setCurrentItem(list()->topLevelItem(3));
+  EXPECT_EQ(list()->topLevelItem(3)->text(1), "49.40000\n-179.70000");
+  QTest::mouseMove(canvas, place(800, 600).toPoint());
+  QApplication::processEvents();
+  EXPECT_TRUE(says(" -179.7") && says(" 01U "));
+  press("Coordinates...");
+  EXPECT_EQ(field("Longitude")->text(), "-179.700000000");
+  press("Change point");
+  EXPECT_FALSE(viewer->session().changed()) << "the same place";
+  press("Coordinates...");
+  field("Latitude")->setText("49.5");
+  press("Change point");
+  EXPECT_DOUBLE_EQ(point(4).longitude, -179.7);
 }
 
 TEST_F(MapViewerTest, CropRectangleIsDrawnAdjustedAndConfirmed) {

@@ -60,6 +60,10 @@ TEST_F(PointEntryTest, DatumAndZoneComeFromTheSettingsAndAreRemembered) {
     EXPECT_EQ(dialog.settings().zone, 33);
     EXPECT_EQ(dialog.settings().datum, "EUROPEAN 1979");
   });
+
+  datumTable.count = 3;  // neither WGS 84 nor the datum remembered is in the table
+  EXPECT_EQ(CalibrationSettingsDialog(CalibrationSettings(), nullptr).settings().datum, "WGS 84");
+  EXPECT_EQ(CalibrationSettingsDialog(lastCalibrationSettings, nullptr).settings().datum, "WGS 84");
 }
 
 }  // namespace
