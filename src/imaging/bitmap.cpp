@@ -14,6 +14,7 @@
 #include "imaging/library_messages.h"
 #include "support/errors.h"
 #include "support/files.h"
+#include "support/numbers.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -137,8 +138,8 @@ std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& t
   // BMP has run lengths up to 8 bits a pixel only; half of the file may be missing.
   const bool plain = type.format == ImageFormat::bmp && header->bitsPerPixel > 8;
   if (claimed > static_cast<double>(file.size()) * (plain ? 2 : type.largestExpansion)) {
-    writeLog(path + ": no image, its header claims " + std::to_string(size.width) + " x " +
-             std::to_string(size.height) + " pixels, more than the file can hold");
+    writeLog(path + ": no image, its header claims " + sizeText(size.width, size.height) +
+             " pixels, more than the file can hold");
     return std::nullopt;
   }
   return size;
@@ -233,8 +234,7 @@ Bitmap LoadImageByExtension(const std::string& path) {
   const std::optional<ImageSize> size = checkedSize(path, *type, file);
   if (!size) return {};
   if (size->width > largestSide || size->height > largestSide) {
-    throw Overflow("image " + path + " is " + std::to_string(size->width) + " x " + std::to_string(size->height) +
-                   ", past 32767 pixels");
+    throw Overflow("image " + path + " is " + sizeText(size->width, size->height) + ", past 32767 pixels");
   }
   Bitmap bitmap = decode(type->format, file, 0);
   if (!bitmap) writeLog(path + ": the image cannot be decoded");

@@ -34,10 +34,6 @@ std::optional<FileStamp> stampOf(const std::string& path) {
   return error ? std::nullopt : std::optional(stamp);
 }
 
-std::string sizeText(int width, int height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
 /// Enough to keep thin lines, few enough for any size of map.
 constexpr int samplesASide = 3;
 

@@ -9,6 +9,7 @@
 #include "imaging/merge_pixels.h"
 #include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
+#include "support/numbers.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -39,8 +40,7 @@ constexpr int previewSide = 800;  // pixels
 class Dialog {
  public:
   explicit Dialog(MergeMaps& maps) : maps_(maps), canvas_(proposedCanvas(maps.sides)) {
-    question_.expandCaption =
-        "Expand base map to " + std::to_string(canvas_.width) + " x " + std::to_string(canvas_.height);
+    question_.expandCaption = "Expand base map to " + sizeText(canvas_.width, canvas_.height);
   }
 
   /// Until the person closes it, or memory runs out and there is nothing to lose.

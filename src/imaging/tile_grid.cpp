@@ -9,10 +9,6 @@
 namespace vellandra {
 namespace {
 
-std::string sizeText(std::int64_t width, std::int64_t height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
 std::int32_t tilesAlong(std::int32_t imageSide, std::int32_t tileSide) {
   return static_cast<std::int32_t>((std::int64_t{imageSide} + tileSide - 1) / tileSide);
 }

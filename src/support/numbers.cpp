@@ -184,6 +184,10 @@ std::string formatNumber(double value, std::string_view pattern) {
   return result;
 }
 
+std::string sizeText(std::int64_t width, std::int64_t height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
 std::string formatGeneral(double value) {
   std::array<char, 64> buffer{};
   const auto [end, error] =

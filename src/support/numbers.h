@@ -28,6 +28,9 @@ std::int16_t toInt16(std::int64_t value);
 /// of zero has no sign. Throws Overflow when `value` is not finite.
 std::string formatNumber(double value, std::string_view pattern);
 
+/// "width x height".
+std::string sizeText(std::int64_t width, std::int64_t height);
+
 /// The general form for the log: up to 15 significant digits, "E" notation when very large or small.
 std::string formatGeneral(double value);
 
