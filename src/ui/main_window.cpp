@@ -241,7 +241,9 @@ void MainWindow::refreshNextStep() {
   offer(firstButton_, "View the map...", "mnuvc");
   if (!states_.calibratedImage) {
     nextStepTitle_->setText("The map is not calibrated");
-    nextStep_->setText(breakable(size) + "They make no calibration: look at them and mend them, or start again.");
+    nextStep_->setText(
+        breakable(size) +
+        "That makes no calibration yet: view the map to add or mend points, or open another calibration.");
     offer(secondButton_, "Open a calibration...", "mnufo");
     return;
   }
