@@ -77,6 +77,7 @@ TEST_F(DriverTest, AnOpenThatEndsBeforeAFileIsReadKeepsTheOpenMap) {
     EXPECT_TRUE(person.menuStates.calibratedImage) << picked;
     EXPECT_TRUE(run(writeCalibrations));
     EXPECT_EQ(files(), before) << picked;
+    EXPECT_EQ(driver.inputPath, folder + "\xC3\xA4.map") << picked;
   }
 }
 
