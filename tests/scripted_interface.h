@@ -25,12 +25,8 @@ class ScriptedInterface : public UserInterface {
 
   std::vector<MessageBox> boxes;
   std::vector<FilePicker> pickers;
-  std::vector<std::string> datumPrompts;
-  std::vector<std::string> datumNames;
-  std::vector<std::string> worldFileLines;
-  std::vector<std::string> worldFileZones;
+  std::vector<std::string> datumPrompts, datumNames, worldFileLines, worldFileZones, textInitials;
   std::vector<MergeQuestion> mergeQuestions;
-  std::vector<std::string> textInitials;
   std::vector<int> progress;  ///< steps done, of `progressTotal`
   int progressTotal = 0;
   std::string panel;
@@ -46,33 +42,31 @@ class ScriptedInterface : public UserInterface {
   }
   std::string askOpenFile(const FilePicker& picker) override {
     pickers.push_back(picker);
-    return take(pickedFiles, std::string());
+    return take(pickedFiles);
   }
   std::string askSaveFile(const FilePicker& picker) override { return askOpenFile(picker); }
   int chooseDatum(const std::string& prompt, const std::vector<std::string>& names) override {
     datumPrompts.push_back(prompt);
     datumNames = names;
-    return take(datums, 0);
+    return take(datums);
   }
   WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) override {
     worldFileLines.push_back(lines);
     worldFileZones = zones;
-    return take(worldFileAnswers, WorldFileAnswer());
+    return take(worldFileAnswers);
   }
   MergeAnswer askMerge(const MergeQuestion& question) override {
     mergeQuestions.push_back(question);
-    return take(mergeAnswers, MergeAnswer());
+    return take(mergeAnswers);
   }
   void askGarminTiles(TileControls& controls) override {
-    take(tileChoices, std::function<void(TileControls&)>([](TileControls&) {}))(controls);
+    if (const auto choose = take(tileChoices)) choose(controls);
   }
   std::optional<std::string> askText(const std::string&, const std::string& initial) override {
     textInitials.push_back(initial);
-    return take(typedTexts, std::optional<std::string>());
+    return take(typedTexts);
   }
-  std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override {
-    return take(rectangles, std::optional<PixelRectangle>());
-  }
+  std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override { return take(rectangles); }
   void showPanel(const std::string& message) override { panel = message; }
   void showProgress(int done, int total) override {
     progress.push_back(done);
@@ -90,7 +84,7 @@ class ScriptedInterface : public UserInterface {
 
  private:
   template <typename T>
-  static T take(std::deque<T>& answers, T otherwise) {
+  static T take(std::deque<T>& answers, T otherwise = {}) {
     if (answers.empty()) return otherwise;
     T answer = answers.front();
     answers.pop_front();

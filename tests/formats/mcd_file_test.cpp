@@ -2,9 +2,8 @@
 
 #include <cstring>
 #include <limits>
-#include <vector>
 
-#include "formats/reader_test.h"
+#include "map_fixture.h"
 
 namespace vellandra {
 namespace {
@@ -16,36 +15,38 @@ std::string bytesOf(const Numbers& numbers) {
   return {reinterpret_cast<const char*>(numbers.data()), numbers.size() * 8};
 }
 
-class McdFile : public ReaderTest {
+class McdFile : public MapTest {
  protected:
   McdFile() { makeImage("area.png", 100, 200); }
 
   /// Writes a map of 100 by 200 pixels with these coefficients; nothing without a file.
   Numbers write(double x0, double tf1, double y0, double tf4) {
     calibration.clear();
-    calibration.imageWidth = 100;
-    calibration.imageHeight = 200;
+    calibration.imageWidth = 100, calibration.imageHeight = 200;
     calibration.x0 = x0, calibration.tf1 = tf1, calibration.y0 = y0, calibration.tf4 = tf4;
     std::filesystem::remove(folder + "area.mcd");
     writeMcd();
     const std::string bytes = written("area.mcd");
     Numbers numbers(bytes.size() / 8);
-    if (!numbers.empty()) std::memcpy(numbers.data(), bytes.data(), numbers.size() * 8);
+    std::memcpy(numbers.data(), bytes.data(), numbers.size() * 8);
     return numbers;
   }
 };
 
 TEST_F(McdFile, ReadsARectangleOnItsOwnGrid) {
-  EXPECT_FALSE(read("mcd", bytesOf({5, 189, 160000, 390000, 95, 19, 350000, 170000, -3})).stopped);
-  // PROJ 9: tmerc on airy with towgs84=375,-111,431.
-  EXPECT_EQ(points(),
-            "5,10 53.352261 -5.607735; 95,10 53.404429 -2.753559; 5,180 51.378141 -5.450225; "
-            "95,180 51.426739 -2.720581");
-  EXPECT_EQ(calibration.imagePath, folder + "area.png");
-  read("mcd", bytesOf({0, 199, 178, -16, 99, 0, -179, -18, 0}));  // across the end of longitudes
-  EXPECT_EQ(points(), "0,0 -16.0 178.0; 99,0 -16.0 181.0; 0,199 -18.0 178.0; 99,199 -18.0 181.0");
-  read("mcd", bytesOf({0, 199, -180, 90, 99, 0, 180, -90, 0}));  // the whole world is not
-  EXPECT_EQ(points(4, 1), "99,199 -90.0 180.0");
+  const std::pair<Numbers, const char*> rows[] = {
+      {{5, 189, 160000, 390000, 95, 19, 350000, 170000, -3},  // PROJ 9: tmerc on airy with towgs84=375,-111,431
+       "5,10 53.352261 -5.607735; 95,10 53.404429 -2.753559; 5,180 51.378141 -5.450225; 95,180 51.426739 -2.720581"},
+      {{0, 199, 178, -16, 99, 0, -179, -18, 0},  // across the end of longitudes
+       "0,0 -16.0 178.0; 99,0 -16.0 181.0; 0,199 -18.0 178.0; 99,199 -18.0 181.0"},
+      {{0, 199, -180, 90, 99, 0, 180, -90, 0},  // the whole world is not
+       "0,0 90.0 -180.0; 99,0 90.0 180.0; 0,199 -90.0 -180.0; 99,199 -90.0 180.0"},
+  };
+  for (const auto& [numbers, expected] : rows) {
+    EXPECT_FALSE(read("mcd", bytesOf(numbers)).stopped);
+    EXPECT_EQ(points(), expected);
+    EXPECT_EQ(calibration.imagePath, folder + "area.png");
+  }
 }
 
 TEST_F(McdFile, StopsAtWhatIsNoCalibration) {
@@ -66,8 +67,7 @@ TEST_F(McdFile, StopsAtWhatIsNoCalibration) {
   };
   for (const auto& [content, fault] : rows) {
     EXPECT_TRUE(read("mcd", content).stopped) << fault;
-    EXPECT_EQ(lastBox(), "This is not an MCD calibration: " + fault);
-    EXPECT_EQ(person.boxes.back().title, "MCD Input");
+    EXPECT_EQ(person.boxes.back().title + ": " + lastBox(), "MCD Input: This is not an MCD calibration: " + fault);
   }
   std::filesystem::remove(folder + "area.png");
   EXPECT_TRUE(read("mcd", bytesOf({0, 199, 1, 50, 99, 0, 2, 49, 0})).stopped);
