@@ -2,49 +2,36 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <tuple>
 
 #include "geodesy/datum.h"
 
 namespace vellandra {
 namespace {
 
+using Parse = EntryField (*)(std::string_view);
+
 TEST(PositionEntry, AngleInEveryWayItIsTyped) {
-  struct Row {
-    EntryField (*parse)(std::string_view);
-    const char* text;
-    double angle;
-  };
-  const Row rows[] = {
-      {parseLatitude, "51.5074", 51.5074},
-      {parseLongitude, " -0.1278 ", -0.1278},
-      {parseLongitude, "0.1278W", -0.1278},
-      {parseLatitude, "s 33.5", -33.5},
-      {parseLatitude, "51 30.444", 51 + 30.444 / 60},
-      {parseLatitude, "0 30 S", -0.5},
-      {parseLongitude, "-0 30", -0.5},
-      {parseLatitude, "N 51\u00B0 30' 26.64\"", 51 + 30 / 60.0 + 26.64 / 3600},
-      {parseLongitude, "0\u00B07\u203240.08\u2033 W", -(7 / 60.0 + 40.08 / 3600)},
-      {parseLatitude, "51:30:00", 51.5},
-      {parseLatitude, "90 0 0 N", 90},
-      {parseLongitude, "180", 180},
-  };
-  for (const Row& row : rows) {
-    const EntryField field = row.parse(row.text);
-    ASSERT_TRUE(field.value.has_value()) << row.text << ": " << field.problem;
-    EXPECT_DOUBLE_EQ(*field.value, row.angle) << row.text;
-    EXPECT_EQ(field.problem, "") << row.text;
+  // clang-format off
+  const std::tuple<Parse, const char*, double> rows[] = {
+      {parseLatitude, "51.5074", 51.5074},      {parseLatitude, "51 30.444", 51 + 30.444 / 60},
+      {parseLongitude, " -0.1278 ", -0.1278},   {parseLatitude, "N 51\u00B0 30' 26.64\"", 51 + 30 / 60.0 + 26.64 / 3600},
+      {parseLongitude, "0.1278W", -0.1278},     {parseLongitude, "0\u00B07\u203240.08\u2033 W", -(7 / 60.0 + 40.08 / 3600)},
+      {parseLatitude, "s 33.5", -33.5},         {parseLatitude, "51:30:00", 51.5},
+      {parseLatitude, "0 30 S", -0.5},          {parseLatitude, "90 0 0 N", 90},
+      {parseLongitude, "-0 30", -0.5},          {parseLongitude, "180", 180}};
+  // clang-format on
+  for (const auto& [parse, text, angle] : rows) {
+    const EntryField field = parse(text);
+    ASSERT_TRUE(field.value.has_value()) << text << ": " << field.problem;
+    EXPECT_DOUBLE_EQ(*field.value, angle) << text;
+    EXPECT_EQ(field.problem, "") << text;
   }
 }
 
 TEST(PositionEntry, ReasonSaysWhatIsWrong) {
-  struct Row {
-    EntryField (*parse)(std::string_view);
-    const char* text;
-    const char* reason;
-  };
   const auto square = [](std::string_view text) { return parseMetres(text, 0, 99999.999); };
-  const Row rows[] = {
+  const std::tuple<Parse, const char*, const char*> rows[] = {
       {parseLatitude, "", ""},
       {parseLatitude, "51,5", "decimals are written with \".\""},
       {parseLatitude, "51.5 30", "only the last number can have decimals"},
@@ -63,46 +50,44 @@ TEST(PositionEntry, ReasonSaysWhatIsWrong) {
       {square, "12a", "metres are needed"},
       {square, "100000", "metres end at 100000"},
       {square, "-1", "metres begin at 0"},
-      {square, "nan", "metres are needed"},
-  };
-  for (const Row& row : rows) {
-    const EntryField field = row.parse(row.text);
-    EXPECT_FALSE(field.value.has_value()) << row.text;
-    EXPECT_EQ(field.problem, row.reason) << row.text;
+      {square, "nan", "metres are needed"}};
+  for (const auto& [parse, text, reason] : rows) {
+    const EntryField field = parse(text);
+    EXPECT_FALSE(field.value.has_value()) << text;
+    EXPECT_EQ(field.problem, reason) << text;
   }
 }
 
-TEST(PositionEntry, GridReferences) {
-  // cs2cs from the grid's projection with +towgs84=375,-111,431, and from +proj=utm +zone=33 +south +datum=WGS84.
-  const auto letters = britishPosition("su", 30000, 80000);
-  const auto metres = britishPosition(" ", 430000, 180000);
-  const auto south = utmPosition(33, true, 600000, 6000000, 0);
-  ASSERT_TRUE(letters && metres && south);
-  EXPECT_NEAR(letters->latitude, 51.51807913, 2e-8);
-  EXPECT_DOUBLE_EQ(metres->latitude, letters->latitude);
-  EXPECT_NEAR(south->latitude, -36.13956045, 2e-8);
-  // cs2cs from tmerc on a=6377340.189, rf=299.3249646, without a shift.
-  const auto irish = irishPosition("o", 15000, 34000);
-  const auto irishMetres = irishPosition("", 315000, 234000);
-  ASSERT_TRUE(irish && irishMetres);
-  EXPECT_NEAR(irish->latitude, 53.34372914, 2e-8);
-  EXPECT_NEAR(irish->longitude, -6.27310280, 2e-8);
-  EXPECT_DOUBLE_EQ(irishMetres->longitude, irish->longitude);
-  EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
-  for (const char* good : {"tq", ""}) EXPECT_EQ(britishLettersProblem(good), "") << good;
+TEST(PositionEntry, LettersThatNameNoSquareAreExplained) {
+  EXPECT_EQ(britishLettersProblem("tq") + britishLettersProblem("") + irishLetterProblem("O"), "");
   EXPECT_EQ(britishLettersProblem("TI"), "letters from A to Z without I");
   EXPECT_EQ(britishLettersProblem("T"), "two letters, or none for full metres");
-  EXPECT_EQ(irishLetterProblem("O"), "");
   EXPECT_EQ(irishLetterProblem("SU"), "one letter, or none for full metres");
+}
 
+TEST(PositionEntry, GridReferencesWithLettersAndInFullMetres) {
   datumTable = DatumTable();
   datumTable.count = 1;
   datumTable.dA[1] = -251;
   datumTable.dF[1] = -0.000014192702;
-  const auto international = utmPosition(30, false, 430000, 5800000, 1);
-  const auto wgs84 = utmPosition(30, false, 430000, 5800000, 0);
-  ASSERT_TRUE(international && wgs84);
-  EXPECT_GT(std::abs(international->latitude - wgs84->latitude), 1e-4) << "the datum's ellipsoid is not used";
+  const struct {
+    std::optional<EntryPosition> position;
+    double latitude, longitude;
+  } rows[] = {
+      // cs2cs from the grid's projection with +towgs84=375,-111,431, and from +proj=utm +zone=33 +south +datum=WGS84.
+      {britishPosition("su", 30000, 80000), 51.51807913, -1.56904403},
+      {britishPosition(" ", 430000, 180000), 51.51807913, -1.56904403},
+      {utmPosition(33, true, 600000, 6000000, 0), -36.13956045, 16.11147803},
+      {utmPosition(30, false, 430000, 5800000, 1), 52.34473578, -4.02753321},  // +proj=utm +zone=30 +ellps=intl
+      // cs2cs from tmerc on a=6377340.189, rf=299.3249646, without a shift.
+      {irishPosition("o", 15000, 34000), 53.34372914, -6.27310280},
+      {irishPosition("", 315000, 234000), 53.34372914, -6.27310280}};
+  for (const auto& row : rows) {
+    ASSERT_TRUE(row.position) << row.latitude;
+    EXPECT_NEAR(row.position->latitude, row.latitude, 2e-8);
+    EXPECT_NEAR(row.position->longitude, row.longitude, 2e-8) << row.latitude;
+  }
+  EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
 }
 
 }  // namespace
