@@ -103,10 +103,7 @@ TEST(PositionEntry, GridReferencesWithLettersAndInFullMetres) {
   datumTable.count = 1;
   datumTable.dA[1] = -251;
   datumTable.dF[1] = -0.000014192702;
-  const struct {
-    std::optional<EntryPosition> position;
-    double latitude, longitude;
-  } rows[] = {
+  const std::tuple<std::optional<EntryPosition>, double, double> rows[] = {
       // cs2cs from the grid's projection with +towgs84=375,-111,431, and from +proj=utm +zone=33 +south +datum=WGS84.
       {britishPosition("su", 30000, 80000), 51.51807913, -1.56904403},
       {britishPosition(" ", 430000, 180000), 51.51807913, -1.56904403},
@@ -115,10 +112,10 @@ TEST(PositionEntry, GridReferencesWithLettersAndInFullMetres) {
       // cs2cs from tmerc on a=6377340.189, rf=299.3249646, without a shift.
       {irishPosition("o", 15000, 34000), 53.34372914, -6.27310280},
       {irishPosition("", 315000, 234000), 53.34372914, -6.27310280}};
-  for (const auto& row : rows) {
-    ASSERT_TRUE(row.position) << row.latitude;
-    EXPECT_NEAR(row.position->latitude, row.latitude, 2e-8);
-    EXPECT_NEAR(row.position->longitude, row.longitude, 2e-8) << row.latitude;
+  for (const auto& [position, latitude, longitude] : rows) {
+    ASSERT_TRUE(position) << latitude;
+    EXPECT_NEAR(position->latitude, latitude, 2e-8);
+    EXPECT_NEAR(position->longitude, longitude, 2e-8) << latitude;
   }
   EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
 }

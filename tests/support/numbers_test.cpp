@@ -37,10 +37,10 @@ TEST(ParseNumber, TakesTheLeadingNumberOnly) {
     EXPECT_EQ(parseNumber(text), value) << text;
     EXPECT_EQ(beginsWithNumber(text), number) << text;
   }
-  EXPECT_THROW(parseNumber("1e999"), Overflow);
-  EXPECT_THROW(parseNumber(std::string(400, '9') + "e-10"), Overflow);
+  const std::string nines(400, '9');
+  for (const std::string& text : {std::string("1e999"), nines, nines + "e-10"})
+    EXPECT_THROW(parseNumber(text), Overflow);
   EXPECT_EQ(parseNumber("0." + std::string(400, '0') + "1e+10"), 0);
-  EXPECT_THROW(parseNumber("9" + std::string(400, '9')), Overflow);
 }
 
 TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
@@ -50,12 +50,11 @@ TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
     EXPECT_EQ(roundToInt32(value), rounded) << value;
   }
   EXPECT_EQ(roundToInt32(-2147483648.5), INT32_MIN);
-  EXPECT_THROW(roundToInt32(2147483647.5), Overflow);
+  for (const double value : {2147483647.5, HUGE_VAL, std::nan("")})
+    EXPECT_THROW(roundToInt32(value), Overflow) << value;
   EXPECT_EQ(parseInt16("32767"), 32767);
   EXPECT_THROW(parseInt16("32768"), Overflow);
   EXPECT_THROW(parseInt32("99999999999"), Overflow);
-  EXPECT_THROW(roundToInt32(INFINITY), Overflow);
-  EXPECT_THROW(roundToInt32(NAN), Overflow);
 }
 
 TEST(FormatGeneral, KeepsFifteenDigits) {
