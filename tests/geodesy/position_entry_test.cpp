@@ -31,14 +31,12 @@ TEST(AngleFormat, RoundsOverSixtyIntoTheNextPart) {
 // cs2cs -f %.3f +proj=longlat +datum=WGS84 +to +proj=utm +zone=ZONE [+south] +datum=WGS84, and british_grid.txt's
 // command. "NV" lies west of the false origin, "29U" in the grid's area, but west of the lettered squares.
 TEST(AngleFormat, GridTextChoosesTheGridOfThePlace) {
-  const std::tuple<double, double, const char*> rows[] = {{51.503937058, -0.128334346, "TQ 30000 80000"},
-                                                          {60.75, -1.25, "HP 40980 07656"},
-                                                          {54.5, -8.5, "NV -20561 31090"},
-                                                          {47.5, 8.25, "32T 443515 5261002"},
-                                                          {-34.6, -58.5, "21H 362454 6170291"},
-                                                          {81.5, 3, "31x 500000 9049016"},
-                                                          {-83, -59, "21 472793 0783070"},
-                                                          {49.65, -8.95, "29U 503609 5499718"}};
+  // clang-format off
+  const std::tuple<double, double, const char*> rows[] = {
+      {51.503937058, -0.128334346, "TQ 30000 80000"}, {60.75, -1.25, "HP 40980 07656"},    {54.5, -8.5, "NV -20561 31090"},
+      {-34.6, -58.5, "21H 362454 6170291"},           {81.5, 3, "31x 500000 9049016"},     {-83, -59, "21 472793 0783070"},
+      {49.65, -8.95, "29U 503609 5499718"},           {47.5, 8.25, "32T 443515 5261002"}};
+  // clang-format on
   for (const auto& [lat, lon, text] : rows) EXPECT_EQ(gridText(lat, lon), text);
 }
 
@@ -64,26 +62,19 @@ TEST(PositionEntry, AngleInEveryWayItIsTyped) {
 
 TEST(PositionEntry, ReasonSaysWhatIsWrong) {
   const auto square = [](std::string_view text) { return parseMetres(text, 0, 99999.999); };
+  // clang-format off
   const std::tuple<Parse, const char*, const char*> rows[] = {
-      {parseLatitude, "", ""},
-      {parseLatitude, "51,5", "decimals are written with \".\""},
-      {parseLatitude, "51.5 30", "only the last number can have decimals"},
-      {parseLatitude, "51 60", "minutes end at 59"},
-      {parseLongitude, "1 2 60", "seconds end at 59"},
-      {parseLatitude, "90 0 0.1", "a latitude ends at 90"},
-      {parseLongitude, "180.1 W", "a longitude ends at 180"},
-      {parseLatitude, "5 E", "a latitude has N or S"},
-      {parseLongitude, "-5 W", "either a sign or a letter"},
-      {parseLatitude, "N", "a number is missing"},
-      {parseLatitude, "1 2 3 4", "more than degrees, minutes and seconds"},
-      {parseLatitude, "5-3", "\"5-3\" is no number"},
-      {parseLatitude, "1e1", "\"1e1\" is no number"},
-      {parseLatitude, "1.2.3", "\"1.2.3\" is no number"},
-      {square, "", ""},
-      {square, "12a", "metres are needed"},
-      {square, "100000", "metres end at 100000"},
-      {square, "-1", "metres begin at 0"},
-      {square, "nan", "metres are needed"}};
+      {parseLatitude, "", ""},                                              {parseLatitude, "1 2 3 4", "more than degrees, minutes and seconds"},
+      {parseLatitude, "51,5", "decimals are written with \".\""},           {parseLatitude, "5-3", "\"5-3\" is no number"},
+      {parseLatitude, "51.5 30", "only the last number can have decimals"}, {parseLatitude, "1e1", "\"1e1\" is no number"},
+      {parseLatitude, "51 60", "minutes end at 59"},                        {parseLatitude, "1.2.3", "\"1.2.3\" is no number"},
+      {parseLongitude, "1 2 60", "seconds end at 59"},                      {square, "", ""},
+      {parseLatitude, "90 0 0.1", "a latitude ends at 90"},                 {square, "12a", "metres are needed"},
+      {parseLongitude, "180.1 W", "a longitude ends at 180"},               {square, "100000", "metres end at 100000"},
+      {parseLatitude, "5 E", "a latitude has N or S"},                      {square, "-1", "metres begin at 0"},
+      {parseLongitude, "-5 W", "either a sign or a letter"},                {square, "nan", "metres are needed"},
+      {parseLatitude, "N", "a number is missing"}};
+  // clang-format on
   for (const auto& [parse, text, reason] : rows) {
     const EntryField field = parse(text);
     EXPECT_FALSE(field.value.has_value()) << text;

@@ -95,7 +95,7 @@ TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
 TEST_F(BitmapTest, WhatIsNoImageIsRefused) {
   // The library puts file names into a buffer of some hundred characters.
   const std::string deep =
-      folder + std::string(200, 'd') + "/" + std::string(200, 'e') + "/" + std::string(99, 'f') + "/";
+      folder + std::string(200, 'd') + "/" + std::string(200, 'e') + "/" + std::string(200, 'f') + "/";
   fs::create_directories(deep);
   writeTestFile(deep + "text.tif", "not an image\r\n");
   writeTestFile(folder + "empty.png", "");

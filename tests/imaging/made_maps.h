@@ -42,8 +42,7 @@ inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points
 }
 
 inline void placeCorners(Calibration& map) {
-  const int right = map.imageWidth - 1;
-  const int bottom = map.imageHeight - 1;
+  const int right = map.imageWidth - 1, bottom = map.imageHeight - 1;
   placeTiePoints(map, {{0, 0}, {right, 0}, {right, bottom}, {0, bottom}});
 }
 
