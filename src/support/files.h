@@ -40,8 +40,8 @@ struct FileContent {
 
 /// Writes `file` and `companion`, which says something about it, so that neither is ever there beside the other's old
 /// version: both are written beside their names and flushed before either takes its name's place. Returns the path that
-/// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails is `file` new
-/// and without a companion.
+/// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails is `file`
+/// new and without a companion.
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion);
 
 /// A file that grows while a command works: what was there goes when it is opened, and what is added is in it at once,

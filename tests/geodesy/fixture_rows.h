@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -41,16 +39,5 @@ inline double metresBetween(double lat1, double lon1, double lat2, double lon2) 
   const double east = std::remainder(lon1 - lon2, 360) * std::cos(lat1 * 3.14159265358979 / 180);
   return 111320 * std::hypot(lat1 - lat2, east);
 }
-
-/// The largest of many differences, printed so that a person who compares sees more than "passed".
-struct Largest {
-  const char* what;
-  double metres = 0;
-  double add(double difference) {
-    metres = std::max(metres, difference);
-    return difference;
-  }
-  ~Largest() { std::printf("%s: largest difference %.3f mm\n", what, 1000 * metres); }
-};
 
 }  // namespace vellandra

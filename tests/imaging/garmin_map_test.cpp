@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <thread>
+#include <tuple>
 
 #include "imaging/garmin_overlay.h"
 #include "imaging/tiles_fixture.h"
@@ -18,21 +19,20 @@ class GarminMapTest : public TilesTest {
  protected:
   /// Waits for another program; false when it does not do in time what is waited for.
   static bool comesTrue(const std::function<bool()>& condition) {
-    for (int waited = 0; waited < 2000; ++waited) {
-      if (condition()) return true;
+    for (int waited = 0; waited < 2000 && !condition(); ++waited) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return false;
+    return condition();
   }
 
   /// What the archive holds as soon as it is there, a name a line.
   std::string listing(const std::string& archive) const {
     EXPECT_TRUE(comesTrue([&] { return fs::exists(folder + archive); })) << archive;
-    shell(
-        "/usr/bin/python3 -c \"import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); assert z.testzip() is None; "
-        "print(*sorted(n for n in z.namelist() if n[-1] != '/'), sep=chr(10))\" '" +
-        folder + archive + "' > " + folder + "listing 2>&1");
-    return contentOf(folder + "listing");
+    const std::string script =
+        "import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); assert z.testzip() is None; "
+        "print(*sorted(n for n in z.namelist() if n[-1] != '/'), sep=chr(10))";
+    shell("/usr/bin/python3 -c \"" + script + "\" '" + folder + archive + "' > " + folder + "listing 2>&1");
+    return written("listing");
   }
 };
 
@@ -61,34 +61,32 @@ TEST_F(GarminMapTest, TextsToTheLetter) {
   EXPECT_EQ(person.panel, "Tiles 1 by 2\r\nWriting tiles to " + folder +
                               "area_tiles/files\r\nRebuilding palette, please wait...\r\nRotation 0\r\n"
                               "Tiles and doc.kml file written\r\nDone Garmin Custom map\r\n");
-  EXPECT_NE(log().find(":" + folder + "area_tiles/files/area_0_0.jpg\r\n"), std::string::npos);
-  EXPECT_LT(log().find("area_0_0.jpg\r\n"), log().find(":Jpeg quality 256\r\n"));
+  EXPECT_LT(log().find(":" + folder + "area_tiles/files/area_0_0.jpg\r\n"), log().find(":Jpeg quality 256\r\n"));
   preferences.kmzTransparency = 3;
   preferences.garminJpegQuality = 0;
   ASSERT_TRUE(WriteGarminCustomMap());
   EXPECT_EQ(between(kml(), "<color>", "<"), (Texts{"80ffffff", "80ffffff"}));
-  EXPECT_NE(log().find(":Jpeg quality 0\r\n"), std::string::npos);
+  EXPECT_TRUE(logHas(":Jpeg quality 0\r\n"));
 }
 
 TEST_F(GarminMapTest, KmlIsWellFormedAndKeepsNamesWhateverTheyHold) {
-  const struct {
-    std::string base, name;  ///< on disk, in the document
-  } rows[] = {{"a & b <c> \"d\" 'e'", "a & b <c> \"d\" 'e'"},
-              {"]]>&amp;%20", "]]>&amp;%20"},
-              {"\xC3\xA9t\xC3\xA9 \xF0\x9F\x97\xBA", "\xC3\xA9t\xC3\xA9 \xF0\x9F\x97\xBA"},
-              {"\xE9t\xE9\x80", "\xC3\xA9t\xC3\xA9\xE2\x82\xAC"},
-              {"tab\tline\nreturn\rend", "tab\tline\nreturn\rend"},
-              {"\x01 bell\x07 \xEF\xBF\xBF", "\xEF\xBF\xBD bell\xEF\xBF\xBD \xEF\xBF\xBD"}};
-  for (const auto& row : rows) {
-    openMap(row.base + ".png", 30, 20);
-    ASSERT_TRUE(WriteGarminCustomMap()) << row.name;
-    EXPECT_TRUE(fs::exists(folder + row.base + "_tiles/files/" + row.base + "_0_0.jpg")) << row.name;
-    fs::copy_file(folder + row.base + "_tiles/doc.kml", folder + "doc.kml", fs::copy_options::overwrite_existing);
-    ASSERT_EQ(shell("xmllint --xpath \"concat(//*[local-name()='Folder']/*[local-name()='name'], ' ', "
-                    "//*[local-name()='href'])\" " +
-                    folder + "doc.kml > " + folder + "x"),
-              0);
-    EXPECT_EQ(contentOf(folder + "x"), row.name + " files/" + row.name + "_0_0.jpg\n");
+  const std::pair<std::string, std::string> rows[] = {
+      // on disk, in the document
+      {"a & b <c> \"d\" 'e'", "a & b <c> \"d\" 'e'"},
+      {"]]>&amp;%20", "]]>&amp;%20"},
+      {"\xC3\xA9t\xC3\xA9 \xF0\x9F\x97\xBA", "\xC3\xA9t\xC3\xA9 \xF0\x9F\x97\xBA"},
+      {"\xE9t\xE9\x80", "\xC3\xA9t\xC3\xA9\xE2\x82\xAC"},
+      {"tab\tline\nreturn\rend", "tab\tline\nreturn\rend"},
+      {"\x01 bell\x07 \xEF\xBF\xBF", "\xEF\xBF\xBD bell\xEF\xBF\xBD \xEF\xBF\xBD"}};
+  for (const auto& [base, name] : rows) {
+    openMap(base + ".png", 30, 20);
+    ASSERT_TRUE(WriteGarminCustomMap()) << name;
+    EXPECT_TRUE(fs::exists(folder + base + "_tiles/files/" + base + "_0_0.jpg")) << name;
+    fs::copy_file(folder + base + "_tiles/doc.kml", folder + "doc.kml", fs::copy_options::overwrite_existing);
+    const std::string texts =
+        "concat(//*[local-name()='Folder']/*[local-name()='name'], ' ', //*[local-name()='href'])";
+    ASSERT_EQ(shell("xmllint --xpath \"" + texts + "\" " + folder + "doc.kml > " + folder + "x"), 0) << name;
+    EXPECT_EQ(written("x"), name + " files/" + name + "_0_0.jpg\n");
   }
 }
 
@@ -105,8 +103,8 @@ TEST_F(GarminMapTest, BoxAndRotationByTheFormula) {
   calibration.mercatorTop = MercatorY(40);
   calibration.mercatorBottom = MercatorY(39);
   EXPECT_NEAR(overlayBox({0, 500, 400, 1000}, mapRotation()).north, 39.50179850334617, 1e-11);  // as above
+  calibration.tf1 = 0;
   for (const auto& [tf3, rotation] : {std::pair(2e-4, 90.0), {-2e-4, -90.0}, {0.0, 0.0}, {-0.0, 0.0}}) {
-    calibration.tf1 = 0;
     calibration.tf3 = tf3;
     EXPECT_EQ(mapRotation(), rotation);
   }
@@ -133,13 +131,10 @@ TEST_F(GarminMapTest, OtherProgramsPlaceTheTilesWhereTheCalibrationDoes) {
     ASSERT_TRUE(WriteTrekBuddyTiles());
     EXPECT_FALSE(panelHas("exactly")) << degrees;
     ASSERT_TRUE(comesTrue([&] { return fs::exists(folder + "area.kmz"); }));
-    std::string terms;
+    std::string command = "/usr/bin/python3 " SOURCE_FOLDER "/tests/imaging/check_tiles.py " + folder + "area 500 350";
     const Calibration& c = calibration;
-    for (const double term : {c.x0, c.tf1, c.tf3, c.y0, c.tf2, c.tf4}) terms += " " + formatGeneral(term);
-    EXPECT_EQ(shell("/usr/bin/python3 " SOURCE_FOLDER "/tests/imaging/check_tiles.py " + folder + "area 500 350" +
-                    terms + " > " + folder + "answer 2>&1"),
-              0)
-        << degrees << ": " << contentOf(folder + "answer");
+    for (const double term : {c.x0, c.tf1, c.tf3, c.y0, c.tf2, c.tf4}) command += " " + formatGeneral(term);
+    EXPECT_EQ(shell(command + " > " + folder + "answer 2>&1"), 0) << degrees << ": " << written("answer");
   }
   // Pixels twice as high as wide: no box fits when they are turned.
   Calibration stretched = turnedMap(500, 350, 1e-5, 20);
@@ -173,23 +168,24 @@ TEST_F(GarminMapTest, TheDialogChoosesTheTiles) {
 }
 
 TEST_F(GarminMapTest, WhatDevicesTakeIsToldBeforeOrBehindTheSteps) {
-  const auto expectNotes = [this](int tileSide, int width, int height, const std::string& before,
-                                  const std::string& behind) {
+  const std::string many = "110 tiles: many devices load only the first 100, newer ones 500\r\n";
+  const std::string reduced = "Tiles above one megapixel are shown at reduced detail\r\n";
+  const std::string others = "109 other files are in " + folder + "area_tiles/files, perhaps from an earlier run\r\n";
+  const std::tuple<int, int, int, std::string, std::string> rows[] = {
+      {10, 100, 100, "", ""},
+      {10, 110, 100, many, ""},
+      {2000, 1024, 1024, "", others},
+      {2000, 1024, 1025, reduced, others},
+      {2000, 1400, 1400, reduced, "A tile should stay under 3 MB: area_0_0.jpg has "}};
+  for (const auto& [tileSide, width, height, before, behind] : rows) {
     setTileSize(tileSide, tileSide);
     openMap("area.png", width < 1100 ? allocate24Bits(width, height) : noise(width, height),
             linearMap(width, height, 5, 50, 1e-5));
     clearPanel();
     ASSERT_TRUE(WriteGarminCustomMap());
     EXPECT_TRUE(person.panel.starts_with(before + "Tiles ")) << person.panel;
-    EXPECT_NE(person.panel.find("Done Garmin Custom map\r\n" + behind), std::string::npos) << person.panel;
-  };
-  expectNotes(10, 100, 100, "", "");
-  expectNotes(10, 110, 100, "110 tiles: many devices load only the first 100, newer ones 500\r\n", "");
-  const std::string others = " other files are in " + folder + "area_tiles/files, perhaps from an earlier run\r\n";
-  expectNotes(2000, 1024, 1024, "", "109" + others);
-  expectNotes(2000, 1024, 1025, "Tiles above one megapixel are shown at reduced detail\r\n", "109" + others);
-  expectNotes(2000, 1400, 1400, "Tiles above one megapixel are shown at reduced detail\r\n",
-              "A tile should stay under 3 MB: area_0_0.jpg has ");
+    EXPECT_TRUE(panelHas("Done Garmin Custom map\r\n" + behind)) << person.panel;
+  }
 }
 
 TEST_F(GarminMapTest, PacksWhatIsThereNowUnderANameWithoutBlankAtTheEnd) {
@@ -203,14 +199,12 @@ TEST_F(GarminMapTest, PacksWhatIsThereNowUnderANameWithoutBlankAtTheEnd) {
   const std::string tiles = folder + "my \"maps\"/an area_tiles/";
   const std::string archive = "my \"maps\"/an area.kmz";
   for (const bool again : {false, true}) {
-    if (again) {
-      fs::remove_all(tiles + "files");
-      setTileSize(200, 200);
-    }
+    if (again) fs::remove_all(tiles + "files");
+    if (again) setTileSize(200, 200);
     ASSERT_TRUE(WriteGarminCustomMap());
-    EXPECT_TRUE(person.panel.ends_with("\r\n\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + folder + archive +
-                                       " \" \"" + tiles + "doc.kml\" \"" + tiles +
-                                       "files/\"\r\nDone Garmin Custom map\r\n"))
+    const std::string files = "\"" + folder + archive + " \" \"" + tiles + "doc.kml\" \"" + tiles + "files/\"";
+    EXPECT_TRUE(person.panel.ends_with("\r\n\"" + preferences.sevenZipPath + "\" a -tzip -mx0 " + files +
+                                       "\r\nDone Garmin Custom map\r\n"))
         << person.panel;
     EXPECT_EQ(listing(archive),
               again ? "doc.kml\nfiles/an area_0_0.jpg\n" : "doc.kml\nfiles/an area_0_0.jpg\nfiles/an area_100_0.jpg\n");
@@ -240,8 +234,7 @@ TEST_F(GarminMapTest, NamesThatLookLikeSwitchesOrListsArePacked) {
 TEST_F(GarminMapTest, WhatCannotBeStartedIsToldAndKeepsTheOldArchiveApart) {
   openMap("area.png", 30, 20);
   writeTestFile(folder + "area.kmz", "old");
-  writeTestFile(folder + "text", "no program");
-  writeTestFile(folder + "junk", "no program");
+  for (const char* name : {"text", "junk"}) writeTestFile(folder + name, "no program");
   fs::permissions(folder + "junk", fs::perms::owner_all);
   for (const std::string program : {"absent/7zz", "text", "junk", "area_tiles"}) {
     person.boxes.clear();

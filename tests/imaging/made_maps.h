@@ -3,6 +3,7 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "calibration/driver.h"
@@ -27,24 +28,21 @@ inline Texts between(const std::string& content, const std::string& open, const 
   return found;
 }
 
-struct TiePixel {
-  int x, y;
-};
+using TiePixel = std::pair<int, int>;
 
 inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points) {
   map.pointCount = 0;
-  for (const TiePixel& point : points) {
+  for (const auto& [x, y] : points) {
     const int slot = ++map.pointCount;
-    const Position position = positionAt(map, point.x, point.y);
-    map.setPixel(slot, point.x, point.y);
+    const Position position = positionAt(map, x, y);
+    map.setPixel(slot, x, y);
     map.setPosition(slot, position.latitude, position.longitude);
     map.datumName[slot] = "WGS 84";
   }
 }
 
 inline void placeCorners(Calibration& map) {
-  const int right = map.imageWidth - 1;
-  const int bottom = map.imageHeight - 1;
+  const int right = map.imageWidth - 1, bottom = map.imageHeight - 1;
   placeTiePoints(map, {{0, 0}, {right, 0}, {right, bottom}, {0, bottom}});
 }
 

@@ -32,52 +32,40 @@ class MergePixelsTest : public CoreTest {
     return canvas;
   }
 
-  /// 2 x 2 pixels.
-  static Bitmap fourGreys(int topLeft, int topRight, int bottomLeft, int bottomRight) {
-    Bitmap image = allocate24Bits(2, 2, grey(topLeft));
-    SetPixelColor(image, 1, 0, grey(topRight));
-    SetPixelColor(image, 0, 1, grey(bottomLeft));
-    SetPixelColor(image, 1, 1, grey(bottomRight));
+  /// 2 x 2 pixels, row by row.
+  static Bitmap fourGreys(const std::array<int, 4>& greys) {
+    Bitmap image = allocate24Bits(2, 2);
+    for (int i = 0; i < 4; ++i) SetPixelColor(image, i % 2, i / 2, grey(greys[static_cast<std::size_t>(i)]));
     return image;
   }
 };
 
 TEST_F(MergePixelsTest, ColoursReckonedByHand) {
-  const struct {
-    const char* name;
-    int topLeft, topRight, bottomLeft, bottomRight;
-    double x, y;
-    int base;
-    float t;
-    int expected;
-  } rows[] = {
+  const std::array<int, 4> greys{0, 100, 200, 40};
+  const std::tuple<const char*, std::array<int, 4>, double, double, int, float, int> rows[] = {
       // Top 0 + 100/4 = 25, bottom 200 - 160/4 = 160, between them 92.5, which is 92.
-      {"weight 100", 0, 100, 200, 40, 0.25, 0.5, 10, 1, 92},
-      {"weight 50", 0, 100, 200, 40, 0.25, 0.5, 10, 0.5F, 51},
-      {"weight 0", 0, 100, 200, 40, 0.25, 0.5, 10, 0, 10},
-      {"marker, weight 0", 0, 100, 200, 40, 0.25, 0.5, 253, 0, 92},
-      {"nearly the marker, weight 0", 0, 100, 200, 40, 0.25, 0.5, 252, 0, 252},
+      {"weight 100", greys, 0.25, 0.5, 10, 1, 92},
+      {"weight 50", greys, 0.25, 0.5, 10, 0.5F, 51},
+      {"weight 0", greys, 0.25, 0.5, 10, 0, 10},
+      {"marker, weight 0", greys, 0.25, 0.5, 253, 0, 92},
+      {"nearly the marker, weight 0", greys, 0.25, 0.5, 252, 0, 252},
       // Top 0.5 is 0, bottom 1.5 is 2, between them 0.5 is 0; in one step it would be 0.75.
-      {"every step is rounded", 0, 1, 0, 3, 0.5, 0.25, 10, 1, 0},
-      {"on a pixel", 7, 100, 200, 40, 1, 0, 10, 1, 100},
-  };
-  for (const auto& row : rows) {
-    const Bitmap other = fourGreys(row.topLeft, row.topRight, row.bottomLeft, row.bottomRight);
-    const Bitmap canvas = merge(allocate24Bits(1, 1, grey(row.base)), other, row.x, row.y, row.t);
-    EXPECT_EQ(colorAt(canvas, 0, 0), grey(row.expected)) << row.name;
+      {"every step is rounded", {0, 1, 0, 3}, 0.5, 0.25, 10, 1, 0},
+      {"on a pixel", greys, 1, 0, 10, 1, 100}};
+  for (const auto& [name, fourOthers, x, y, base, t, expected] : rows) {
+    const Bitmap canvas = merge(allocate24Bits(1, 1, grey(base)), fourGreys(fourOthers), x, y, t);
+    EXPECT_EQ(colorAt(canvas, 0, 0), grey(expected)) << name;
   }
 }
 
 TEST_F(MergePixelsTest, OnlyPlacesThatRoundDownToAPixelAreCovered) {
-  const struct {
-    double place;  ///< on a merge map of two pixels with the greys 20 and 60, from left to right and from top to bottom
-    int expected;  ///< 100 is the base
-  } rows[] = {{-1, 100}, {-0.5, 100}, {-0.02, 100}, {-0.005, 20}, {0, 20},  {0.5, 40},
-              {1, 60},   {1.5, 60},   {1.98, 60},   {1.995, 100}, {2, 100}, {2.5, 100}};
+  // The place on a merge map of the greys 20 and 60, from left to right and from top to bottom; 100 is the base.
+  const std::pair<double, int> rows[] = {{-1, 100}, {-0.5, 100}, {-0.02, 100}, {-0.005, 20}, {0, 20},  {0.5, 40},
+                                         {1, 60},   {1.5, 60},   {1.98, 60},   {1.995, 100}, {2, 100}, {2.5, 100}};
   const Bitmap base = allocate24Bits(1, 1, grey(100));
-  for (const auto& row : rows) {
-    EXPECT_EQ(colorAt(merge(base, fourGreys(20, 60, 20, 60), row.place, 0, 1), 0, 0), grey(row.expected)) << row.place;
-    EXPECT_EQ(colorAt(merge(base, fourGreys(20, 20, 60, 60), 0, row.place, 1), 0, 0), grey(row.expected)) << row.place;
+  for (const auto& [place, expected] : rows) {
+    EXPECT_EQ(colorAt(merge(base, fourGreys({20, 60, 20, 60}), place, 0, 1), 0, 0), grey(expected)) << place;
+    EXPECT_EQ(colorAt(merge(base, fourGreys({20, 20, 60, 60}), 0, place, 1), 0, 0), grey(expected)) << place;
   }
 }
 
@@ -118,36 +106,33 @@ TEST_F(MergePixelsTest, WhereThereIsNoEarthNothingIsPainted) {
 }
 
 TEST(MergeCanvas, HoldsBothMapsAndNoMore) {
+  const Calibration base = linearMap(100, 80, 5, 50, 0.01), small = linearMap(100, 80, 5, 50, 0.0001);
+  // clang-format off
   const struct {
     const char* name;
     Calibration base, merge;
-    int width, height, left, top;
+    std::vector<int> canvas;  ///< width, height, left, top
   } rows[] = {
-      {"inside", linearMap(100, 80, 5, 50, 0.01), linearMap(50, 40, 5.1, 49.9, 0.01), 100, 80, 0, 0},
-      {"same grid but for the last digits", linearMap(100, 80, 5, 50, 0.01),
-       linearMap(100, 80, 5 - 3e-5, 50 + 3e-5, 0.01), 100, 80, 0, 0},
-      {"right and below", linearMap(100, 80, 5, 50, 0.01), linearMap(100, 80, 5.2, 49.5, 0.01), 120, 130, 0, 0},
-      {"left and above", linearMap(100, 80, 5, 50, 0.01), linearMap(10, 10, 4.799, 50.205, 0.01), 121, 101, 21, 21},
-      {"coarser pixels", linearMap(100, 80, 5, 50, 0.01), linearMap(60, 50, 5, 50, 0.02), 120, 100, 0, 0},
+      {"inside",           base, linearMap(50, 40, 5.1, 49.9, 0.01), {100, 80, 0, 0}},
+      {"same but for the last digits", base, linearMap(100, 80, 5 - 3e-5, 50 + 3e-5, 0.01), {100, 80, 0, 0}},
+      {"right and below",  base, linearMap(100, 80, 5.2, 49.5, 0.01),    {120, 130, 0, 0}},
+      {"left and above",   base, linearMap(10, 10, 4.799, 50.205, 0.01), {121, 101, 21, 21}},
+      {"coarser pixels",   base, linearMap(60, 50, 5, 50, 0.02),         {120, 100, 0, 0}},
       // A square of 100 turned by 45 degrees about its first pixel: 70.7 to each side, 141.4 high.
-      {"turned merge map", linearMap(100, 80, 5, 50, 0.01), linearMap(100, 100, 5, 50, 0.01, 45), 142, 151, 0, 71},
-      {"turned both", linearMap(100, 80, 5, 50, 0.01, 30), linearMap(100, 120, 5, 50, 0.01, 30), 100, 120, 0, 0},
+      {"turned merge map", base, linearMap(100, 100, 5, 50, 0.01, 45),   {142, 151, 0, 71}},
+      {"turned both",      linearMap(100, 80, 5, 50, 0.01, 30), linearMap(100, 120, 5, 50, 0.01, 30), {100, 120, 0, 0}},
       // 60 to 70 N is 0.418 in Mercator ordinates, 24 rows of a degree (M(70) - M(60) = 1.73542 - 1.31696).
-      {"Mercator", mercatorMap(10, 10, 5, 60, 1), linearMap(10, 10, 5, 70, 1), 10, 34, 0, 24},
-      {"beyond 32767", linearMap(100, 80, 5, 50, 0.0001), linearMap(10, 10, 120, 20, 0.01), 32767, 32767, 0, 0},
-      {"beyond 32767 at the left", linearMap(100, 80, 5, 50, 0.0001), linearMap(10, 10, -120, 50, 0.01), 32767, 1000,
-       32667, 0},
-      {"beyond 32767 on all sides", linearMap(100, 80, 5, 50, 0.0001), linearMap(100, 100, 0, 60, 0.2), 32767, 32767,
-       32667, 32687},
-      {"across 180 degrees", linearMap(100, 80, 179.5, 50, 0.01), linearMap(100, 80, -180, 50, 0.01), 150, 80, 0, 0},
-  };
+      {"Mercator",         mercatorMap(10, 10, 5, 60, 1), linearMap(10, 10, 5, 70, 1), {10, 34, 0, 24}},
+      {"beyond 32767",     small, linearMap(10, 10, 120, 20, 0.01),      {32767, 32767, 0, 0}},
+      {"beyond 32767 at the left", small, linearMap(10, 10, -120, 50, 0.01), {32767, 1000, 32667, 0}},
+      {"beyond 32767 on all sides", small, linearMap(100, 100, 0, 60, 0.2), {32767, 32767, 32667, 32687}},
+      {"across 180 degrees", linearMap(100, 80, 179.5, 50, 0.01), linearMap(100, 80, -180, 50, 0.01), {150, 80, 0, 0}}};
+  // clang-format on
   for (const auto& row : rows) {
     MergeSides sides{row.base, row.merge};
     bringLongitudesTogether(sides);
     const Canvas canvas = proposedCanvas(sides);
-    EXPECT_EQ((std::vector{canvas.width, canvas.height, canvas.left, canvas.top}),
-              (std::vector{row.width, row.height, row.left, row.top}))
-        << row.name;
+    EXPECT_EQ((std::vector{canvas.width, canvas.height, canvas.left, canvas.top}), row.canvas) << row.name;
   }
 }
 
@@ -162,55 +147,49 @@ class MergeMapsTest : public CoreTest {
   static MergeAnswer merge(const std::string& percentage, bool enlarged) {
     return {MergeAnswer::Action::merge, percentage, enlarged};
   }
-  static MergeAnswer press(MergeAnswer::Action action) { return {action, "", false}; }
-  const MergeAnswer save = press(MergeAnswer::Action::save);
-  const MergeAnswer close = press(MergeAnswer::Action::close);
+  const MergeAnswer save{MergeAnswer::Action::save, "", false}, close{MergeAnswer::Action::close, "", false};
 };
 
 TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
-  const struct {
-    const char* name;
-    Calibration base, other;
-  } rows[] = {
+  const std::tuple<const char*, Calibration, Calibration> rows[] = {
       {"north-up", linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 4.98, 50.03, 0.001)},
       {"turned", linearMap(60, 40, 5, 50, 0.001, 20), linearMap(50, 50, 4.98, 50.03, 0.001, -30)},
       {"Mercator", mercatorMap(60, 40, 5, 50, 0.1), linearMap(50, 50, 4, 52, 0.1, 10)},
-      {"small base map", mercatorMap(6, 4, 5, 50, 0.001), linearMap(500, 500, 4.8, 50.2, 0.001)},
-  };
+      {"small base map", mercatorMap(6, 4, 5, 50, 0.001), linearMap(500, 500, 4.8, 50.2, 0.001)}};
   preferences.warnOverwrite = false;
-  for (const auto& row : rows) {
-    writeMaps(row.base, row.other);
-    person.pickedFiles.push_back(folder + row.name);
+  for (const auto& [name, base, other] : rows) {
+    SCOPED_TRACE(name);
+    writeMaps(base, other);
+    person.pickedFiles.push_back(folder + name);
     person.mergeAnswers = {merge("100", true), save, close};
-    EXPECT_TRUE(mergeMaps()) << row.name;
-    const std::string path = folder + row.name + ".png";
+    EXPECT_TRUE(mergeMaps());
+    const std::string path = folder + name + ".png";
     EXPECT_EQ(calibration.imagePath, path);
     EXPECT_FALSE(driver.calibrationPending);
     EXPECT_EQ(driver.pickerTitle, "Open calibration file for map");
 
-    const Canvas canvas = proposedCanvas({row.base, row.other});
+    const Canvas canvas = proposedCanvas({base, other});
     EXPECT_EQ(person.mergeQuestions.back().expandCaption,
               "Expand base map to " + std::to_string(canvas.width) + " x " + std::to_string(canvas.height));
     const Bitmap image = LoadImageByExtension(path);
     EXPECT_EQ(image.bitsPerPixel(), 8);
-    EXPECT_NEAR(colorAt(convertTo24Bits(image), image.width() / 2 - 3, image.height() / 2 - 3).red, 200, 3) << row.name;
+    EXPECT_NEAR(colorAt(convertTo24Bits(image), image.width() / 2 - 3, image.height() / 2 - 3).red, 200, 3);
 
     driver.stage = batch;
-    driver.inputPath = folder + row.name + ".map";
+    driver.inputPath = folder + name + ".map";
     ASSERT_TRUE(do_it());
     EXPECT_EQ(calibration.imageWidth, canvas.width);
     EXPECT_EQ(calibration.imageHeight, canvas.height);
-    for (const auto& [x, y] : {std::pair{0, 0}, {row.base.imageWidth - 1, 7}, {30, row.base.imageHeight - 1}}) {
-      const Position position = positionAt(row.base, x, y);
+    for (const auto& [x, y] : {std::pair{0, 0}, {base.imageWidth - 1, 7}, {30, base.imageHeight - 1}}) {
+      const Position position = positionAt(base, x, y);
       const Pixel pixel = pixelAt(calibration, position.latitude, position.longitude);
-      EXPECT_NEAR(pixel.x, x + canvas.left, 0.01) << row.name;
-      EXPECT_NEAR(pixel.y, y + canvas.top, 0.01) << row.name;
+      EXPECT_NEAR(pixel.x, x + canvas.left, 0.01);
+      EXPECT_NEAR(pixel.y, y + canvas.top, 0.01);
     }
   }
-  const std::string text = log();
   std::size_t at = 0;
   for (const char* line : {"Expanding", "Exapnded", "Merging", "Merged", "Quantize for save"}) {
-    at = text.find(line, at);
+    at = log().find(line, at);
     EXPECT_NE(at, std::string::npos) << line;
   }
 }
@@ -218,42 +197,30 @@ TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
 TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
   const std::string abandon = "Calibrations not written : OK to abandon them else cancel";
   const std::string exit = "Merged file not written : OK to exit procedure else cancel";
-  const std::string existing = folder + "there.png";
-  const std::string nowhere = folder + "none/x.png";
-  const std::string range = "Transparency must be 0 to 100";
-  const MergeAnswer merged = merge("50", false);
-  const Answer ok = Answer::ok;
-  const Answer cancel = Answer::cancel;
-  const struct {
+  const std::string nowhere = folder + "none/x.png", other = folder + "other.png";
+  const std::string noFile = "No input file specified", range = "Transparency must be 0 to 100";
+  const std::string unable = "unable to save ", own = "\nIt belongs to an open map, which stays as it is";
+  const MergeAnswer merged = merge("50", false), over = merge("101", true), under = merge("-0.1", true);
+  const Answer ok = Answer::ok, cancel = Answer::cancel;
+  // clang-format off
+  const struct {  // of the two maps, `picked` are; `saved` answers the picker of the file to save in
     const char* name;
-    std::size_t maps;  ///< of the two that are picked
+    bool pending;
+    std::size_t picked;
     std::deque<MergeAnswer> dialog;
-    std::string saved;  ///< answer to the picker of the file to save in
+    std::string saved;
     std::deque<Answer> boxes;
     Texts texts;
-    bool pending = false;
   } rows[] = {
-      {"pending", 0, {}, "", {cancel}, {abandon}, true},
-      {"no base map", 0, {}, "", {ok}, {abandon, "No input file specified"}, true},
-      {"no merge map", 1, {}, "", {}, {"No input file specified"}},
-      {"closed at once", 2, {close}, "", {}, {}},
-      {"closed without saving", 2, {merged, close, close}, "", {cancel, ok}, {exit, exit}},
-      {"file kept", 2, {merged, save, close}, existing, {cancel, ok}, {"OK to overwrite " + existing, exit}},
-      {"no such folder", 2, {merged, save, close}, nowhere, {ok}, {"unable to save " + nowhere, exit}},
-      {"over the merge map",
-       2,
-       {merged, save, close},
-       folder + "other.png",
-       {ok},
-       {"unable to save " + folder + "other.png\nIt belongs to an open map, which stays as it is", exit}},
-      {"no percentage",
-       2,
-       {merge("101", true), merge("-0.1", true), merge("all", true), save, close},
-       "",
-       {},
-       {range, range, range}},
-  };
-  writeTestFile(existing, "picture");
+      {"pending",               true,  0, {},                     "",      {cancel},     {abandon}},
+      {"no base map",           true,  0, {},                     "",      {ok},         {abandon, noFile}},
+      {"no merge map",          false, 1, {},                     "",      {},           {noFile}},
+      {"closed at once",        false, 2, {close},                "",      {},           {}},
+      {"closed without saving", false, 2, {merged, close, close}, "",      {cancel, ok}, {exit, exit}},
+      {"no such folder",        false, 2, {merged, save, close},  nowhere, {ok},         {unable + nowhere, exit}},
+      {"over the merge map",    false, 2, {merged, save, close},  other,   {ok},         {unable + other + own, exit}},
+      {"no percentage", false, 2, {over, under, merge("all", true), save, close}, "", {}, {range, range, range}}};
+  // clang-format on
   for (const auto& row : rows) {
     writeMaps(linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 5.03, 49.99, 0.001));
     calibration = linearMap(10, 10, 1, 2, 3);
@@ -263,19 +230,19 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
     driver.transformValid = true;
     driver.calibrationPending = row.pending;
     inputDatumName = "ED 50";
-    person.pickedFiles.resize(row.maps);
+    person.pickedFiles.resize(row.picked);
     person.pickedFiles.push_back(row.saved);
     person.mergeAnswers = row.dialog;
     person.boxAnswers = row.boxes;
     person.boxes.clear();
-    EXPECT_FALSE(mergeMaps()) << row.name;
-    EXPECT_EQ(person.boxTexts(), row.texts) << row.name;
-    EXPECT_TRUE(person.mergeAnswers.empty()) << row.name;
-    EXPECT_EQ(calibration.imagePath + " " + driver.inputBase + " " + inputDatumName, "open.png open ED 50") << row.name;
-    EXPECT_EQ(calibration.tf1, 3) << row.name;
-    EXPECT_EQ(driver.calibrationPending, row.pending) << row.name;
-    EXPECT_TRUE(person.menuStates.calibratedImage || row.name == rows[0].name) << row.name;
-    EXPECT_EQ(contentOf(existing), "picture") << row.name;
+    SCOPED_TRACE(row.name);
+    EXPECT_FALSE(mergeMaps());
+    EXPECT_EQ(person.boxTexts(), row.texts);
+    EXPECT_TRUE(person.mergeAnswers.empty());
+    EXPECT_EQ(calibration.imagePath + " " + driver.inputBase + " " + inputDatumName, "open.png open ED 50");
+    EXPECT_EQ(calibration.tf1, 3);
+    EXPECT_EQ(driver.calibrationPending, row.pending);
+    EXPECT_TRUE(person.menuStates.calibratedImage || row.name == rows[0].name);
   }
   EXPECT_EQ(person.pickers[1].title, "Open calibration file for base map");
   EXPECT_EQ(person.pickers[2].title, "Open calibration file for merge map");
@@ -283,10 +250,8 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
 
 TEST_F(MergeMapsTest, EveryMergeStartsFromTheBaseMapAsItWas) {
   // The merge map covers columns -20 to 29 and rows -10 to 39 of the base map.
-  MergeMaps maps{{linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 4.98, 50.01, 0.001)},
-                 picture(60, 40, 1),
-                 allocate24Bits(50, 50, grey(200)),
-                 {}};
+  const MergeSides sides{linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 4.98, 50.01, 0.001)};
+  const MergeMaps maps{sides, picture(60, 40, 1), allocate24Bits(50, 50, grey(200)), {}};
   const Bitmap base = clone(maps.base);
   PixelColor half;
   Lerp(colorAt(base, 20, 10), grey(200), 0.5F, half);

@@ -21,15 +21,16 @@ class SavedCopyTest : public CoreTest {
     open(folder + "open.map");
   }
 
-  bool rescaleTo(const std::string& percentage, const std::string& path) {
+  /// To "copy.png", in place of an earlier copy.
+  bool rescaleTo(const std::string& percentage) {
     person.typedTexts = {percentage};
-    person.pickedFiles = {path};
-    person.boxAnswers = {Answer::ok};  // to replace an earlier copy
+    person.pickedFiles = {folder + "copy.png"};
+    person.boxAnswers = {Answer::ok};
     return rescaleMap();
   }
-  bool cropTo(const PixelRectangle& part, const std::string& path) {
+  bool cropTo(const PixelRectangle& part) {
     person.rectangles = {part};
-    person.pickedFiles = {path};
+    person.pickedFiles = {folder + "copy.png"};
     person.boxAnswers = {Answer::ok};
     return cropMap();
   }
@@ -42,46 +43,43 @@ class SavedCopyTest : public CoreTest {
 };
 
 TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
-  const struct {
-    const char* name;
-    Calibration map;
-    std::vector<TiePixel> points;  ///< in place of the corners
-  } rows[] = {{"north-up", linearMap(1001, 777, 5, 50, 1e-5), {}},
-              {"turned, southern", linearMap(1001, 777, -70, -40, 1e-4, 35), {{10, 10}, {900, 33}, {15, 770}}},
-              {"Mercator of half the world", mercatorMap(1001, 777, -80, 80, 0.18), {}},
-              {"Mercator, two points", mercatorMap(1001, 777, 5, 60, 1e-4), {{100, 100}, {900, 700}}},
-              {"points on a speck", linearMap(1001, 777, 5, 50, 1e-4, 20), {{500, 300}, {503, 300}, {500, 304}}},
-              {"Mercator, points on a speck", mercatorMap(1001, 777, 5, 50, 0.01), {{500, 300}, {503, 304}}},
-              {"points outside", linearMap(1001, 777, 5, 50, 1e-4, -5), {{-40000, 0}, {900, 46340}, {46340, 700}}}};
-  const PixelRectangle part{333, 222, 850, 777};
-  for (const auto& row : rows) {
-    Calibration made = row.map;
-    if (!row.points.empty()) placeTiePoints(made, row.points);
+  // With points in place of the corners, when there are any.
+  const std::tuple<const char*, Calibration, std::vector<TiePixel>> rows[] = {
+      {"north-up", linearMap(1001, 777, 5, 50, 1e-5), {}},
+      {"turned, southern", linearMap(1001, 777, -70, -40, 1e-4, 35), {{10, 10}, {900, 33}, {15, 770}}},
+      {"Mercator of half the world", mercatorMap(1001, 777, -80, 80, 0.18), {}},
+      {"Mercator, two points", mercatorMap(1001, 777, 5, 60, 1e-4), {{100, 100}, {900, 700}}},
+      {"points on a speck", linearMap(1001, 777, 5, 50, 1e-4, 20), {{500, 300}, {503, 300}, {500, 304}}},
+      {"Mercator, points on a speck", mercatorMap(1001, 777, 5, 50, 0.01), {{500, 300}, {503, 304}}},
+      {"points outside", linearMap(1001, 777, 5, 50, 1e-4, -5), {{-40000, 0}, {900, 46340}, {46340, 700}}}};
+  for (const auto& [name, map, points] : rows) {
+    SCOPED_TRACE(name);
+    Calibration made = map;
+    if (!points.empty()) placeTiePoints(made, points);
     openMade(made);
     // The files give a few millimetres; the map as opened is what its copies are held to.
     const Calibration original = calibration;
-    const auto expectPlace = [&](double x, double y, double expectedX, double expectedY) {
+    const auto expectPlace = [&original](double x, double y, double expectedX, double expectedY) {
       const Pixel place = placeOf(original, x, y);
-      EXPECT_NEAR(place.x, expectedX, 0.02) << row.name << " in " << calibration.imageWidth;
-      EXPECT_NEAR(place.y, expectedY, 0.02) << row.name << " in " << calibration.imageWidth;
+      EXPECT_NEAR(place.x, expectedX, 0.02) << "in " << calibration.imageWidth;
+      EXPECT_NEAR(place.y, expectedY, 0.02) << "in " << calibration.imageWidth;
     };
     for (const char* percentage : {"10", "33.3", "50", "90"}) {
-      ASSERT_TRUE(rescaleTo(percentage, folder + "copy.png")) << row.name << person.boxTexts().back();
+      ASSERT_TRUE(rescaleTo(percentage)) << person.boxTexts().back();
       open(folder + "copy.map");
       EXPECT_EQ(calibration.pixelX[firstCornerSlot + 2], calibration.imageWidth - 1);
-      const double perX = 1001.0 / calibration.imageWidth;
-      const double perY = 777.0 / calibration.imageHeight;
+      const double perX = 1001.0 / calibration.imageWidth, perY = 777.0 / calibration.imageHeight;
       for (const auto& [x, y] : {std::pair{0.0, 0.0}, {1000.0, 0.0}, {500.0, 390.0}, {1000.0, 776.0}, {0.0, 776.0}}) {
         expectPlace(x, y, (x + 0.5) / perX - 0.5, (y + 0.5) / perY - 0.5);
       }
       open(folder + "open.map");
     }
-    ASSERT_TRUE(cropTo(part, folder + "copy.png")) << row.name;
+    ASSERT_TRUE(cropTo({333, 222, 850, 777}));
     open(folder + "copy.map");
-    EXPECT_EQ(calibration.imageWidth, part.right - part.left);
-    EXPECT_EQ(calibration.imageHeight, part.bottom - part.top);
+    EXPECT_EQ(calibration.imageWidth, 850 - 333);
+    EXPECT_EQ(calibration.imageHeight, 777 - 222);
     for (const auto& [x, y] : {std::pair{333.0, 222.0}, {849.0, 222.0}, {500.0, 776.0}}) {
-      expectPlace(x, y, x - part.left, y - part.top);
+      expectPlace(x, y, x - 333, y - 222);
     }
   }
 }
@@ -91,10 +89,10 @@ TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
   ASSERT_TRUE(Paste(image, allocate24Bits(20, 10, {255, 255, 255, 0}), 40, 20, 256));
   openMade(linearMap(100, 80, 5, 50, 1e-4), image);
   const Calibration original = calibration;
-  ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
-  ASSERT_TRUE(cropTo({30, 15, 70, 40}, folder + "part.png"));
-  for (const char* name : {"copy", "part"}) {
-    open(folder + name + ".map");
+  for (const bool rescaled : {true, false}) {
+    open(folder + "open.map");
+    ASSERT_TRUE(rescaled ? rescaleTo("50") : cropTo({30, 15, 70, 40}));
+    open(folder + "copy.map");
     const Bitmap copy = LoadImageByExtension(calibration.imagePath);
     double sum = 0, sumX = 0, sumY = 0;
     for (int y = 0; y < copy.height(); ++y) {
@@ -104,8 +102,8 @@ TEST_F(SavedCopyTest, WhatTheImageShowsKeepsItsPosition) {
       }
     }
     const Pixel middle = placeOf(original, 49.5, 24.5);
-    EXPECT_NEAR(sumX / sum, middle.x, 0.02) << name;
-    EXPECT_NEAR(sumY / sum, middle.y, 0.02) << name;
+    EXPECT_NEAR(sumX / sum, middle.x, 0.02) << rescaled;
+    EXPECT_NEAR(sumY / sum, middle.y, 0.02) << rescaled;
   }
 }
 
@@ -116,7 +114,7 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   const auto metresPerPixel = [](const std::string& path) {
     return std::stod(between(contentOf(path), "MM1B , ", "\r")[0]);
   };
-  ASSERT_TRUE(rescaleTo("50", folder + "copy.png"));
+  ASSERT_TRUE(rescaleTo("50"));
   EXPECT_NEAR(metresPerPixel(folder + "copy.map"), 2 * metresPerPixel(folder + "open.map"), 0.1);
   open(folder + "copy.map");
   const auto pixels = [] {
@@ -128,13 +126,13 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   };
   EXPECT_EQ(pixels(), "0,0 49,39 49,0 15,39 -4,100 ");  // -7: (-7 + 0.5) / 2 - 0.5 = -3.75 lies nearest to -4
   open(folder + "open.map");
-  ASSERT_TRUE(cropTo({10, 20, 90, 60}, folder + "copy.png"));
+  ASSERT_TRUE(cropTo({10, 20, 90, 60}));
   open(folder + "copy.map");
   EXPECT_EQ(pixels(), "-10,-20 89,59 89,-20 21,59 -17,180 ");
 
   open(folder + "open.map");
   calibration.pixelX[5] = -46340;  // can be fitted here, but not a column further out
-  ASSERT_TRUE(cropTo({1, 0, 100, 80}, folder + "copy.png"));
+  ASSERT_TRUE(cropTo({1, 0, 100, 80}));
   open(folder + "copy.map");
   EXPECT_EQ(pixels(), "-1,0 98,79 98,0 30,79 ");
   EXPECT_NE(person.panel.find("Points left out, they lie too far outside the map: 5"), std::string::npos);
@@ -147,54 +145,48 @@ TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
     writeTestFile(folder + name, "old");
   }
   for (const char* name : {"b.map", "c.png"}) std::filesystem::create_directory(folder + name);  // no file gets there
-  const std::string scale = "scale percentage must be 10 to 90";
-  const std::string inside = "The part to keep must lie inside the map";
-  const std::string own = "\nIt belongs to an open map, which stays as it is";
-  const std::string over = "OK to overwrite " + folder;
-  const std::string unable = "unable to save " + folder;
-  const std::string unableMap = "unable to write " + folder;
-  const Answer ok = Answer::ok;
+  const std::string scale = "scale percentage must be 10 to 90", inside = "The part to keep must lie inside the map";
+  const std::string own = "\nIt belongs to an open map, which stays as it is", over = "OK to overwrite " + folder;
+  const std::string unable = "unable to save " + folder, unableMap = "unable to write " + folder;
+  const std::string others =
+      "Made for the picture that was there before, and not for this one: dot.tfw, dot_png.cal\r\n";
+  const Answer ok = Answer::ok, cancel = Answer::cancel;
   const PixelRectangle dot{99, 79, 100, 80};
+  using Part = PixelRectangle;
+  // clang-format off
   const struct {
     const char* name;
     std::optional<std::string> percentage;
-    std::optional<PixelRectangle> part;
+    std::optional<Part> part;
     std::string file;
     std::deque<Answer> boxes;
     Texts texts;
     std::string done = "";
   } rows[] = {
-      {"cancelled", {}, {}, "", {}, {}},
-      {"too small", "9.9", {}, "", {}, {scale}},
-      {"too large", "91", {}, "", {}, {scale}},
-      {"past all numbers", "1e999", {}, "", {}, {scale}},
-      {"no name", "50", {}, "", {}, {}},
-      {"past the right edge", {}, PixelRectangle{1, 1, 101, 80}, "", {}, {inside}},
-      {"left of the map", {}, PixelRectangle{-1, 1, 50, 50}, "", {}, {inside}},
-      {"empty", {}, PixelRectangle{10, 10, 10, 50}, "", {}, {inside}},
-      {"picture kept", "50", {}, "a.png", {Answer::cancel}, {over + "a.png"}},
-      {"calibration kept", "50", {}, "a", {ok, Answer::cancel}, {over + "a.png", over + "a.map"}},
-      {"no such folder", "50", {}, "none/x.png", {}, {unable + "none/x.png"}},
+      {"cancelled",         {},      {},                    "",           {},           {}},
+      {"too small",         "9.9",   {},                    "",           {},           {scale}},
+      {"too large",         "91",    {},                    "",           {},           {scale}},
+      {"past all numbers",  "1e999", {},                    "",           {},           {scale}},
+      {"no name",           "50",    {},                    "",           {},           {}},
+      {"past the right",    {},      Part{1, 1, 101, 80},   "",           {},           {inside}},
+      {"left of the map",   {},      Part{-1, 1, 50, 50},   "",           {},           {inside}},
+      {"empty",             {},      Part{10, 10, 10, 50},  "",           {},           {inside}},
+      {"picture kept",      "50",    {},                    "a.png",      {cancel},     {over + "a.png"}},
+      {"calibration kept",  "50",    {},                    "a", {ok, cancel}, {over + "a.png", over + "a.map"}},
+      {"no such folder",    "50",    {},                    "none/x.png", {},           {unable + "none/x.png"}},
       {"calibration stuck", {}, dot, "b.png", {ok, ok}, {over + "b.png", over + "b.map", unableMap + "b.map"}},
-      {"picture stuck", {}, dot, "c.png", {ok, ok}, {over + "c.png", over + "c.map", unable + "c.png"}},
-      {"itself", {}, dot, "open", {}, {unable + "open.png" + own}},
-      {"rescaled", "50", {}, "small", {}, {}, "Done rescaling\r\n"},
-      {"cropped", {}, dot, "dot.png", {}, {}, "Done cropping\r\n"},
-      {"replaced",
-       "50",
-       {},
-       "dot.png",
-       {ok, ok},
-       {over + "dot.png", over + "dot.map"},
-       "Made for the picture that was there before, and not for this one: dot.tfw, dot_png.cal\r\nDone rescaling\r\n"},
-  };
+      {"picture stuck",     {}, dot, "c.png", {ok, ok}, {over + "c.png", over + "c.map", unable + "c.png"}},
+      {"itself",            {},      dot,                   "open",       {},           {unable + "open.png" + own}},
+      {"rescaled",          "50",    {},                    "small",      {},           {}, "Done rescaling\r\n"},
+      {"cropped",           {},      dot,                   "dot.png",    {},           {}, "Done cropping\r\n"},
+      {"replaced", "50", {}, "dot.png", {ok, ok}, {over + "dot.png", over + "dot.map"}, others + "Done rescaling\r\n"}};
+  // clang-format on
   const auto state = [this] {
-    std::string text = calibration.imagePath + " " + driver.inputPath + " " + std::to_string(calibration.pixelX[3]);
-    text += " " + std::to_string(calibration.tf2) + " " + std::to_string(driver.metresPerPixel);
-    for (const char* file : {"open.png", "open.map", "a.png", "a.map", "b.png", "c.map"}) {
-      text += " " + contentOf(folder + file);
-    }
-    return text;
+    std::ostringstream text;
+    text << calibration.imagePath << driver.inputPath << points() << calibration.tf2 << " " << driver.metresPerPixel;
+    for (const char* file : {"open.png", "open.map", "a.png", "a.map", "b.png", "c.map"})
+      text << contentOf(folder + file);
+    return text.str();
   };
   const std::string before = state();
   for (const auto& row : rows) {
@@ -210,6 +202,13 @@ TEST_F(SavedCopyTest, TheOpenMapStaysAsItIs) {
     EXPECT_TRUE(person.menuStates.calibratedImage) << row.name;
   }
   EXPECT_EQ(person.textInitials.back(), "50");
+  preferences.warnOverwrite = false;
+  writeTestFile(folder + "lone.map", "old");
+  person.typedTexts = {"50"};
+  person.pickedFiles = {folder + "lone"};
+  person.boxAnswers = {cancel};
+  EXPECT_FALSE(rescaleMap());
+  EXPECT_EQ(lastBox(), over + "lone.map") << "it is the calibration of another image";
   EXPECT_EQ(sizeOf(folder + "small.png").width, 50);
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     EXPECT_FALSE(entry.path().filename().string().starts_with(".")) << "left over: " << entry.path();
@@ -220,13 +219,13 @@ TEST_F(SavedCopyTest, OnlyThePictureFromTheClipboardIsTakenFromMemory) {
   openMade(linearMap(100, 80, 5, 50, 1e-4), picture(100, 80, 1));
   mapImage = {picture(100, 80, 2), calibration.imagePath};  // what the file held when it was shown
   const PixelRectangle part{10, 20, 50, 60};
-  ASSERT_TRUE(cropTo(part, folder + "copy.png"));
+  ASSERT_TRUE(cropTo(part));
   EXPECT_EQ(colorAt(LoadImageByExtension(folder + "copy.png"), 3, 4), colorAt(picture(100, 80, 1), 13, 24));
   calibration.imagePath = "clip.board";
-  EXPECT_FALSE(cropTo(part, folder + "copy.png"));
+  EXPECT_FALSE(cropTo(part));
   EXPECT_EQ(person.boxTexts().back(), "Unable to load map");
   mapImage.path = "clip.board";
-  ASSERT_TRUE(cropTo(part, folder + "copy.png"));
+  ASSERT_TRUE(cropTo(part));
   EXPECT_EQ(colorAt(LoadImageByExtension(folder + "copy.png"), 3, 4), colorAt(mapImage.bitmap, 13, 24));
   EXPECT_EQ(calibration.imagePath, "clip.board");
 }
@@ -236,7 +235,7 @@ TEST_F(SavedCopyTest, CroppingKeepsTheDepthThatAPngCanHold) {
     calibration = linearMap(16, 12, 5, 50, 1e-4);
     calibration.imagePath = FIXTURES "/images/" + std::string(name);
     driver.transformValid = true;
-    ASSERT_TRUE(cropTo({4, 3, 16, 12}, folder + "copy.png")) << name;
+    ASSERT_TRUE(cropTo({4, 3, 16, 12})) << name;
     const Bitmap copy = LoadImageByExtension(folder + "copy.png");
     const Bitmap part = copyRectangle(LoadImageByExtension(calibration.imagePath), 4, 3, 16, 12);
     EXPECT_EQ(copy.bitsPerPixel(), bits) << name;

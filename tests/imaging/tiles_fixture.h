@@ -46,7 +46,6 @@ class TilesTest : public CoreTest {
     for (const auto& entry : std::filesystem::directory_iterator(folder + path)) names.insert(entry.path().filename());
     return names;
   }
-  bool panelHas(const std::string& text) const { return person.panel.find(text) != std::string::npos; }
 };
 
 }  // namespace vellandra

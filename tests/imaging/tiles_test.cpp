@@ -2,8 +2,11 @@
 
 #include <csignal>
 #include <new>
+#include <tuple>
 
+#include "imaging/tile_grid.h"
 #include "imaging/tiles_fixture.h"
+#include "support/errors.h"
 #include "support/numbers.h"
 
 namespace vellandra {
@@ -11,28 +14,64 @@ namespace {
 
 namespace fs = std::filesystem;
 
+TEST(TileGrid, LimitsOfBothWriters) {
+  EXPECT_EQ(garminTileGrid(1000, 1, {1, 1}).count(), 1000);
+  EXPECT_EQ(garminTileGrid(2000000000, 1, {2000000000, 2000000000}).tile(1).right, 2000000000);
+  EXPECT_EQ(trekBuddyTileGrid(32767, 600, {200, 200}).tile(164 * 3).right, 32767);
+  EXPECT_GT(trekBuddyTileGrid(8000, 8000, {200, 200}).count(), 1000);
+  EXPECT_THROW(trekBuddyTileGrid(32768, 600, {200, 200}), Overflow);
+  EXPECT_THROW(trekBuddyTileGrid(600, 32768, {32767, 32767}), Overflow);
+  EXPECT_THROW(TileGrid(0, 100, {5, 5}), InvalidArgument);
+  EXPECT_THROW(TileGrid(37, 23, {5, 7}).tile(0), SubscriptOutOfRange);
+  EXPECT_THROW(TileGrid(37, 23, {5, 7}).tile(8 * 4 + 1), SubscriptOutOfRange);
+  EXPECT_FALSE(isBelowOneTile(1024, 1024, {1024, 1024}));
+  EXPECT_FALSE(isBelowOneTile(32767, 32767, {32767, 32766}));
+}
+
+TEST(GarminTileControls, CountsSetTheTileSizeAndItsCaption) {
+  GarminTileControls controls(3000, 2000, {1024, 1024});
+  const auto captionOf = [&controls](int across, int down) {
+    controls.setCounts(across, down);
+    return controls.caption();
+  };
+  GarminTileControls narrow(600, 3000, {1024, 1024});
+  narrow.lowerAcross();
+  EXPECT_EQ(narrow.caption(), "Tiles 1024 x 1024") << "there is one across already";
+  EXPECT_EQ(captionOf(4, 2), "Tiles 751 x 1000");                     // (3000 + 3) / 4 = 750.75
+  EXPECT_EQ(captionOf(0, 2), "Tiles 3000 x 1000  Tiles too big?? ");  // stays at 1
+  EXPECT_EQ(captionOf(2, 0), "Tiles 1500 x 2000  Tiles too big?? ");  // 1500.5, half to even
+  EXPECT_EQ(captionOf(2, 5000), "Tiles 1500 x 1");
+  EXPECT_EQ(controls.grid().down(), 2000);
+}
+
+TEST(GarminTileControls, AClickTogglesTheTileUnderItInWritingOrder) {
+  GarminTileControls controls(3000, 2000, {1024, 1024});
+  for (const auto& [x, y] : {std::pair(250, 150), {0, 0}, {0, 0}, {300, 10}, {-1, 10}}) controls.click(x, y, 300, 200);
+  for (int number = 1; number <= 6; ++number) EXPECT_EQ(controls.isTicked(number), number != 6) << number;
+  for (int i = 0; i < 2000; ++i) controls.raiseAcross();
+  controls.click(299, 199, 300, 200);  // a tile past 1000
+  EXPECT_TRUE(controls.isTicked(controls.grid().count()));
+}
+
 TEST_F(TilesTest, SixTilesByNameOrderAndSize) {
   openMap("area.png", 3000, 2000);
   ASSERT_TRUE(WriteGarminCustomMap());
   ASSERT_TRUE(WriteTrekBuddyTiles());
-  const struct {
-    std::string name;
-    int width, height;
-  } rows[] = {{"area_0_0", 1024, 1024},      {"area_0_1024", 1024, 976}, {"area_1024_0", 1024, 1024},
-              {"area_1024_1024", 1024, 976}, {"area_2048_0", 952, 1024}, {"area_2048_1024", 952, 976}};
+  const std::tuple<std::string, int, int> rows[] = {{"area_0_0", 1024, 1024},    {"area_0_1024", 1024, 976},
+                                                    {"area_1024_0", 1024, 1024}, {"area_1024_1024", 1024, 976},
+                                                    {"area_2048_0", 952, 1024},  {"area_2048_1024", 952, 976}};
   std::string list;
   Texts names;
-  for (const auto& row : rows) {
-    names.push_back(row.name);
-    list += row.name + ".png\r\n";
-    for (const std::string& path : {"files/" + row.name + ".jpg", "set/" + row.name + ".png"}) {
+  for (const auto& [name, width, height] : rows) {
+    names.push_back(name);
+    list += name + ".png\r\n";
+    for (const std::string& path : {"files/" + name + ".jpg", "set/" + name + ".png"}) {
       const ImageSize size = sizeOf(folder + "area_tiles/" + path);
-      EXPECT_EQ(size.width, row.width) << path;
-      EXPECT_EQ(size.height, row.height) << path;
+      EXPECT_TRUE(size.width == width && size.height == height) << path;
     }
   }
   EXPECT_EQ(placedTiles(), names);
-  EXPECT_EQ(contentOf(folder + "area_tiles/area.set"), list);
+  EXPECT_EQ(written("area_tiles/area.set"), list);
   EXPECT_EQ(filesIn("area_tiles"), (std::set<std::string>{"files", "doc.kml", "set", "area.set", "area.map"}));
   EXPECT_EQ(person.progress, (std::vector{0, 1, 2, 3, 0, 1, 2, 3}));
   EXPECT_EQ(person.boxTexts(), Texts());
@@ -45,9 +84,6 @@ TEST_F(TilesTest, OneTileForImagesSmallerThanATile) {
   ASSERT_TRUE(WriteGarminCustomMap());
   EXPECT_EQ(sizeOf(folder + "area_tiles/files/area_0_0.jpg").width, 1500);
   EXPECT_TRUE(panelHas("Tiles 1 by 1\r\n"));
-  openMap("area.png", 600, 400);
-  ASSERT_TRUE(WriteTrekBuddyTiles());
-  EXPECT_EQ(sizeOf(folder + "area_tiles/set/area_0_0.png").height, 400);
 }
 
 TEST_F(TilesTest, TilesPutTogetherAreTheReducedMap) {
@@ -59,8 +95,7 @@ TEST_F(TilesTest, TilesPutTogetherAreTheReducedMap) {
     const std::size_t y = name.rfind('_');
     const Bitmap tile = LoadImageByExtension(folder + "area_tiles/set/" + name);
     EXPECT_EQ(tile.bitsPerPixel(), 8);
-    EXPECT_TRUE(
-        Paste(together, convertTo24Bits(tile), parseInt32(name.substr(5)), parseInt32(name.substr(y + 1)), 256));
+    Paste(together, convertTo24Bits(tile), parseInt32(name.substr(5)), parseInt32(name.substr(y + 1)), 256);
   }
   EXPECT_EQ(bytesOf(together), bytesOf(convertTo24Bits(LoadQuantized(folder + "area.png"))));
 }
@@ -72,12 +107,11 @@ TEST_F(TilesTest, TrekBuddyTextsAndCalibrationOfTheImagesName) {
   const std::int16_t corners = calibration.cornerCount;
   clearPanel();
   ASSERT_TRUE(WriteTrekBuddyTiles());
-  EXPECT_EQ(person.panel,
-            "Tiles 1 by 1\r\nWriting tiles to " + folder +
-                "area_tiles/set\r\nRebuilding palette, please wait...\r\nTiles and .map file written\r\n");
-  EXPECT_NE(contentOf(folder + "area_tiles/area.map").find("\r\narea.png\r\n" + folder + "area.png\r\n"),
-            std::string::npos);
-  EXPECT_NE(log().find(":" + folder + "area_tiles/set/area_0_0.png\r\n"), std::string::npos);
+  const std::string set = folder + "area_tiles/set";
+  EXPECT_EQ(person.panel, "Tiles 1 by 1\r\nWriting tiles to " + set +
+                              "\r\nRebuilding palette, please wait...\r\nTiles and .map file written\r\n");
+  EXPECT_NE(written("area_tiles/area.map").find("\r\narea.png\r\n" + folder + "area.png\r\n"), std::string::npos);
+  EXPECT_TRUE(logHas(":" + set + "/area_0_0.png\r\n"));
   EXPECT_EQ(driver.inputBase, "other") << "the open map is as it was";
   EXPECT_EQ(calibration.cornerCount, corners);
 }
@@ -139,7 +173,7 @@ TEST_F(TilesTest, AFullDiskStopsWithTheListSoFar) {
                                       "unable to save " + folder + "area_tiles/set/area_200_0.png"}));
   EXPECT_EQ(placedTiles(), (Texts{"area_0_0", "area_100_0"}));
   EXPECT_TRUE(kml().ends_with("</GroundOverlay> \r\n"));
-  EXPECT_EQ(contentOf(folder + "area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\narea_200_0.png\r\n");
+  EXPECT_EQ(written("area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\narea_200_0.png\r\n");
   EXPECT_EQ(filesIn("area_tiles/files"), (std::set<std::string>{"area_0_0.jpg", "area_100_0.jpg"}));
   EXPECT_EQ(filesIn("area_tiles/set"), (std::set<std::string>{"area_0_0.png", "area_100_0.png"}));
   EXPECT_EQ(person.progress.back(), person.progressTotal) << "not shown any more";
@@ -163,25 +197,23 @@ TEST_F(TilesTest, ARunCutShortLeavesNothingEarlierBesideItsTiles) {
   setUserInterface(person);
   EXPECT_EQ(placedTiles(), (Texts{"area_0_0", "area_100_0"}));
   EXPECT_EQ(kml().find('#'), std::string::npos);
-  EXPECT_EQ(contentOf(folder + "area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\n");
+  EXPECT_EQ(written("area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\n");
   EXPECT_FALSE(fs::exists(folder + "area.kmz"));
-  EXPECT_EQ(contentOf(folder + "area.kmz.vellandra-old"), earlier);
+  EXPECT_EQ(written("area.kmz.vellandra-old"), earlier);
 }
 
 TEST_F(TilesTest, FoldersAndListsThatCannotBeWritten) {
   openMap("area.png", 300, 200);
-  writeTestFile(folder + "area_tiles", "a file");
+  const std::string tiles = folder + "area_tiles", unable = "unable to write " + tiles;
+  writeTestFile(tiles, "a file");
   EXPECT_FALSE(WriteGarminCustomMap());
   EXPECT_FALSE(WriteTrekBuddyTiles());
-  fs::remove(folder + "area_tiles");
-  fs::create_directories(folder + "area_tiles/area.map/in the way");
+  fs::remove(tiles);
+  for (const char* name : {"/area.map", "/doc.kml", "/area.set"}) fs::create_directories(tiles + name + "/in the way");
   EXPECT_FALSE(WriteTrekBuddyTiles());
-  fs::remove_all(folder + "area_tiles/area.map");
-  fs::create_directories(folder + "area_tiles/doc.kml/in the way");
-  fs::create_directories(folder + "area_tiles/area.set/in the way");
+  fs::remove_all(tiles + "/area.map");
   EXPECT_FALSE(WriteGarminCustomMap());
   EXPECT_FALSE(WriteTrekBuddyTiles());
-  const std::string unable = "unable to write " + folder + "area_tiles";
   EXPECT_EQ(person.boxTexts(),
             (Texts{unable, unable, unable + "/area.map", unable + "/doc.kml", unable + "/area.set"}));
   EXPECT_EQ(filesIn("area_tiles/files").size() + filesIn("area_tiles/set").size(), 0U) << "no tiles that nothing names";

@@ -1,43 +1,35 @@
 #include "support/files.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 
+#include "core_fixture.h"
 #include "support/errors.h"
 #include "support/paths.h"
 #include "support/text.h"
-#include "test_folder.h"
 
 namespace vellandra {
 namespace {
 
 namespace fs = std::filesystem;
 
-class FilesTest : public testing::Test {
- protected:
-  void put(const std::string& name, const std::string& content = "x") const {
-    fs::create_directories(fs::path(folder + name).parent_path());
-    std::ofstream(folder + name, std::ios::binary) << content;
-  }
-  const TestFolder ownFolder;
-  const std::string& folder = ownFolder.path();
-};
+using FilesTest = CoreTest;
 
 TEST_F(FilesTest, EveryLineEndEndsALine) {
-  put("t", "\xEF\xBB\xBFone\r\ntwo\nthree\rfour\n\n\r\nend");
+  writeTestFile(folder + "t", "\xEF\xBB\xBFone\r\ntwo\nthree\rfour\n\n\r\nend");
   TextFile file(folder + "t");
-  std::vector<std::string> lines;
-  for (std::string_view line; getline(file, line);) lines.emplace_back(line);
-  EXPECT_EQ(lines, (std::vector<std::string>{"one", "two", "three", "four", "", "", "end"}));
+  std::string lines;
+  for (std::string_view line; getline(file, line);) lines += std::string(line) + "|";
+  EXPECT_EQ(lines, "one|two|three|four|||end|");
+}
+
+TEST_F(FilesTest, WhatIsNoTextFileIsRefused) {
   EXPECT_THROW(TextFile{folder}, FileError);
   EXPECT_THROW(TextFile(folder + "none"), FileError);
   ASSERT_EQ(mkfifo((folder + "pipe").c_str(), 0600), 0);
   EXPECT_THROW(TextFile(folder + "pipe"), FileError);  // and does not wait for somebody to write
-  put("huge");
+  writeTestFile(folder + "huge", "x");
   fs::resize_file(folder + "huge", 5'000'000'000);  // a hole: takes no room on the disk
   try {
     TextFile(folder + "huge");
@@ -48,30 +40,29 @@ TEST_F(FilesTest, EveryLineEndEndsALine) {
 }
 
 TEST_F(FilesTest, WrittenFileKeepsModeAndLink) {
-  put("real", "old");
+  writeTestFile(folder + "real", "old");
   chmod((folder + "real").c_str(), 0640);
   fs::create_symlink("real", folder + "link");
   ASSERT_TRUE(writeWholeFile(folder + "link", "new"));
   EXPECT_TRUE(fs::is_symlink(folder + "link"));
   EXPECT_EQ(fs::status(folder + "real").permissions(), static_cast<fs::perms>(0640));
-  EXPECT_EQ(TextFile(folder + "real").content(), "new");
+  EXPECT_EQ(written("real"), "new");
   EXPECT_FALSE(writeWholeFile(folder + "none/x", "new"));
   EXPECT_FALSE(writeWholeFile(folder, "new"));
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 3) << "left over";  // the log and these two
 }
 
 TEST_F(FilesTest, FilesAreFoundWithoutRegardToCaseSeparatorAndEncoding) {
-  put("Maps/\xC3\x89t\xC3\xA9/Area.PNG");
+  fs::create_directories(folder + "Maps/\xC3\x89t\xC3\xA9");
+  writeTestFile(folder + "Maps/\xC3\x89t\xC3\xA9/Area.PNG", "x");
   const std::pair<const char*, bool> rows[] = {
       {"Maps/\xC3\x89t\xC3\xA9/Area.PNG", true}, {"maps\\\xC3\xA9T\xC3\x89\\AREA.png", true},
       {"MAPS\\\xC9t\xE9/area.png", true},        {"Maps/Ete/Area.PNG", false},
-      {"Maps/\xC3\x89t\xC3\xA9", false},         {"Maps/nowhere/Area.PNG", false},
-  };
+      {"Maps/\xC3\x89t\xC3\xA9", false},         {"Maps/nowhere/Area.PNG", false}};
   for (const auto& [path, found] : rows) {
     EXPECT_EQ(findFile(folder + path), found ? folder + "Maps/\xC3\x89t\xC3\xA9/Area.PNG" : "") << path;
   }
-  put("a.png");
-  put("A.png");
+  for (const char* name : {"a.png", "A.png"}) writeTestFile(folder + name, "x");
   EXPECT_EQ(findFile(folder + "a.png"), folder + "a.png");
   EXPECT_EQ(findFile(folder + "a.PNG"), folder + "A.png");
   EXPECT_EQ(findFile(""), "");
@@ -79,24 +70,19 @@ TEST_F(FilesTest, FilesAreFoundWithoutRegardToCaseSeparatorAndEncoding) {
 }
 
 TEST(Paths, AreTakenApartAtBothSeparators) {
-  const char* const rows[][4] = {
-      {"C:\\maps\\area.MAP", "C:\\maps\\", "area", "map"},
-      {"/a.b/c", "/a.b/", "c", "b/c"},
-      {"x/y.z.tfw", "x/", "y.z", "tfw"},
-      {"a.jgw2", "", "a", "gw2"},
-      {"ab", "", "ab", "ab"},
-      {"", "", "", ""},
-  };
-  for (const auto& [path, folder, base, extension] : rows) {
+  const char* const rows[][2] = {{"C:\\maps\\area.MAP", "C:\\maps\\|area|map"},
+                                 {"/a.b/c", "/a.b/|c|b/c"},
+                                 {"x/y.z.tfw", "x/|y.z|tfw"},
+                                 {"a.jgw2", "|a|gw2"},
+                                 {"ab", "|ab|ab"},
+                                 {"", "||"}};
+  for (const auto& [path, expected] : rows) {
     const PathParts parts = splitPath(path);
-    EXPECT_EQ(parts.folder + "|" + parts.base + "|" + parts.extension,
-              folder + std::string("|") + base + "|" + extension);
+    EXPECT_EQ(parts.folder + "|" + parts.base + "|" + parts.extension, expected);
   }
 }
 
 TEST(Text, Encodings) {
-  EXPECT_EQ(toUtf8("caf\xE9 \x80"), "caf\xC3\xA9 \xE2\x82\xAC");
-  EXPECT_EQ(toUtf8("caf\xC3\xA9"), "caf\xC3\xA9");
   EXPECT_EQ(toWindows1252("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xE9 \x80");
   EXPECT_EQ(toWindows1252("\xD0\x96"), "");
   for (const char* bad : {"\xC0\x80", "\xE2\x82", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\x80"})

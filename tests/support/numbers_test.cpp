@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
+#include <string>
+#include <tuple>
 
 #include "support/errors.h"
 
@@ -10,54 +12,44 @@ namespace vellandra {
 namespace {
 
 TEST(FormatNumber, GivesEveryPatternOfTheCalibrationFiles) {
-  const struct {
-    double value;
-    const char *pattern, *text;
-  } rows[] = {
-      {0.5, "####.0000", ".5000"},
-      {0, "####.0000", ".0000"},
-      {12.34567, "####.0000", "12.3457"},
-      {-0.0004, "##0.000", "0.000"},
-      {-0.0005, "##0.000", "-0.001"},
-      {0.285, "0.00", "0.29"},  // halves go away from zero on the decimal form, whatever the binary form is
-      {2.5, "0", "3"},
-      {-2.5, "###0", "-3"},
-      {7, "00", "07"},
-      {123, "00", "123"},
-      {640, "000000", "000640"},
-      {-3.25, "###0.000000", "-3.250000"},
-      {9.9999999, "##0.000000", "10.000000"},
-      {59.9999996, "00.000000", "60.000000"},
-      {123456789.125, "##0.00", "123456789.13"},
-      {1e-9, "###0.000000000", "0.000000001"},
-      {1e20, "##0.0", "100000000000000000000.0"},
-      {1.5, "0.0##", "1.5"},
-      {0.04, "000.000000", "000.040000"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(formatNumber(row.value, row.pattern), row.text) << row.pattern;
-  EXPECT_THROW(formatNumber(std::numeric_limits<double>::quiet_NaN(), "0.0"), Overflow);
+  // Halves go away from zero on the decimal form, whatever the binary form is: 0.285.
+  const std::tuple<double, const char*, const char*> rows[] = {{0.5, "####.0000", ".5000"},
+                                                               {0, "####.0000", ".0000"},
+                                                               {12.34567, "####.0000", "12.3457"},
+                                                               {-0.0004, "##0.000", "0.000"},
+                                                               {-0.0005, "##0.000", "-0.001"},
+                                                               {0.285, "0.00", "0.29"},
+                                                               {2.5, "0", "3"},
+                                                               {-2.5, "###0", "-3"},
+                                                               {7, "00", "07"},
+                                                               {123, "00", "123"},
+                                                               {640, "000000", "000640"},
+                                                               {-3.25, "###0.000000", "-3.250000"},
+                                                               {9.9999999, "##0.000000", "10.000000"},
+                                                               {59.9999996, "00.000000", "60.000000"},
+                                                               {1e20, "##0.0", "100000000000000000000.0"},
+                                                               {1e-9, "###0.000000000", "0.000000001"},
+                                                               {123456789.125, "##0.00", "123456789.13"},
+                                                               {1.5, "0.0##", "1.5"},
+                                                               {0.04, "000.000000", "000.040000"}};
+  for (const auto& [value, pattern, text] : rows) EXPECT_EQ(formatNumber(value, pattern), text) << pattern;
+  EXPECT_THROW(formatNumber(NAN, "0.0"), Overflow);
 }
 
 TEST(ParseNumber, TakesTheLeadingNumberOnly) {
-  struct Row {
-    const char* text;
-    double value;
-    bool number;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, double, bool> rows[] = {
       {" 12.5abc", 12.5, true}, {"-.5", -0.5, true}, {"+3", 3, true},     {"1e3", 1000, true},
       {"1e", 1, true},          {"7.", 7, true},     {"1,5", 1, false},   {"0x10", 0, true},
       {"inf", 0, false},        {"nan", 0, false},   {"", 0, false},      {"+-3", 0, false},
-      {".", 0, false},          {"-", 0, false},     {"1e-999", 0, true}, {"\t44 N", 44, true},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(parseNumber(row.text), row.value) << row.text;
-    EXPECT_EQ(beginsWithNumber(row.text), row.number) << row.text;
+      {".", 0, false},          {"-", 0, false},     {"1e-999", 0, true}, {"\t44 N", 44, true}};
+  for (const auto& [text, value, number] : rows) {
+    EXPECT_EQ(parseNumber(text), value) << text;
+    EXPECT_EQ(beginsWithNumber(text), number) << text;
   }
-  EXPECT_THROW(parseNumber("1e999"), Overflow);
-  EXPECT_THROW(parseNumber(std::string(400, '9') + "e-10"), Overflow);
+  const std::string nines(400, '9');
+  for (const std::string& text : {std::string("1e999"), nines, nines + "e-10"})
+    EXPECT_THROW(parseNumber(text), Overflow);
   EXPECT_EQ(parseNumber("0." + std::string(400, '0') + "1e+10"), 0);
-  EXPECT_THROW(parseNumber("9" + std::string(400, '9')), Overflow);
 }
 
 TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
@@ -66,13 +58,12 @@ TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
     EXPECT_EQ(parseInt32(std::to_string(value)), rounded) << value;
     EXPECT_EQ(roundToInt32(value), rounded) << value;
   }
-  EXPECT_EQ(roundToInt32(-2147483648.5), std::numeric_limits<std::int32_t>::min());
-  EXPECT_THROW(roundToInt32(2147483647.5), Overflow);
+  EXPECT_EQ(roundToInt32(-2147483648.5), INT32_MIN);
+  for (const double value : {2147483647.5, HUGE_VAL, std::nan("")})
+    EXPECT_THROW(roundToInt32(value), Overflow) << value;
   EXPECT_EQ(parseInt16("32767"), 32767);
   EXPECT_THROW(parseInt16("32768"), Overflow);
   EXPECT_THROW(parseInt32("99999999999"), Overflow);
-  EXPECT_THROW(roundToInt32(std::numeric_limits<double>::infinity()), Overflow);
-  EXPECT_THROW(roundToInt32(std::numeric_limits<double>::quiet_NaN()), Overflow);
 }
 
 TEST(FormatGeneral, KeepsFifteenDigits) {
