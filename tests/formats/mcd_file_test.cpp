@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <vector>
 
 #include "map_fixture.h"
 
@@ -28,7 +29,7 @@ class McdFile : public MapTest {
     writeMcd();
     const std::string bytes = written("area.mcd");
     Numbers numbers(bytes.size() / 8);
-    std::memcpy(numbers.data(), bytes.data(), numbers.size() * 8);
+    if (!numbers.empty()) std::memcpy(numbers.data(), bytes.data(), numbers.size() * 8);
     return numbers;
   }
 };
