@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,7 @@ class ScriptedInterface : public UserInterface {
 
   Answer messageBox(const MessageBox& box) override {
     boxes.push_back(box);
+    if (boxes.size() > 1000) throw std::logic_error("the same box again and again: " + box.text);
     if (box.buttons == Buttons::ok) return Answer::ok;
     return take(boxAnswers, box.buttons == Buttons::yesNo ? Answer::no : Answer::cancel);
   }
