@@ -1,6 +1,5 @@
 #include "calibration/driver.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -221,7 +220,7 @@ void reportImageName() {
   };
   const bool sameFolder = isSame(image.folder, driver.inputFolder);
   if (sameFolder && isSame(image.base, driver.inputBase)) return;
-  const std::string named = driver.inputBase + "." + path.substr(path.size() - image.extension.size());
+  const std::string named = driver.inputBase + "." + std::string(extensionAsGiven(path));
   showMessage("The calibrations name the image " + (sameFolder ? named : driver.inputFolder + named) +
               ", the map's image is " + (sameFolder ? std::string(fileName(path)) : path));
 }

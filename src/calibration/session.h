@@ -26,7 +26,7 @@ bool runCommand(const std::function<bool()>& command);
 std::string batchPath(const std::vector<std::string>& arguments);
 
 /// Converts `path` and writes every output; where the person located the datum table or matched a datum, writes the
-/// preferences, too. Returns the exit status: 0 when the outputs were written, 1 when it stopped.
+/// preferences, too. Returns the exit status: 0 when the run came to its end, 1 when it stopped.
 int runBatch(const std::string& path);
 
 }  // namespace vellandra

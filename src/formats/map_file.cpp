@@ -259,6 +259,7 @@ std::string headerLines(const ImageNames& image) {
 
 std::string mapContent(const ImageNames& image) {
   const Calibration& c = calibration;
+  if (c.cornerCount == 0) fillImageCorners();
   std::string content = headerLines(image);
   for (int i = 1; i <= maxTiePoints; ++i) content += line(i <= c.pointCount ? pointLine(i) : emptyPointLine(i));
   content += line("Projection Setup,,,,,,,,,,");
@@ -276,7 +277,6 @@ std::string mapContent(const ImageNames& image) {
 }
 
 WriteOutcome writeUnasked(const std::string& path, const ImageNames& image) {
-  if (calibration.cornerCount == 0) fillImageCorners();
   if (writeWholeFile(path, mapContent(image))) return WriteOutcome::written;
   tell("unable to write " + path);
   return WriteOutcome::failed;
@@ -304,7 +304,6 @@ ReadResult readMap(const std::string& path) {
 
 WriteOutcome putmap(const std::optional<std::string>& folder) {
   if (folder) return writeUnasked(*folder + "/" + driver.inputBase + ".map", imageNamesOfRun());
-  if (calibration.cornerCount == 0) fillImageCorners();
   const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
   return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
 }
@@ -315,7 +314,6 @@ std::string mapPathBeside(const std::string& imagePath) {
 }
 
 std::string mapContentBeside(const std::string& imagePath) {
-  if (calibration.cornerCount == 0) fillImageCorners();
   return mapContent({inInputEncoding(splitPath(imagePath).folder), inInputEncoding(std::string(fileName(imagePath)))});
 }
 

@@ -47,8 +47,7 @@ std::optional<std::string> outputPathUnlessInput(const std::string& type, const 
 }
 
 std::string imageExtension() {
-  const std::string& path = calibration.imagePath;
-  return path.substr(path.size() - std::min<std::size_t>(3, path.size()));
+  return std::string(extensionAsGiven(calibration.imagePath));
 }
 
 std::string imageNameForOutput() {

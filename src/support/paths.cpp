@@ -47,12 +47,16 @@ std::string withSeparator(std::string folder) {
 
 }  // namespace
 
+std::string_view extensionAsGiven(std::string_view path) {
+  return path.substr(path.size() - std::min<std::size_t>(3, path.size()));
+}
+
 PathParts splitPath(std::string_view path) {
   PathParts parts;
   const std::string_view name = fileName(path);
   parts.folder = path.substr(0, path.size() - name.size());
   parts.base = name.substr(0, name.rfind('.'));
-  parts.extension = lowerCase(path.substr(path.size() - std::min<std::size_t>(3, path.size())));
+  parts.extension = lowerCase(extensionAsGiven(path));
   return parts;
 }
 

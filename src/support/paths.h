@@ -13,6 +13,9 @@ struct PathParts {
 };
 PathParts splitPath(std::string_view path);
 
+/// The last three characters of `path` as they stand.
+std::string_view extensionAsGiven(std::string_view path);
+
 /// What follows the last separator.
 std::string_view fileName(std::string_view path);
 
