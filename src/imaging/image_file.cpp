@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "support/paths.h"
 #include "support/text.h"
 
 namespace vellandra {
@@ -32,8 +33,7 @@ bool skipSubBlocks(ImageFile& file) {
 }  // namespace
 
 const ImageType* imageTypeOf(const std::string& path) {
-  if (path.size() < 3) return nullptr;
-  const std::string ending = upperCase(std::string_view(path).substr(path.size() - 3));
+  const std::string ending = upperCase(extensionAsGiven(path));
   const auto type = std::ranges::find(imageTypes, ending, &ImageType::ending);
   return type == imageTypes.end() ? nullptr : type;
 }
