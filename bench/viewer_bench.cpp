@@ -16,8 +16,8 @@
 #include "calibration/calibration.h"
 #include "console/console.h"
 #include "imaging/map_image.h"
-#include "ui/map_canvas.h"
-#include "ui/map_viewer_dialog.h"
+#include "ui/viewer/map_canvas.h"
+#include "ui/viewer/map_viewer_dialog.h"
 
 namespace {
 
@@ -61,9 +61,9 @@ void calibrateMap(int side) {
   for (int i = 1; i <= 4; ++i) {
     const int x = i % 2 == 0 ? side - 1 : 0;
     const int y = i > 2 ? side - 1 : 0;
-    calibration.setPixel(i, x, y);
-    calibration.setPosition(i, 45 - y * 1e-4 + x * 1e-6, 5 + x * 1.4e-4 + y * 1e-6);
-    calibration.datumName[i] = "WGS 84";
+    calibration.points[i].setPixel(x, y);
+    calibration.points[i].setPosition(45 - y * 1e-4 + x * 1e-6, 5 + x * 1.4e-4 + y * 1e-6);
+    calibration.points[i].datumName = "WGS 84";
   }
 }
 

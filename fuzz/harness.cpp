@@ -21,8 +21,8 @@
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
-#include "imaging/bitmap.h"
 #include "imaging/map_image.h"
+#include "raster/bitmap.h"
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -203,8 +203,8 @@ bool coefficientsAreFinite() {
 }
 
 std::string pointText(const Calibration& c, int i) {
-  return std::to_string(c.pixelX[i]) + " " + std::to_string(c.pixelY[i]) + " " + formatGeneral(c.latitude[i]) + " " +
-         formatGeneral(c.longitude[i]);
+  return std::to_string(c.points[i].pixelX) + " " + std::to_string(c.points[i].pixelY) + " " +
+         formatGeneral(c.points[i].latitude) + " " + formatGeneral(c.points[i].longitude);
 }
 
 }  // namespace
@@ -287,9 +287,10 @@ std::string Harness::checkResult() const {
   if (calibration.pointCount != written.pointCount) return "the written .map holds another number of points";
   constexpr double tolerance = 1e-7;  // degrees; the file holds millionths of a minute
   for (int i = 1; i <= written.pointCount; ++i) {
-    const bool same = calibration.pixelX[i] == written.pixelX[i] && calibration.pixelY[i] == written.pixelY[i] &&
-                      std::abs(calibration.latitude[i] - written.latitude[i]) < tolerance &&
-                      std::abs(calibration.longitude[i] - written.longitude[i]) < tolerance;
+    const bool same = calibration.points[i].pixelX == written.points[i].pixelX &&
+                      calibration.points[i].pixelY == written.points[i].pixelY &&
+                      std::abs(calibration.points[i].latitude - written.points[i].latitude) < tolerance &&
+                      std::abs(calibration.points[i].longitude - written.points[i].longitude) < tolerance;
     if (!same)
       return "the written .map holds another point " + std::to_string(i) + ": " + pointText(calibration, i) + ", not " +
              pointText(written, i);

@@ -78,8 +78,9 @@ class CoreTest : public testing::Test {
     std::string text;
     const Calibration& c = calibration;
     for (int i = first; i < first + count; ++i) {
-      text += (i == first ? "" : "; ") + std::to_string(c.pixelX[i]) + "," + std::to_string(c.pixelY[i]) + " " +
-              formatNumber(c.latitude[i], "0.0#####") + " " + formatNumber(c.longitude[i], "0.0#####");
+      text += (i == first ? "" : "; ") + std::to_string(c.points[i].pixelX) + "," + std::to_string(c.points[i].pixelY) +
+              " " + formatNumber(c.points[i].latitude, "0.0#####") + " " +
+              formatNumber(c.points[i].longitude, "0.0#####");
     }
     return text;
   }

@@ -48,8 +48,8 @@ class MapTest : public CoreTest {
 
   /// Positions are compared to two millimetres.
   static void expectPosition(int slot, double latitude, double longitude) {
-    EXPECT_NEAR(calibration.latitude[slot], latitude, 2e-8);
-    EXPECT_NEAR(calibration.longitude[slot], longitude, 2e-8);
+    EXPECT_NEAR(calibration.points[slot].latitude, latitude, 2e-8);
+    EXPECT_NEAR(calibration.points[slot].longitude, longitude, 2e-8);
   }
 
   /// Names and contents in the folder, without those of the log and the preferences.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/tile_controls.h"
+#include "imaging/tile_controls.h"
 #include "support/user_interface.h"
 
 namespace vellandra {

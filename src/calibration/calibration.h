@@ -13,7 +13,8 @@ inline constexpr int maxTiePoints = 30;     ///< tie points that a calibration f
 inline constexpr int firstCornerSlot = 31;  ///< corner k of the map is held in slot k + 30
 inline constexpr int maxCorners = maxSlot - firstCornerSlot + 1;
 
-/// One array of the record: slots 0 to 50, of which 0 is never used. Any other slot throws SubscriptOutOfRange.
+/// A value for each slot of the record: slots 0 to 50, of which 0 is never used. Any other slot throws
+/// SubscriptOutOfRange.
 template <typename T>
 class Slots {
  public:
@@ -28,19 +29,28 @@ class Slots {
   std::array<T, maxSlot + 1> values_{};
 };
 
+/// What one slot holds. Pixels count from the top-left corner; angles are decimal degrees, north and east positive.
+struct CalibrationPoint {
+  std::int32_t pixelX = 0, pixelY = 0;
+  double latitude = 0, longitude = 0;
+  std::string datumName;                       ///< of the position, trimmed; empty when it is not known
+  bool hasPixel = false, hasPosition = false;  ///< which halves of the slot the reader has filled
+  bool givenTwice = false;                     ///< the file holds more than one line for the slot; the last one counts
+
+  void setPixel(std::int32_t x, std::int32_t y);
+  void setPosition(double lat, double lon);
+  bool isComplete() const { return hasPixel && hasPosition; }
+  bool isEmpty() const { return !hasPixel && !hasPosition; }
+};
+
 /// The calibration of the map that is loaded: tie points in slots 1 to `pointCount`, map corners in slots 31 and up.
-/// Pixels count from the top-left corner; angles are decimal degrees, north and east positive.
 struct Calibration {
   std::string imagePath;
   std::int16_t imageWidth = 0, imageHeight = 0;  ///< pixels; 0 while not known
   std::int16_t pointCount = 0;
   std::int16_t cornerCount = 0;
 
-  Slots<std::int32_t> pixelX, pixelY;
-  Slots<double> latitude, longitude;
-  Slots<bool> hasPixel, hasPosition;  ///< which halves of a slot the reader has filled
-  Slots<bool> givenTwice;             ///< the file holds more than one line for the slot; the last one counts
-  Slots<std::string> datumName;       ///< datum of the slot's position, trimmed; empty when it is not known
+  Slots<CalibrationPoint> points;
 
   std::string projection;  ///< as read, lower case; "mercator" selects the Mercator model
 
@@ -53,8 +63,6 @@ struct Calibration {
   std::string message;     ///< text of the message panel, lines ended by CR LF
 
   bool isMercator() const;
-  void setPixel(int slot, std::int32_t x, std::int32_t y);
-  void setPosition(int slot, double lat, double lon);
   /// Empty again but for the message panel's text.
   void clear();
 };

@@ -37,9 +37,9 @@ void readClipboardPoints(std::string_view text) {
     showMessage(line);
     if (c.pointCount == maxTiePoints) throw SubscriptOutOfRange("point " + std::to_string(maxTiePoints + 1));
     const int slot = c.pointCount + 1;
-    c.setPixel(slot, parseInt32(fields[0]), parseInt32(fields[1]));
-    c.setPosition(slot, parseNumber(fields[2]), parseNumber(fields[3]));
-    c.datumName[slot] = "WGS 84";
+    c.points[slot].setPixel(parseInt32(fields[0]), parseInt32(fields[1]));
+    c.points[slot].setPosition(parseNumber(fields[2]), parseNumber(fields[3]));
+    c.points[slot].datumName = "WGS 84";
     ++c.pointCount;
   }
 }

@@ -32,9 +32,9 @@ void setTransform(const Calibration& source, const PixelMapping& mapping, Calibr
 void addPoint(Calibration& map, std::int32_t x, std::int32_t y) {
   const int slot = ++map.pointCount;
   const Position position = positionAt(map, x, y);
-  map.setPixel(slot, x, y);
-  map.setPosition(slot, position.latitude, position.longitude);
-  map.datumName[slot] = "WGS 84";
+  map.points[slot].setPixel(x, y);
+  map.points[slot].setPosition(position.latitude, position.longitude);
+  map.points[slot].datumName = "WGS 84";
 }
 
 /// Within what a fit can take: its products of pixels have to fit 32 bits.
@@ -48,8 +48,8 @@ void carryPoints(const Calibration& source, const PixelMapping& mapping, Calibra
   std::string leftOut;
   map.pointCount = 0;
   for (int i = 1; i <= count; ++i) {
-    const double x = std::nearbyint((source.pixelX[i] - mapping.fromX) / mapping.perX);
-    const double y = std::nearbyint((source.pixelY[i] - mapping.fromY) / mapping.perY);
+    const double x = std::nearbyint((source.points[i].pixelX - mapping.fromX) / mapping.perX);
+    const double y = std::nearbyint((source.points[i].pixelY - mapping.fromY) / mapping.perY);
     if (fits(x, y)) {
       addPoint(map, roundToInt32(x), roundToInt32(y));
     } else {
@@ -60,9 +60,11 @@ void carryPoints(const Calibration& source, const PixelMapping& mapping, Calibra
 }
 
 double triangleArea(const Calibration& map, int i, int j, int k) {
-  const double x = map.pixelX[i];
-  const double y = map.pixelY[i];
-  return std::abs((map.pixelX[j] - x) * (map.pixelY[k] - y) - (map.pixelX[k] - x) * (map.pixelY[j] - y)) / 2;
+  const double x = map.points[i].pixelX;
+  const double y = map.points[i].pixelY;
+  return std::abs((map.points[j].pixelX - x) * (map.points[k].pixelY - y) -
+                  (map.points[k].pixelX - x) * (map.points[j].pixelY - y)) /
+         2;
 }
 
 /// Positions are written to a few millimetres. Three points that span an eighth of the map carry that error to its

@@ -93,8 +93,8 @@ const ReaderRow* readerFor(const std::string& extension) {
 /// Image corners that a ".cal" of edges or corners leaves open.
 void placeCornerPixels() {
   Calibration& c = calibration;
-  c.pixelX[2] = c.pixelX[4] = c.imageWidth;
-  c.pixelY[3] = c.pixelY[4] = c.imageHeight;
+  c.points[2].pixelX = c.points[4].pixelX = c.imageWidth;
+  c.points[3].pixelY = c.points[4].pixelY = c.imageHeight;
 }
 
 bool readCalibration() {
@@ -127,7 +127,7 @@ bool readCalibration() {
   dropIncompleteCorners();
   const std::string datum(trim(datumTable.name[static_cast<std::size_t>(result.datumIndex)]));
   const auto give = [&datum](int first, int count) {
-    for (int slot = first; slot < first + count; ++slot) calibration.datumName[slot] = datum;
+    for (int slot = first; slot < first + count; ++slot) calibration.points[slot].datumName = datum;
   };
   give(1, calibration.pointCount);
   give(firstCornerSlot, calibration.cornerCount);
@@ -142,24 +142,25 @@ bool isOnEarth(double lat, double lon) {
 bool convertSlots(int first, int count) {
   Calibration& c = calibration;
   for (int slot = first; slot < first + count; ++slot) {
-    const double lat = c.latitude[slot];
-    const double lon = c.longitude[slot];
+    const double lat = c.points[slot].latitude;
+    const double lon = c.points[slot].longitude;
     if (!isOnEarth(lat, lon)) {
       const bool corner = slot >= firstCornerSlot && first == firstCornerSlot;
       return stop((corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : slot) +
                   " is not on the earth: latitude " + formatGeneral(lat) + ", longitude " + formatGeneral(lon));
     }
-    const std::string name = c.datumName[slot];
+    const std::string name = c.points[slot].datumName;
     if (name == wgs84) continue;
     const int index = datumIndexOf(name);
     if (index == 0) return stop("unable to match input datum " + name);
     reportDoubtfulDatum(index);
-    shiftToWgs84(index, c.latitude[slot], c.longitude[slot]);
-    c.datumName[slot] = wgs84;
+    shiftToWgs84(index, c.points[slot].latitude, c.points[slot].longitude);
+    c.points[slot].datumName = wgs84;
     const auto degrees = [](double value) { return formatNumber(value, "##0.000000"); };
     const auto pixels = [](double value) { return formatNumber(value, "####0"); };
-    writeLog(degrees(lat) + " " + degrees(lon) + " >> " + degrees(c.latitude[slot]) + " " + degrees(c.longitude[slot]) +
-             (name == "ORD SRVY GRT BRITN" ? " (OS) " : " ") + pixels(c.pixelX[slot]) + " " + pixels(c.pixelY[slot]));
+    writeLog(degrees(lat) + " " + degrees(lon) + " >> " + degrees(c.points[slot].latitude) + " " +
+             degrees(c.points[slot].longitude) + (name == "ORD SRVY GRT BRITN" ? " (OS) " : " ") +
+             pixels(c.points[slot].pixelX) + " " + pixels(c.points[slot].pixelY));
   }
   return true;
 }
@@ -238,8 +239,9 @@ bool runWriters(WriterMoment moment) {
 void logPoints() {
   const Calibration& c = calibration;
   for (int i = 1; i <= c.pointCount; ++i) {
-    writeLog(formatNumber(c.latitude[i], "##0.000000") + " " + formatNumber(c.longitude[i], "##0.000000") + " " +
-             formatNumber(c.pixelX[i], "####0") + " " + formatNumber(c.pixelY[i], "####0"));
+    writeLog(formatNumber(c.points[i].latitude, "##0.000000") + " " +
+             formatNumber(c.points[i].longitude, "##0.000000") + " " + formatNumber(c.points[i].pixelX, "####0") + " " +
+             formatNumber(c.points[i].pixelY, "####0"));
   }
 }
 
@@ -287,7 +289,7 @@ void splitInputPath(const std::string& path) {
 
 void updateMenuStates() {
   const Calibration& c = calibration;
-  const bool points = c.imageWidth > 0 && c.pointCount > 0 && !c.datumName[1].empty();
+  const bool points = c.imageWidth > 0 && c.pointCount > 0 && !c.points[1].datumName.empty();
   userInterface().setMenuStates({driver.transformValid && c.imageWidth > 0, points});
 }
 

@@ -17,22 +17,22 @@ void placeByTransform(int slot, std::int32_t x, std::int32_t y) {
   double lat = 0;
   double lon = 0;
   pixelToLatLon(x, y, lat, lon);
-  calibration.setPixel(slot, x, y);
-  calibration.setPosition(slot, lat, lon);
-  calibration.datumName[slot] = "WGS 84";
+  calibration.points[slot].setPixel(x, y);
+  calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].datumName = "WGS 84";
 }
 
-std::int32_t centroid(const Slots<std::int32_t>& pixel) {
+std::int32_t centroid(std::int32_t CalibrationPoint::*pixel) {
   std::int32_t sum = 0;
   for (int i = 1; i <= 3; ++i) {
-    if (__builtin_add_overflow(sum, pixel[i], &sum)) throw Overflow("sum of pixels");
+    if (__builtin_add_overflow(sum, calibration.points[i].*pixel, &sum)) throw Overflow("sum of pixels");
   }
   return roundToInt32(sum / 3.0);
 }
 
 void unwrapSlots(int first, int count) {
   for (int slot = first; slot < first + count; ++slot) {
-    if (calibration.longitude[slot] < 0) calibration.longitude[slot] += 360;
+    if (calibration.points[slot].longitude < 0) calibration.points[slot].longitude += 360;
   }
 }
 
@@ -42,11 +42,11 @@ bool unwrapLongitudes() {
   Calibration& c = calibration;
   double low = 360, high = -360, sumX = 0, sumLon = 0, sumProduct = 0, shiftedLow = 720, shiftedHigh = -720;
   for (int i = 1; i <= c.pointCount; ++i) {
-    const double lon = c.longitude[i];
+    const double lon = c.points[i].longitude;
     const double shifted = lon < 0 ? lon + 360 : lon;
     low = std::min(low, lon), high = std::max(high, lon);
     shiftedLow = std::min(shiftedLow, shifted), shiftedHigh = std::max(shiftedHigh, shifted);
-    sumX += c.pixelX[i], sumLon += lon, sumProduct += lon * c.pixelX[i];
+    sumX += c.points[i].pixelX, sumLon += lon, sumProduct += lon * c.points[i].pixelX;
   }
   const bool westward = sumProduct * c.pointCount < sumX * sumLon;
   if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return false;
@@ -59,7 +59,7 @@ void interpolateThirdPoint() {
   Calibration& c = calibration;
   if (c.pointCount != 2) return;
   c.pointCount = 3;
-  placeByTransform(3, c.pixelX[2], c.pixelY[1]);
+  placeByTransform(3, c.points[2].pixelX, c.points[1].pixelY);
   addToMessage("Third point interpolated");
 }
 
@@ -67,7 +67,7 @@ void addFourthPoint() {
   Calibration& c = calibration;
   if (c.pointCount != 3) return;
   c.pointCount = 4;
-  placeByTransform(4, centroid(c.pixelX), centroid(c.pixelY));
+  placeByTransform(4, centroid(&CalibrationPoint::pixelX), centroid(&CalibrationPoint::pixelY));
   addToMessage("Fourth point added");
 }
 
@@ -94,8 +94,9 @@ void reportFit() {
     // Every pass takes the last point: the figure is that point's residual.
     std::int32_t x = 0;
     std::int32_t y = 0;
-    latLonToPixel(c.latitude[c.pointCount], c.longitude[c.pointCount], x, y);
-    sum += std::hypot(static_cast<double>(c.pixelY[c.pointCount]) - y, static_cast<double>(c.pixelX[c.pointCount]) - x);
+    latLonToPixel(c.points[c.pointCount].latitude, c.points[c.pointCount].longitude, x, y);
+    sum += std::hypot(static_cast<double>(c.points[c.pointCount].pixelY) - y,
+                      static_cast<double>(c.points[c.pointCount].pixelX) - x);
   }
   c.averageError = static_cast<float>(sum / c.pointCount);
   showMessage("Average error per calibration point=" + formatNumber(static_cast<double>(c.averageError), "####.0000"));
@@ -104,8 +105,8 @@ void reportFit() {
   double worst = -1;
   int worstPoint = 0;
   for (int i = 1; i <= c.pointCount; ++i) {
-    const Pixel pixel = pixelAt(c, c.latitude[i], c.longitude[i]);
-    const double residual = std::hypot(pixel.x - c.pixelX[i], pixel.y - c.pixelY[i]);
+    const Pixel pixel = pixelAt(c, c.points[i].latitude, c.points[i].longitude);
+    const double residual = std::hypot(pixel.x - c.points[i].pixelX, pixel.y - c.points[i].pixelY);
     squares += residual * residual;
     if (residual > worst) {
       worst = residual;

@@ -24,9 +24,10 @@ struct Difference {
 
 Difference differenceOf(const ReferencePair& pair) {
   const Calibration& c = calibration;
-  return {static_cast<double>(c.pixelX[pair.j]) - c.pixelX[pair.i],
-          static_cast<double>(c.pixelY[pair.j]) - c.pixelY[pair.i], c.longitude[pair.j] - c.longitude[pair.i],
-          c.latitude[pair.j] - c.latitude[pair.i]};
+  return {static_cast<double>(c.points[pair.j].pixelX) - c.points[pair.i].pixelX,
+          static_cast<double>(c.points[pair.j].pixelY) - c.points[pair.i].pixelY,
+          c.points[pair.j].longitude - c.points[pair.i].longitude,
+          c.points[pair.j].latitude - c.points[pair.i].latitude};
 }
 
 double pixelDistance(int i, int j) {
@@ -90,9 +91,9 @@ struct GroundPosition {
 };
 
 GroundPosition onPlane(int slot, std::int16_t zone) {
-  const double lat = calibration.latitude[slot];
+  const double lat = calibration.points[slot].latitude;
   GroundPosition position{};
-  LatLongToUtm(lat, calibration.longitude[slot], zone, position.easting, position.northing);
+  LatLongToUtm(lat, calibration.points[slot].longitude, zone, position.easting, position.northing);
   if (lat < 0) position.northing -= 10000000;
   return position;
 }
@@ -100,8 +101,8 @@ GroundPosition onPlane(int slot, std::int16_t zone) {
 UtmPlane utmPlaneOf(const ReferencePair& pair) {
   const Calibration& c = calibration;
   UtmPlane plane{};
-  plane.meanLon = (c.longitude[pair.i] + c.longitude[pair.j]) / 2;
-  plane.meanLat = (c.latitude[pair.i] + c.latitude[pair.j]) / 2;
+  plane.meanLon = (c.points[pair.i].longitude + c.points[pair.j].longitude) / 2;
+  plane.meanLat = (c.points[pair.i].latitude + c.points[pair.j].latitude) / 2;
   plane.zone = toInt16(static_cast<std::int64_t>(std::floor((plane.meanLon + 186) / 6)));
   const GroundPosition first = onPlane(pair.i, plane.zone);
   const GroundPosition second = onPlane(pair.j, plane.zone);
@@ -131,20 +132,20 @@ void stretchLinear(const ReferencePair& pair, const Difference& d) {
   c.tf1 = d.dLon / d.dx;
   c.tf4 = d.dLat / d.dy;
   c.tf2 = c.tf3 = 0;
-  c.x0 = c.longitude[pair.i] - c.tf1 * c.pixelX[pair.i];
-  c.y0 = c.latitude[pair.i] - c.tf4 * c.pixelY[pair.i];
+  c.x0 = c.points[pair.i].longitude - c.tf1 * c.points[pair.i].pixelX;
+  c.y0 = c.points[pair.i].latitude - c.tf4 * c.points[pair.i].pixelY;
 }
 
 /// Both points and the ordinates of the top and bottom rows come out exact. Where the points share a row or a column,
 /// the scale of the other direction serves: the projection is conformal.
 void stretchMercator(const ReferencePair& pair, const Difference& d) {
   Calibration& c = calibration;
-  const double dM = MercatorY(c.latitude[pair.j]) - MercatorY(c.latitude[pair.i]);
+  const double dM = MercatorY(c.points[pair.j].latitude) - MercatorY(c.points[pair.i].latitude);
   const double k = d.dy != 0 ? dM / d.dy : -d.dLon / d.dx * degToRad;
   c.tf1 = d.dx != 0 ? d.dLon / d.dx : -k / degToRad;
   c.tf2 = c.tf3 = 0;
-  c.x0 = c.longitude[pair.i] - c.tf1 * c.pixelX[pair.i];
-  const double m0 = MercatorY(c.latitude[pair.i]) - k * c.pixelY[pair.i];
+  c.x0 = c.points[pair.i].longitude - c.tf1 * c.points[pair.i].pixelX;
+  const double m0 = MercatorY(c.points[pair.i].latitude) - k * c.points[pair.i].pixelY;
   c.y0 = latitudeOfMercatorY(m0);
   c.tf4 = c.imageHeight != 0 ? (latitudeOfMercatorY(m0 + k * c.imageHeight) - c.y0) / c.imageHeight : d.dLat / d.dy;
 }
@@ -182,8 +183,8 @@ void turnAndScale(const ReferencePair& pair, const Rotation& rotation, const Deg
   c.tf3 = scale * std::sin(t3) / metres.longitude;
   c.tf2 = scale * std::sin(t3) / metres.latitude;
   c.tf4 = -scale * std::cos(t3) / metres.latitude;
-  c.x0 = c.longitude[pair.i] - c.tf1 * c.pixelX[pair.i] - c.tf3 * c.pixelY[pair.i];
-  c.y0 = c.latitude[pair.i] - c.tf2 * c.pixelX[pair.i] - c.tf4 * c.pixelY[pair.i];
+  c.x0 = c.points[pair.i].longitude - c.tf1 * c.points[pair.i].pixelX - c.tf3 * c.points[pair.i].pixelY;
+  c.y0 = c.points[pair.i].latitude - c.tf2 * c.points[pair.i].pixelX - c.tf4 * c.points[pair.i].pixelY;
 }
 
 void logCheck(const ReferencePair& pair) {
@@ -191,14 +192,14 @@ void logCheck(const ReferencePair& pair) {
   setMercatorOrdinates();
   const bool rows = !c.isMercator() || c.imageHeight != 0;
   const auto calculated = [&](int slot) {
-    return rows ? pixelAt(c, c.latitude[slot], c.longitude[slot]) : Pixel{0, 0};
+    return rows ? pixelAt(c, c.points[slot].latitude, c.points[slot].longitude) : Pixel{0, 0};
   };
   const Pixel second = calculated(pair.j);
   const Pixel first = calculated(pair.i);
-  writeLog(" xy " + std::to_string(c.pixelX[pair.j]) + " " + std::to_string(c.pixelY[pair.j]) + " x2calc " +
-           formatGeneral(second.x) + " y2calc " + formatGeneral(second.y));
-  writeLog(" xy " + std::to_string(c.pixelX[pair.i]) + " " + std::to_string(c.pixelY[pair.i]) + " x0calc " +
-           formatGeneral(first.x) + " y0calc " + formatGeneral(first.y));
+  writeLog(" xy " + std::to_string(c.points[pair.j].pixelX) + " " + std::to_string(c.points[pair.j].pixelY) +
+           " x2calc " + formatGeneral(second.x) + " y2calc " + formatGeneral(second.y));
+  writeLog(" xy " + std::to_string(c.points[pair.i].pixelX) + " " + std::to_string(c.points[pair.i].pixelY) +
+           " x0calc " + formatGeneral(first.x) + " y0calc " + formatGeneral(first.y));
   logValue("tf1=", c.tf1);
   logValue("tf2=", c.tf2);
   logValue("tf3=", c.tf3);
@@ -264,8 +265,8 @@ WorldFileTerms worldFileTerms(const ReferencePair& pair) {
   const Difference d = differenceOf(pair);
   if (!preferences.stretchNotRotate || c.isMercator() || !rotated || d.dx == 0 || d.dy == 0) return terms;
   terms = {d.dLon / d.dx, 0, 0, d.dLat / d.dy, 0, 0};
-  terms.C = c.longitude[pair.i] - terms.A * c.pixelX[pair.i];
-  terms.F = c.latitude[pair.i] - terms.E * c.pixelY[pair.i];
+  terms.C = c.points[pair.i].longitude - terms.A * c.points[pair.i].pixelX;
+  terms.F = c.points[pair.i].latitude - terms.E * c.points[pair.i].pixelY;
   return terms;
 }
 

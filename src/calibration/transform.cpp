@@ -42,12 +42,12 @@ std::int32_t product(std::int32_t a, std::int32_t b) {
 }
 
 /// The normal equations of value = a + b x + c y over the points, with the right-hand side negated in column 4.
-WorkMatrix normalEquations(const Slots<double>& value) {
+WorkMatrix normalEquations(double CalibrationPoint::*value) {
   WorkMatrix m{};
   for (int i = 1; i <= calibration.pointCount; ++i) {
-    const std::int32_t x = calibration.pixelX[i];
-    const std::int32_t y = calibration.pixelY[i];
-    const double v = value[i];
+    const std::int32_t x = calibration.points[i].pixelX;
+    const std::int32_t y = calibration.points[i].pixelY;
+    const double v = calibration.points[i].*value;
     const std::int32_t xy = product(x, y);
     m[1][1] += 1, m[1][2] += x, m[1][3] += y, m[1][4] -= v;
     m[2][1] += x, m[2][2] += product(x, x), m[2][3] += xy, m[2][4] -= x * v;
@@ -100,7 +100,7 @@ void minorOf(const WorkMatrix& source, int skipRow, int skipColumn, int n, WorkM
 void fitTransform() {
   calibration.fitFailed = false;
   Plane plane{};
-  if (!solve(normalEquations(calibration.latitude), "lat", plane)) {
+  if (!solve(normalEquations(&CalibrationPoint::latitude), "lat", plane)) {
     calibration.fitFailed = true;
     return;
   }
@@ -111,7 +111,7 @@ void fitTransform() {
   writeLog("tf2 =" + formatGeneral(calibration.tf2));
   writeLog("tf4 =" + formatGeneral(calibration.tf4));
 
-  if (!solve(normalEquations(calibration.longitude), "lon", plane)) {
+  if (!solve(normalEquations(&CalibrationPoint::longitude), "lon", plane)) {
     calibration.fitFailed = true;
     return;
   }

@@ -28,12 +28,12 @@ class Stand {
 
 bool bringToWgs84(Calibration& map) {
   for (int slot = 1; slot <= map.pointCount; ++slot) {
-    if (!(std::abs(map.latitude[slot]) <= 90 && std::abs(map.longitude[slot]) <= 360)) return false;
-    if (map.datumName[slot] == "WGS 84") continue;
-    const int index = datumIndexOf(map.datumName[slot]);
+    if (!(std::abs(map.points[slot].latitude) <= 90 && std::abs(map.points[slot].longitude) <= 360)) return false;
+    if (map.points[slot].datumName == "WGS 84") continue;
+    const int index = datumIndexOf(map.points[slot].datumName);
     if (index == 0) return false;
-    shiftToWgs84(index, map.latitude[slot], map.longitude[slot]);
-    map.datumName[slot] = "WGS 84";
+    shiftToWgs84(index, map.points[slot].latitude, map.points[slot].longitude);
+    map.points[slot].datumName = "WGS 84";
   }
   return true;
 }
@@ -56,8 +56,8 @@ void measureResiduals(TrialFit& fit) {
   double worst = -1;
   double next = -1;
   for (int i = 1; i <= c.pointCount; ++i) {
-    const Pixel pixel = pixelAt(c, c.latitude[i], c.longitude[i]);
-    const double residual = std::hypot(pixel.x - c.pixelX[i], pixel.y - c.pixelY[i]);
+    const Pixel pixel = pixelAt(c, c.points[i].latitude, c.points[i].longitude);
+    const double residual = std::hypot(pixel.x - c.points[i].pixelX, pixel.y - c.points[i].pixelY);
     fit.residuals.push_back(residual);
     squares += residual * residual;
     if (residual > worst) {

@@ -113,7 +113,7 @@ constexpr int mapCorners = 4;
 
 /// The four points of layouts 2 and 3, whose pixels the driver sets.
 ReadResult cornersRead(const std::string& path, int layout) {
-  for (int slot = 1; slot <= mapCorners; ++slot) calibration.setPixel(slot, 0, 0);
+  for (int slot = 1; slot <= mapCorners; ++slot) calibration.points[slot].setPixel(0, 0);
   calibration.pointCount = mapCorners;
   calibration.imagePath = imageBeside(path);
   return {matchDatum("WGS 84"), false, layout};
@@ -156,7 +156,8 @@ ReadResult readCorners(const std::string& path) {
 /// Longitude of the map's middle in whole degrees, as the projection's parameters want it.
 std::string centralLongitude() {
   const ReferencePair& pair = driver.referencePair;
-  return formatNumber(std::floor((calibration.longitude[pair.i] + calibration.longitude[pair.j]) / 2), "0");
+  return formatNumber(std::floor((calibration.points[pair.i].longitude + calibration.points[pair.j].longitude) / 2),
+                      "0");
 }
 
 std::string pointLine(int i, const char* suffix, const std::string& value) {
@@ -173,12 +174,12 @@ std::string qvContent() {
   content += line("projparams = 10 = " + (c.isMercator() ? "proj=merc lon_0=" + centralLongitude() : "proj=LatLong"));
   content += line("datum1 = 10 = WGS 84# 6378137# 298.257223563# 0# 0# 0#");
   for (int i = 1; i <= c.pointCount; ++i) {
-    content += pointLine(i, "_x", std::to_string(c.pixelX[i]));
-    content += pointLine(i, "_y", std::to_string(c.pixelY[i]));
+    content += pointLine(i, "_x", std::to_string(c.points[i].pixelX));
+    content += pointLine(i, "_y", std::to_string(c.points[i].pixelY));
   }
   for (int i = 1; i <= c.pointCount; ++i) {
-    content += pointLine(i, "_lat", formatNumber(c.latitude[i], "##0.000000"));
-    content += pointLine(i, "_lon", formatNumber(c.longitude[i], "##0.000000"));
+    content += pointLine(i, "_lat", formatNumber(c.points[i].latitude, "##0.000000"));
+    content += pointLine(i, "_lon", formatNumber(c.points[i].longitude, "##0.000000"));
   }
   return content;
 }

@@ -37,18 +37,18 @@ std::string degrees(double value) {
 
 std::string pointLine(int slot) {
   const Calibration& c = calibration;
-  std::string text = replaceToken("xxxx;yyyy;nnnn;tttt", "xxxx", std::to_string(c.pixelX[slot]));
-  text = replaceToken(std::move(text), "yyyy", std::to_string(c.pixelY[slot]));
-  text = replaceToken(std::move(text), "nnnn", degrees(c.longitude[slot]));
-  return replaceToken(std::move(text), "tttt", degrees(c.latitude[slot]));
+  std::string text = replaceToken("xxxx;yyyy;nnnn;tttt", "xxxx", std::to_string(c.points[slot].pixelX));
+  text = replaceToken(std::move(text), "yyyy", std::to_string(c.points[slot].pixelY));
+  text = replaceToken(std::move(text), "nnnn", degrees(c.points[slot].longitude));
+  return replaceToken(std::move(text), "tttt", degrees(c.points[slot].latitude));
 }
 
 std::string borderLine(int slot1, int slot3) {
   const Calibration& c = calibration;
-  std::string text = replaceToken("pppp;qqqq;rrrr;ssss", "pppp", degrees(c.latitude[slot1]));
-  text = replaceToken(std::move(text), "qqqq", degrees(c.longitude[slot1]));
-  text = replaceToken(std::move(text), "rrrr", degrees(c.latitude[slot3]));
-  return replaceToken(std::move(text), "ssss", degrees(c.longitude[slot3]));
+  std::string text = replaceToken("pppp;qqqq;rrrr;ssss", "pppp", degrees(c.points[slot1].latitude));
+  text = replaceToken(std::move(text), "qqqq", degrees(c.points[slot1].longitude));
+  text = replaceToken(std::move(text), "rrrr", degrees(c.points[slot3].latitude));
+  return replaceToken(std::move(text), "ssss", degrees(c.points[slot3].longitude));
 }
 
 /// Empty when a term has no reciprocal.

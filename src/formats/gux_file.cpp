@@ -78,7 +78,7 @@ void readPointLine(std::string_view line, GuxFile& gux) {
   if (!slot || tokens.atEnd()) {
     ++gux.notUnderstood;
   } else if (!gux.points.insert_or_assign(*slot, Point{format, tokens}).second) {
-    calibration.givenTwice[*slot] = true;
+    calibration.points[*slot].givenTwice = true;
   }
 }
 
@@ -130,7 +130,7 @@ std::optional<double> takeAngle(Tokens& tokens, int parts, char positive, char n
 void readAngles(int slot, int parts, Tokens& tokens) {
   const std::optional<double> latitude = takeAngle(tokens, parts, 'N', 'S');
   const std::optional<double> longitude = takeAngle(tokens, parts, 'E', 'W');
-  if (latitude && longitude) calibration.setPosition(slot, *latitude, *longitude);
+  if (latitude && longitude) calibration.points[slot].setPosition(*latitude, *longitude);
 }
 
 void placePoint(int slot, const Point& point, int datumIndex) {

@@ -41,9 +41,9 @@ void readRecord(const Fields& fields, std::string& datum) {
 
 std::string pointLine(int i) {
   const Calibration& c = calibration;
-  return "rp" + std::to_string(i) + "=" + formatNumber(c.latitude[i], "##0.000000") + "," +
-         formatNumber(c.longitude[i], "##0.000000") + "," + formatNumber(c.pixelX[i], "####0") + "," +
-         formatNumber(c.pixelY[i], "####0");
+  return "rp" + std::to_string(i) + "=" + formatNumber(c.points[i].latitude, "##0.000000") + "," +
+         formatNumber(c.points[i].longitude, "##0.000000") + "," + formatNumber(c.points[i].pixelX, "####0") + "," +
+         formatNumber(c.points[i].pixelY, "####0");
 }
 
 std::string jprContent() {

@@ -74,7 +74,8 @@ bool looksLikeFractions(std::string_view minutes1, std::string_view minutes2) {
 void giveUpCorners() {
   Calibration& c = calibration;
   c.cornerCount = 0;
-  for (int slot = firstCornerSlot; slot <= maxSlot; ++slot) c.hasPixel[slot] = c.hasPosition[slot] = false;
+  for (int slot = firstCornerSlot; slot <= maxSlot; ++slot)
+    c.points[slot].hasPixel = c.points[slot].hasPosition = false;
 }
 
 void readPointLine(const Fields& fields, MapFile& map) {
@@ -83,8 +84,9 @@ void readPointLine(const Fields& fields, MapFile& map) {
   const int slot = *number;
   if (slot > maxTiePoints && calibration.pointCount <= maxTiePoints) giveUpCorners();
   // Of two lines for one point the last one counts, as a whole.
-  if (calibration.hasPixel[slot] || calibration.hasPosition[slot]) calibration.givenTwice[slot] = true;
-  calibration.hasPixel[slot] = calibration.hasPosition[slot] = false;
+  if (calibration.points[slot].hasPixel || calibration.points[slot].hasPosition)
+    calibration.points[slot].givenTwice = true;
+  calibration.points[slot].hasPixel = calibration.points[slot].hasPosition = false;
   map.gridPoints.erase(slot);
   readPixel(slot, field(fields, 2), field(fields, 3));
   if (!field(fields, 14).empty()) {
@@ -97,8 +99,8 @@ void readPointLine(const Fields& fields, MapFile& map) {
   if (looksLikeFractions(latitudeMinutes, longitudeMinutes)) map.decimalFractions = true;
   if (!beginsWithNumber(field(fields, 6)) || !beginsWithNumber(field(fields, 9))) return;
   if (!areMinutes(latitudeMinutes, map.decimalFractions) || !areMinutes(longitudeMinutes, map.decimalFractions)) return;
-  calibration.setPosition(
-      slot, angle(field(fields, 6), latitudeMinutes, map.decimalFractions, upperCase(field(fields, 8)) == "S"),
+  calibration.points[slot].setPosition(
+      angle(field(fields, 6), latitudeMinutes, map.decimalFractions, upperCase(field(fields, 8)) == "S"),
       angle(field(fields, 9), longitudeMinutes, map.decimalFractions, upperCase(field(fields, 11)) == "W"));
 }
 
@@ -112,7 +114,7 @@ void readCornerPixel(const Fields& fields) {
   const int slot = cornerSlot(fields);
   if (calibration.pointCount > maxTiePoints) return;
   if (beginsWithNumber(field(fields, 2)) && beginsWithNumber(field(fields, 3))) {
-    calibration.setPixel(slot, parseInt32(field(fields, 2)), parseInt32(field(fields, 3)));
+    calibration.points[slot].setPixel(parseInt32(field(fields, 2)), parseInt32(field(fields, 3)));
   }
   const int count = slot - firstCornerSlot + 1;
   if (count > calibration.cornerCount) calibration.cornerCount = static_cast<std::int16_t>(count);
@@ -171,10 +173,10 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
 void completeRectangle() {
   Calibration& c = calibration;
   if (c.pointCount != 2) return;
-  c.setPixel(3, c.pixelX[2], c.pixelY[1]);
-  c.setPosition(3, c.latitude[1], c.longitude[2]);
-  c.setPixel(4, c.pixelX[1], c.pixelY[2]);
-  c.setPosition(4, c.latitude[2], c.longitude[1]);
+  c.points[3].setPixel(c.points[2].pixelX, c.points[1].pixelY);
+  c.points[3].setPosition(c.points[1].latitude, c.points[2].longitude);
+  c.points[4].setPixel(c.points[1].pixelX, c.points[2].pixelY);
+  c.points[4].setPosition(c.points[2].latitude, c.points[1].longitude);
   c.pointCount = 4;
 }
 
@@ -192,18 +194,18 @@ DegreesMinutes degreesMinutes(double value) {
 
 std::string pointLine(int i) {
   const Calibration& c = calibration;
-  const DegreesMinutes lat = degreesMinutes(c.latitude[i]);
-  const DegreesMinutes lon = degreesMinutes(c.longitude[i]);
+  const DegreesMinutes lat = degreesMinutes(c.points[i].latitude);
+  const DegreesMinutes lon = degreesMinutes(c.points[i].longitude);
   std::string text = "Pointii,xy,  aaa,  bbb,in, deg,  ccc ,eee ,NN,  ddd, fff ,WW, grid,   ,           ,           ,N";
   text = replaceToken(text, "ii", formatNumber(i, "00"));
-  text = replaceToken(text, "aaa", std::to_string(c.pixelX[i]));
-  text = replaceToken(text, "bbb", std::to_string(c.pixelY[i]));
+  text = replaceToken(text, "aaa", std::to_string(c.points[i].pixelX));
+  text = replaceToken(text, "bbb", std::to_string(c.points[i].pixelY));
   text = replaceToken(text, "ccc", lat.degrees);
   text = replaceToken(text, "eee", lat.minutes);
-  text = replaceToken(text, "NN", c.latitude[i] < 0 ? "S" : "N");
+  text = replaceToken(text, "NN", c.points[i].latitude < 0 ? "S" : "N");
   text = replaceToken(text, "ddd", lon.degrees);
   text = replaceToken(text, "fff", lon.minutes);
-  return replaceToken(text, "WW", c.longitude[i] < 0 ? "W" : "E");
+  return replaceToken(text, "WW", c.points[i].longitude < 0 ? "W" : "E");
 }
 
 std::string emptyPointLine(int i) {
@@ -222,13 +224,13 @@ std::string cornerLines() {
   std::string content;
   for (int k = 1; k <= c.cornerCount; ++k) {
     const int slot = firstCornerSlot - 1 + k;
-    content += line(cornerLine("MMPXY , ii, xx, yy", k, formatNumber(c.pixelX[slot], "000000"),
-                               formatNumber(c.pixelY[slot], "000000")));
+    content += line(cornerLine("MMPXY , ii, xx, yy", k, formatNumber(c.points[slot].pixelX, "000000"),
+                               formatNumber(c.points[slot].pixelY, "000000")));
   }
   for (int k = 1; k <= c.cornerCount; ++k) {
     const int slot = firstCornerSlot - 1 + k;
-    content += line(cornerLine("MMPLL , ii, xx, yy", k, formatNumber(c.longitude[slot], "###0.000000"),
-                               formatNumber(c.latitude[slot], "###0.000000")));
+    content += line(cornerLine("MMPLL , ii, xx, yy", k, formatNumber(c.points[slot].longitude, "###0.000000"),
+                               formatNumber(c.points[slot].latitude, "###0.000000")));
   }
   return content;
 }

@@ -117,8 +117,8 @@ void placePoints(const Rectangle& r) {
   int slot = 0;
   for (const GridPoint& point : {r.first, others[0], others[1], r.opposite}) {
     const Position position = onEarth(point.position, r.inDegrees);
-    c.setPixel(++slot, roundToInt32(point.x), roundToInt32(c.imageHeight - 1 - point.y));
-    c.setPosition(slot, position.latitude, position.longitude);
+    c.points[++slot].setPixel(roundToInt32(point.x), roundToInt32(c.imageHeight - 1 - point.y));
+    c.points[slot].setPosition(position.latitude, position.longitude);
   }
   c.pointCount = 4;
 }

@@ -33,12 +33,13 @@ bool isGridLetters(std::string_view letters, std::size_t count) {
 void readPixel(int slot, std::string_view x, std::string_view y) {
   // Counted also when it is not readable, so that it is missed behind the last good point, too.
   calibration.pointCount = std::max(calibration.pointCount, static_cast<std::int16_t>(slot));
-  if (calibration.hasPixel[slot]) calibration.givenTwice[slot] = true;
-  if (areNumbers(x, y)) calibration.setPixel(slot, parseInt32(x), parseInt32(y));
+  if (calibration.points[slot].hasPixel) calibration.points[slot].givenTwice = true;
+  if (areNumbers(x, y)) calibration.points[slot].setPixel(parseInt32(x), parseInt32(y));
 }
 
 void readDegrees(int slot, std::string_view latitude, std::string_view longitude) {
-  if (areNumbers(latitude, longitude)) calibration.setPosition(slot, parseNumber(latitude), parseNumber(longitude));
+  if (areNumbers(latitude, longitude))
+    calibration.points[slot].setPosition(parseNumber(latitude), parseNumber(longitude));
 }
 
 int pointNumber(std::string_view text, int most) {
@@ -73,7 +74,7 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
   double lon = 0;
   UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, metresEast, datumTable.dA[datum],
                datumTable.dF[datum], lat, lon);
-  calibration.setPosition(slot, lat, lon);
+  calibration.points[slot].setPosition(lat, lon);
 }
 
 void readBritishGrid(int slot, std::string_view letters, std::string_view easting, std::string_view northing) {
@@ -85,7 +86,7 @@ void readBritishGrid(int slot, std::string_view letters, std::string_view eastin
   double lat = 0;
   double lon = 0;
   OsGridToLatLong(square, metresNorth, metresEast, lat, lon);
-  calibration.setPosition(slot, lat, lon);
+  calibration.points[slot].setPosition(lat, lon);
 }
 
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing) {
@@ -98,13 +99,13 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
   double lat = 0;
   double lon = 0;
   IrishGridToLatLong(square, metresEast, metresNorth, lat, lon);
-  calibration.setPosition(slot, lat, lon);
+  calibration.points[slot].setPosition(lat, lon);
 }
 
 void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
   for (int slot = 1; slot <= maxSlot; ++slot) {
-    if (calibration.hasPosition[slot] && !onWgs84[slot]) {
-      shiftToWgs84(datumIndex, calibration.latitude[slot], calibration.longitude[slot]);
+    if (calibration.points[slot].hasPosition && !onWgs84[slot]) {
+      shiftToWgs84(datumIndex, calibration.points[slot].latitude, calibration.points[slot].longitude);
     }
   }
 }

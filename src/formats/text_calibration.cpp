@@ -14,10 +14,10 @@ constexpr const char* pixels = "000000";
 /// `number` is "1" or "2", `slot` the point's place in the calibration.
 std::string referencePoint(const std::string& number, int slot) {
   const Calibration& c = calibration;
-  return line("ref" + number + "x = " + formatNumber(c.pixelX[slot], pixels)) +
-         line("ref" + number + "y = " + formatNumber(c.pixelY[slot], pixels)) +
-         line("lat" + number + " = " + formatNumber(c.latitude[slot], "##0.000000")) +
-         line("lon" + number + " = " + formatNumber(c.longitude[slot], "###0.000000"));
+  return line("ref" + number + "x = " + formatNumber(c.points[slot].pixelX, pixels)) +
+         line("ref" + number + "y = " + formatNumber(c.points[slot].pixelY, pixels)) +
+         line("lat" + number + " = " + formatNumber(c.points[slot].latitude, "##0.000000")) +
+         line("lon" + number + " = " + formatNumber(c.points[slot].longitude, "###0.000000"));
 }
 
 }  // namespace

@@ -96,8 +96,8 @@ std::optional<Grid> gridOf(const WorldFile& world) {
 }
 
 void placePoint(int slot, const WorldFileTerms& t, const Grid& grid) {
-  const double x = calibration.pixelX[slot];
-  const double y = calibration.pixelY[slot];
+  const double x = calibration.points[slot].pixelX;
+  const double y = calibration.points[slot].pixelY;
   const double mapX = t.A * x + t.B * y + t.C;
   const double mapY = t.D * x + t.E * y + t.F;
   double lat = mapY;
@@ -109,7 +109,7 @@ void placePoint(int slot, const WorldFileTerms& t, const Grid& grid) {
   } else if (grid.kind == Grid::Kind::british) {
     OsGridToLatLong("SV", mapY, mapX, lat, lon);
   }
-  calibration.setPosition(slot, lat, lon);
+  calibration.points[slot].setPosition(lat, lon);
   writeLog("lat " + formatGeneral(lat) + " lon " + formatGeneral(lon));
 }
 
@@ -120,10 +120,10 @@ void placeCorners(const WorldFileTerms& terms, const Grid& grid) {
   const std::array<std::array<std::int32_t, 2>, corners> pixels = {{{0, 0}, {right, 0}, {right, bottom}, {0, bottom}}};
   for (int k = 0; k < corners; ++k) {
     const auto [x, y] = pixels[static_cast<std::size_t>(k)];
-    c.setPixel(k + 1, x, y);
+    c.points[k + 1].setPixel(x, y);
     placePoint(k + 1, terms, grid);
-    c.setPixel(firstCornerSlot + k, x, y);
-    c.setPosition(firstCornerSlot + k, c.latitude[k + 1], c.longitude[k + 1]);
+    c.points[firstCornerSlot + k].setPixel(x, y);
+    c.points[firstCornerSlot + k].setPosition(c.points[k + 1].latitude, c.points[k + 1].longitude);
   }
   c.pointCount = c.cornerCount = corners;
 }

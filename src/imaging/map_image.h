@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "imaging/bitmap.h"
+#include "raster/bitmap.h"
 #include "support/user_interface.h"
 
 namespace vellandra {

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "imaging/bitmap.h"
 #include "imaging/merge_sides.h"
 #include "imaging/saved_map.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 

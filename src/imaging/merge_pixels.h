@@ -1,7 +1,7 @@
 #pragma once
 
-#include "imaging/bitmap.h"
 #include "imaging/merge_sides.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "calibration/calibration.h"
-#include "imaging/bitmap.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 

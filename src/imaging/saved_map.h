@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "calibration/calibration.h"
-#include "imaging/bitmap.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "imaging/bitmap.h"
 #include "imaging/tile_grid.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 

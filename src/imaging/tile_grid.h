@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/tile_controls.h"
+#include "imaging/tile_controls.h"
 
 namespace vellandra {
 

@@ -14,6 +14,7 @@
 #include "imaging/map_image.h"
 #include "imaging/trekbuddy.h"
 #include "support/user_interface.h"
+#include "support/version.h"
 
 namespace vellandra {
 namespace {
@@ -51,7 +52,7 @@ bool calculate() {
     showMessage("Insufficient points to proceed");
     return false;
   }
-  if (inputDatumName.empty()) inputDatumName = calibration.datumName[1];
+  if (inputDatumName.empty()) inputDatumName = calibration.points[1].datumName;
   driver.stage = recalculate;
   driver.calibrationPending = true;
   return do_it();
@@ -137,12 +138,11 @@ bool mnuvc(const Viewer& viewer) {
 }
 
 bool mnuabout() {
-  userInterface().messageBox(
-      {"Calibration and conversion 2.0.6\n"
-       "Corvane 2026\n"
-       "support@corvane.example\n"
-       "Uses FreeImage : see Readme for details",
-       "About"});
+  userInterface().messageBox({"Calibration and conversion " + std::string(programVersion) +
+                                  "\nCorvane 2026\n"
+                                  "support@corvane.example\n"
+                                  "Uses FreeImage : see Readme for details",
+                              "About"});
   return true;
 }
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "ui/map_viewer.h"
+#include "ui/viewer/map_viewer.h"
 
 namespace vellandra {
 

@@ -27,10 +27,10 @@
 #include "imaging/rescale_crop.h"
 #include "support/paths.h"
 #include "ui/commands.h"
-#include "ui/merge_dialog.h"
-#include "ui/preferences_dialog.h"
-#include "ui/qt_text.h"
-#include "ui/window_settings.h"
+#include "ui/dialogs/merge_dialog.h"
+#include "ui/dialogs/preferences_dialog.h"
+#include "ui/widgets/qt_text.h"
+#include "ui/widgets/window_settings.h"
 
 namespace vellandra {
 namespace {

@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "support/user_interface.h"
-#include "ui/map_viewer.h"
+#include "ui/viewer/map_viewer.h"
 
 class QAction;
 class QLabel;

@@ -12,13 +12,13 @@
 #include "calibration/calibration.h"
 #include "imaging/map_image.h"
 #include "ui/commands.h"
-#include "ui/file_dialog.h"
-#include "ui/garmin_dialog.h"
+#include "ui/dialogs/file_dialog.h"
+#include "ui/dialogs/garmin_dialog.h"
+#include "ui/dialogs/match_dialog.h"
+#include "ui/dialogs/merge_dialog.h"
+#include "ui/dialogs/tfw_dialog.h"
 #include "ui/main_window.h"
-#include "ui/match_dialog.h"
-#include "ui/merge_dialog.h"
-#include "ui/qt_text.h"
-#include "ui/tfw_dialog.h"
+#include "ui/widgets/qt_text.h"
 
 namespace vellandra {
 namespace {

@@ -14,7 +14,7 @@
 #include "calibration/session.h"
 #include "support/paths.h"
 #include "ui/main_window.h"
-#include "ui/qt_text.h"
+#include "ui/widgets/qt_text.h"
 #include "ui/window_interface.h"
 
 namespace vellandra {

@@ -114,10 +114,10 @@ TEST_F(DriverTest, PanelTellsWhatIsOddAboutAMap) {
     EXPECT_TRUE(convert(file, content)) << told;
     EXPECT_TRUE(panelHas(told + "\r\n")) << told << "\n" << calibration.message;
     EXPECT_EQ(calibration.cornerCount, 4);
-    EXPECT_EQ(calibration.latitude[31], calibration.y0) << told << ": a tie point or the corner of the file";
+    EXPECT_EQ(calibration.points[31].latitude, calibration.y0) << told << ": a tie point or the corner of the file";
   }
   EXPECT_NEAR(calibration.tf1, 2.0 / 9, 1e-9);
-  EXPECT_NEAR(calibration.longitude[2], 181, 1e-9);
+  EXPECT_NEAR(calibration.points[2].longitude, 181, 1e-9);
 }
 
 TEST_F(DriverTest, OpeningWritesNothingAndWritingFollows) {

@@ -23,16 +23,16 @@ class TransformTest : public CoreTest {
     calibration = Calibration();
     for (const TiePoint& point : points) {
       const int slot = ++calibration.pointCount;
-      calibration.setPixel(slot, point.x, point.y);
-      calibration.setPosition(slot, point.lat, point.lon);
+      calibration.points[slot].setPixel(point.x, point.y);
+      calibration.points[slot].setPosition(point.lat, point.lon);
     }
   }
 
   /// The points are where the transform puts them.
   static void expectExact() {
     for (int i = 1; i <= calibration.pointCount; ++i) {
-      const Pixel pixel = pixelAt(calibration, calibration.latitude[i], calibration.longitude[i]);
-      EXPECT_LT(std::hypot(pixel.x - calibration.pixelX[i], pixel.y - calibration.pixelY[i]), 1e-6) << i;
+      const Pixel pixel = pixelAt(calibration, calibration.points[i].latitude, calibration.points[i].longitude);
+      EXPECT_LT(std::hypot(pixel.x - calibration.points[i].pixelX, pixel.y - calibration.points[i].pixelY), 1e-6) << i;
     }
   }
 
@@ -171,8 +171,8 @@ TEST_F(TransformTest, WorldFileTermsStretchOnlyARotatedLinearMap) {
   preferences.stretchNotRotate = true;
   const WorldFileTerms stretched = worldFileTerms(pair);
   EXPECT_EQ(stretched.D, 0);
-  EXPECT_DOUBLE_EQ(stretched.A * calibration.pixelX[pair.j] + stretched.C, calibration.longitude[pair.j]);
-  EXPECT_DOUBLE_EQ(stretched.E * calibration.pixelY[pair.j] + stretched.F, calibration.latitude[pair.j]);
+  EXPECT_DOUBLE_EQ(stretched.A * calibration.points[pair.j].pixelX + stretched.C, calibration.points[pair.j].longitude);
+  EXPECT_DOUBLE_EQ(stretched.E * calibration.points[pair.j].pixelY + stretched.F, calibration.points[pair.j].latitude);
   EXPECT_NE(calibration.tf2, 0) << "the map itself stays as fitted";
 }
 
@@ -213,9 +213,9 @@ class TrialFitTest : public CoreTest {
     calibration.pointCount = static_cast<std::int16_t>(count);
     for (int i = 1; i <= count; ++i) {
       const auto [x, y] = pixels[i - 1];
-      calibration.setPixel(i, x + (i == moved ? 3 : 0), y);
-      calibration.setPosition(i, 47 - y * 1e-3, std::remainder(west + x * 1.5e-3, 360));
-      calibration.datumName[i] = datum;
+      calibration.points[i].setPixel(x + (i == moved ? 3 : 0), y);
+      calibration.points[i].setPosition(47 - y * 1e-3, std::remainder(west + x * 1.5e-3, 360));
+      calibration.points[i].datumName = datum;
     }
   }
 };
@@ -251,8 +251,9 @@ TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
       EXPECT_EQ(fit.map.*term, calibration.*term);
     }
     ASSERT_EQ(static_cast<int>(fit.residuals.size()), row.count);
-    const Pixel pixel = pixelAt(calibration, calibration.latitude[2], calibration.longitude[2]);
-    EXPECT_DOUBLE_EQ(fit.residuals[1], std::hypot(pixel.x - calibration.pixelX[2], pixel.y - calibration.pixelY[2]));
+    const Pixel pixel = pixelAt(calibration, calibration.points[2].latitude, calibration.points[2].longitude);
+    EXPECT_DOUBLE_EQ(fit.residuals[1],
+                     std::hypot(pixel.x - calibration.points[2].pixelX, pixel.y - calibration.points[2].pixelY));
     EXPECT_TRUE(panelHas("root mean square " + formatNumber(fit.rootMeanSquare, "###0.00")));
   }
 }
@@ -274,12 +275,12 @@ TEST_F(TrialFitTest, PointsThatMakeNoMapAreNoFit) {
   givePoints(4, 0, "NO SUCH DATUM");
   EXPECT_FALSE(tryFit(calibration, "").valid) << "datum";
   givePoints(4, 0);
-  calibration.latitude[3] = 91;
+  calibration.points[3].latitude = 91;
   EXPECT_FALSE(tryFit(calibration, "").valid) << "off the earth";
   givePoints(4, 0);
-  calibration.setPixel(3, 50000, 1);
+  calibration.points[3].setPixel(50000, 1);
   EXPECT_FALSE(tryFit(calibration, "").valid) << "a pixel whose square does not fit";
-  EXPECT_EQ(calibration.pixelX[3], 50000) << "the record is not back in its place";
+  EXPECT_EQ(calibration.points[3].pixelX, 50000) << "the record is not back in its place";
   EXPECT_FALSE(logPaused());
 }
 

@@ -175,8 +175,8 @@ TEST_F(TiePoints, OfTheBritishGridBringTheWholeFileToWgs84) {
   const std::string other = "S CalPoint2 = DEG = N38.5 E13.25 = 9 9\n";
   EXPECT_EQ(read("gux", "M E    European 1950\n" + britishPoint + other).datumIndex, matchDatum("WGS 84"));
   expectPosition(1, 53.385473509, -4.256880033);
-  EXPECT_NEAR(calibration.latitude[2], 38.498946416, 2e-7);  // PROJ: intl with towgs84=-87,-98,-121
-  EXPECT_NEAR(calibration.longitude[2], 13.249135085, 2e-7);
+  EXPECT_NEAR(calibration.points[2].latitude, 38.498946416, 2e-7);  // PROJ: intl with towgs84=-87,-98,-121
+  EXPECT_NEAR(calibration.points[2].longitude, 13.249135085, 2e-7);
   EXPECT_GT(read("gux", "M E Nowhere\n" + britishPoint).datumIndex, 0);
   EXPECT_EQ(person.datumPrompts.size(), 0U) << "the datum of a file of British points alone does not matter";
   EXPECT_EQ(read("gux", britishPoint + other + "M E   Nowhere").datumIndex, 0);

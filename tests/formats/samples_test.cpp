@@ -74,10 +74,10 @@ TEST_F(SamplesTest, TiePointsAreThoseOfAnIndependentProjectionLibrary) {
     constexpr double millimetres = 5e-8;  // in degrees: what the grids' series leave out
     for (const Place& place : points) {
       SCOPED_TRACE(file + " " + std::to_string(place.point));
-      EXPECT_EQ(calibration.pixelX[place.point], place.x);
-      EXPECT_EQ(calibration.pixelY[place.point], place.y);
-      EXPECT_NEAR(calibration.latitude[place.point], place.lat, millimetres);
-      EXPECT_NEAR(calibration.longitude[place.point], place.lon, millimetres);
+      EXPECT_EQ(calibration.points[place.point].pixelX, place.x);
+      EXPECT_EQ(calibration.points[place.point].pixelY, place.y);
+      EXPECT_NEAR(calibration.points[place.point].latitude, place.lat, millimetres);
+      EXPECT_NEAR(calibration.points[place.point].longitude, place.lon, millimetres);
     }
   }
 }

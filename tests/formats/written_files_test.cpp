@@ -34,10 +34,10 @@ TEST_F(WrittenFiles, OfAMapWithHalfADegreeSouthAndMinutesThatRoundUp) {
   calibration.imagePath = folder + "area.png";
   calibration.imageWidth = 1024, calibration.imageHeight = 768;
   calibration.pointCount = 2;
-  calibration.setPixel(1, 3, 4);
-  calibration.setPosition(1, -0.5, 179.9999999999);
-  calibration.setPixel(2, 1000, 700);
-  calibration.setPosition(2, 50.508333333, -1.25);
+  calibration.points[1].setPixel(3, 4);
+  calibration.points[1].setPosition(-0.5, 179.9999999999);
+  calibration.points[2].setPixel(1000, 700);
+  calibration.points[2].setPosition(50.508333333, -1.25);
   calibration.x0 = 10, calibration.tf1 = 0.001, calibration.y0 = 50, calibration.tf4 = -0.001;
   driver.metresPerPixel = 7.25;
   std::filesystem::create_directory(folder + "tiles");

@@ -11,8 +11,8 @@
 #include "calibration/transform.h"
 #include "geodesy/constants.h"
 #include "geodesy/mercator.h"
-#include "imaging/bitmap.h"
 #include "imaging/saved_map.h"
+#include "raster/bitmap.h"
 
 namespace vellandra {
 
@@ -35,9 +35,9 @@ inline void placeTiePoints(Calibration& map, const std::vector<TiePixel>& points
   for (const auto& [x, y] : points) {
     const int slot = ++map.pointCount;
     const Position position = positionAt(map, x, y);
-    map.setPixel(slot, x, y);
-    map.setPosition(slot, position.latitude, position.longitude);
-    map.datumName[slot] = "WGS 84";
+    map.points[slot].setPixel(x, y);
+    map.points[slot].setPosition(position.latitude, position.longitude);
+    map.points[slot].datumName = "WGS 84";
   }
 }
 

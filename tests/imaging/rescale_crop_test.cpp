@@ -67,7 +67,7 @@ TEST_F(SavedCopyTest, EveryPlaceKeepsItsPosition) {
     for (const char* percentage : {"10", "33.3", "50", "90"}) {
       ASSERT_TRUE(rescaleTo(percentage)) << person.boxTexts().back();
       open(folder + "copy.map");
-      EXPECT_EQ(calibration.pixelX[firstCornerSlot + 2], calibration.imageWidth - 1);
+      EXPECT_EQ(calibration.points[firstCornerSlot + 2].pixelX, calibration.imageWidth - 1);
       const double perX = 1001.0 / calibration.imageWidth, perY = 777.0 / calibration.imageHeight;
       for (const auto& [x, y] : {std::pair{0.0, 0.0}, {1000.0, 0.0}, {500.0, 390.0}, {1000.0, 776.0}, {0.0, 776.0}}) {
         expectPlace(x, y, (x + 0.5) / perX - 0.5, (y + 0.5) / perY - 0.5);
@@ -120,7 +120,7 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   const auto pixels = [] {
     std::string text;
     for (int i = 1; i <= calibration.pointCount; ++i) {
-      text += std::to_string(calibration.pixelX[i]) + "," + std::to_string(calibration.pixelY[i]) + " ";
+      text += std::to_string(calibration.points[i].pixelX) + "," + std::to_string(calibration.points[i].pixelY) + " ";
     }
     return text;
   };
@@ -131,7 +131,7 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
   EXPECT_EQ(pixels(), "-10,-20 89,59 89,-20 21,59 -17,180 ");
 
   open(folder + "open.map");
-  calibration.pixelX[5] = -46340;  // can be fitted here, but not a column further out
+  calibration.points[5].pixelX = -46340;  // can be fitted here, but not a column further out
   ASSERT_TRUE(cropTo({1, 0, 100, 80}));
   open(folder + "copy.map");
   EXPECT_EQ(pixels(), "-1,0 98,79 98,0 30,79 ");

@@ -3,12 +3,12 @@
 #include <set>
 
 #include "imaging/tile_grid.h"
-#include "ui/adjust_point.h"
-#include "ui/map_viewer_dialog.h"
-#include "ui/match_dialog.h"
-#include "ui/merge_dialog.h"
-#include "ui/point_entry.h"
-#include "ui/tfw_dialog.h"
+#include "ui/dialogs/adjust_point.h"
+#include "ui/dialogs/match_dialog.h"
+#include "ui/dialogs/merge_dialog.h"
+#include "ui/dialogs/tfw_dialog.h"
+#include "ui/viewer/map_viewer_dialog.h"
+#include "ui/viewer/point_entry.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {

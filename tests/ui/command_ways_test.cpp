@@ -12,9 +12,9 @@ ViewerResult placePoints(int count) {
   calibration.pointCount = 0;
   for (int slot = 1; slot <= count; ++slot) {
     const auto [x, y] = pixels[slot - 1];
-    calibration.setPixel(slot, x, y);
-    calibration.setPosition(slot, 50 - 0.001 * y, 1 + 0.001 * x);
-    calibration.datumName[slot] = "WGS 84";
+    calibration.points[slot].setPixel(x, y);
+    calibration.points[slot].setPosition(50 - 0.001 * y, 1 + 0.001 * x);
+    calibration.points[slot].datumName = "WGS 84";
     ++calibration.pointCount;
   }
   ViewerResult result;

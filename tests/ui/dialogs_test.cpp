@@ -84,8 +84,8 @@ TEST_F(WindowTest, WorldFileDialogGivesZoneHemisphereAndDatum) {
     });
     choose("mnufo");
     EXPECT_EQ(someone.seen.back(), "TFW Parameters") << row.name;
-    EXPECT_NEAR(calibration.latitude[1], row.latitude, 1e-4) << row.name;
-    EXPECT_NEAR(calibration.longitude[1], row.longitude, 1e-4) << row.name;
+    EXPECT_NEAR(calibration.points[1].latitude, row.latitude, 1e-4) << row.name;
+    EXPECT_NEAR(calibration.points[1].longitude, row.longitude, 1e-4) << row.name;
     EXPECT_EQ(inputDatumName, "WGS 84") << row.name;
   }
   driver.calibrationPending = false;

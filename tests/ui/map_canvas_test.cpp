@@ -6,11 +6,11 @@
 #include <vector>
 
 #include "calibration/transform.h"
-#include "ui/map_canvas_crop.h"
-#include "ui/map_canvas_grid.h"
-#include "ui/map_canvas_line.h"
-#include "ui/map_canvas_pyramid.h"
-#include "ui/map_canvas_view.h"
+#include "ui/viewer/map_canvas_crop.h"
+#include "ui/viewer/map_canvas_grid.h"
+#include "ui/viewer/map_canvas_line.h"
+#include "ui/viewer/map_canvas_pyramid.h"
+#include "ui/viewer/map_canvas_view.h"
 
 namespace vellandra {
 namespace {

@@ -38,9 +38,9 @@ TEST_F(MapViewerTest, InstructionLeadsFromStartToFinish) {
   EXPECT_FALSE(viewer->isVisible());
   EXPECT_TRUE(viewer->viewerResult().recalculate);
   ASSERT_EQ(calibration.pointCount, 2);
-  EXPECT_EQ(calibration.pixelX[2], 800);
-  EXPECT_DOUBLE_EQ(calibration.latitude[2], 49.4);
-  EXPECT_EQ(calibration.datumName[1], "WGS 84");
+  EXPECT_EQ(calibration.points[2].pixelX, 800);
+  EXPECT_DOUBLE_EQ(calibration.points[2].latitude, 49.4);
+  EXPECT_EQ(calibration.points[1].datumName, "WGS 84");
   EXPECT_TRUE(person.boxes.empty());
 
   open(ViewerMode::view);
@@ -183,8 +183,8 @@ TEST_F(MapViewerTest, NothingChangedIsNothingAsked) {
   press("Change point");
   press("Done");
   EXPECT_TRUE(viewer->viewerResult().recalculate);
-  EXPECT_DOUBLE_EQ(calibration.latitude[2], 49.95);
-  EXPECT_EQ(calibration.pixelX[2], 800);
+  EXPECT_DOUBLE_EQ(calibration.points[2].latitude, 49.95);
+  EXPECT_EQ(calibration.points[2].pixelX, 800);
   EXPECT_TRUE(person.boxes.empty());
 }
 
@@ -271,7 +271,7 @@ TEST_F(MapViewerTest, ChosenPointIsCentredAndReadOut) {
 
 TEST_F(MapViewerTest, LongitudesPast180AreShownAndGivenWithinThem) {
   givePoints(4);
-  for (int i = 1; i <= 4; ++i) calibration.longitude[i] += 169.5;
+  for (int i = 1; i <= 4; ++i) calibration.points[i].longitude += 169.5;
   open(ViewerMode::view);
   list()->setCurrentItem(list()->topLevelItem(3));
   EXPECT_EQ(list()->topLevelItem(3)->text(1), "49.40000\n-179.70000");

@@ -9,10 +9,10 @@
 #include <QWheelEvent>
 #include <algorithm>
 
-#include "ui/adjust_point.h"
-#include "ui/map_canvas.h"
-#include "ui/map_viewer_dialog.h"
-#include "ui/point_entry.h"
+#include "ui/dialogs/adjust_point.h"
+#include "ui/viewer/map_canvas.h"
+#include "ui/viewer/map_viewer_dialog.h"
+#include "ui/viewer/point_entry.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {
@@ -40,9 +40,9 @@ class MapViewerTest : public UiTest {
     calibration.pointCount = static_cast<std::int16_t>(count);
     for (int i = 1; i <= count; ++i) {
       const int x = i % 2 == 0 ? 800 : 100, y = 100 + 1000 / (count - 2) * ((i - 1) / 2);
-      calibration.setPixel(i, x + (i == 3 ? 4 : 0), y);
-      calibration.setPosition(i, 50 - y / 1000.0, 10 + x / 1000.0);
-      calibration.datumName[i] = "WGS 84";
+      calibration.points[i].setPixel(x + (i == 3 ? 4 : 0), y);
+      calibration.points[i].setPosition(50 - y / 1000.0, 10 + x / 1000.0);
+      calibration.points[i].datumName = "WGS 84";
     }
   }
 

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "core_fixture.h"
-#include "ui/calibration_settings.h"
+#include "ui/dialogs/calibration_settings.h"
 #include "ui/main_window.h"
 #include "ui/person.h"
 #include "ui/window_interface.h"
@@ -24,7 +24,8 @@ class UiTest : public CoreTest {
   UiTest() {
     (void)setenv("VELLANDRA_HOME", folder.c_str(), 1);
     lastCalibrationSettings = CalibrationSettings();
-    for (const char* name : {"readme.txt", "tick.png", "cross.png"}) copy(SOURCE_FOLDER "/data/", name);
+    for (const char* name : {"tick.png", "cross.png"}) copy(SOURCE_FOLDER "/data/", name);
+    writeTestFile(folder + "readme.txt", contentOf(SOURCE_FOLDER "/data/readme.txt.in"));
   }
   ~UiTest() override {
     QCoreApplication::sendPostedEvents();

@@ -9,7 +9,7 @@ running=  # the program
 start_screen() {
   mkdir -p "$folder/program"
   mkdir -m 700 -p "$folder/home" "$folder/run"
-  cp "$root"/data/{datums.txt,readme.txt,tick.png,cross.png,vellandra.png} "$folder/program"
+  cp "$root"/build/{datums.txt,readme.txt,tick.png,cross.png,vellandra.png} "$folder/program"
   unset WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS SESSION_MANAGER XAUTHORITY
   unset "${!QT_@}" "${!LC_@}"
   export LANG=C.UTF-8 QT_QPA_PLATFORM=xcb VELLANDRA_HOME=$folder/program HOME=$folder/home

@@ -1,0 +1,378 @@
+#include "raster/bitmap.h"
+
+#include <FreeImage.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <string_view>
+#include <vector>
+
+#include "calibration/log.h"
+#include "calibration/messages.h"
+#include "raster/image_file.h"
+#include "raster/library_messages.h"
+#include "support/errors.h"
+#include "support/files.h"
+#include "support/numbers.h"
+#include "support/user_interface.h"
+
+namespace vellandra {
+
+/// Hands the library's image out of and into a `Bitmap`.
+struct BitmapAccess {
+  /// The library reads through pointers that are not const; it changes nothing where it is handed a const `Bitmap`.
+  static FIBITMAP* image(const Bitmap& bitmap) { return bitmap.image_.get(); }
+  static Bitmap own(FIBITMAP* image, int paletteEntriesUsed = 0) {
+    Bitmap bitmap;
+    bitmap.image_.reset(image);
+    bitmap.paletteEntriesUsed_ = paletteEntriesUsed;
+    return bitmap;
+  }
+  static int paletteEntriesUsed(const Bitmap& bitmap) { return bitmap.paletteEntriesUsed_; }
+};
+
+namespace {
+
+using Access = BitmapAccess;
+
+constexpr std::int64_t largestSide = 32767;
+constexpr int tileColors = 128;
+
+FREE_IMAGE_FORMAT identifier(ImageFormat format) {
+  return static_cast<FREE_IMAGE_FORMAT>(format);
+}
+
+void freeImageMessage(FREE_IMAGE_FORMAT, const char* message) {
+  LibraryMessages::add(message);
+}
+
+void divertMessages() {
+  static const bool diverted = [] {
+    FreeImage_SetOutputMessage(freeImageMessage);
+    divertTiffMessages();
+    return true;
+  }();
+  static_cast<void>(diverted);
+}
+
+/// Runs `work`; what it yields is null or empty when it fails, also when memory runs out inside the library.
+template <typename Work>
+auto guarded(const Work& work) -> decltype(work()) {
+  divertMessages();
+  try {
+    return work();
+  } catch (const std::exception& error) {
+    LibraryMessages::add(error.what());
+    return {};
+  }
+}
+
+// The library puts the names of files it opens itself into a message buffer of fixed size, which long paths overflow.
+// So it is given files that are open already.
+unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle file) {
+  const std::size_t wanted = std::size_t{size} * count;
+  const std::size_t length = static_cast<ImageFile*>(file)->read(buffer, wanted);
+  // At the end of a file that is cut off the library goes on with what its buffer holds.
+  std::memset(static_cast<char*>(buffer) + length, 0, wanted - length);
+  return size == 0 ? 0 : static_cast<unsigned>(length / size);
+}
+int seekProc(fi_handle file, long offset, int origin) {
+  return static_cast<ImageFile*>(file)->seek(offset, origin) ? 0 : -1;
+}
+long tellProc(fi_handle file) {
+  return static_cast<ImageFile*>(file)->tell();
+}
+
+FreeImageIO readingFile() {
+  return {readProc, nullptr, seekProc, tellProc};
+}
+
+bool holdsType(const ImageType& type, ImageFile& file) {
+  FreeImageIO io = readingFile();
+  file.seek(0, SEEK_SET);
+  return FreeImage_ValidateFromHandle(identifier(type.format), &io, &file) != FALSE;
+}
+
+void logWhyNoImage(const std::string& path, const ImageType& named, ImageFile& file) {
+  for (const ImageType& type : imageTypes) {
+    if (type.format == named.format || !holdsType(type, file)) continue;
+    writeLog(path + ": no image, the file's content is " + std::string(type.ending) + ", not " +
+             std::string(named.ending) + " as its name says");
+    return;
+  }
+  writeLog(path + ": no image of type " + std::string(named.ending) + ", or damaged");
+}
+
+Bitmap decode(ImageFormat format, ImageFile& file, int flags) {
+  FreeImageIO io = readingFile();
+  file.seek(0, SEEK_SET);
+  return Access::own(guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, &file, flags); }));
+}
+
+struct Header {
+  ImageSize size;
+  int bitsPerPixel = 0;
+};
+
+std::optional<Header> readHeader(ImageFormat format, ImageFile& file) {
+  // FreeImage cannot tell a GIF's size without decoding it.
+  if (format == ImageFormat::gif) {
+    const std::optional<ImageSize> size = gifSize(file);
+    if (!size) return std::nullopt;
+    return Header{*size, 8};
+  }
+  const Bitmap header = decode(format, file, FIF_LOAD_NOPIXELS);
+  if (!header) return std::nullopt;
+  return Header{{header.width(), header.height()}, header.bitsPerPixel()};
+}
+
+std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& type, ImageFile& file) {
+  const std::optional<Header> header = readHeader(type.format, file);
+  if (!header || header->size.width < 1 || header->size.height < 1) {
+    logWhyNoImage(path, type, file);
+    return std::nullopt;
+  }
+  const ImageSize size = header->size;
+  const double claimed = static_cast<double>(size.width) * static_cast<double>(size.height) * header->bitsPerPixel / 8;
+  // BMP has run lengths up to 8 bits a pixel only; half of the file may be missing.
+  const bool plain = type.format == ImageFormat::bmp && header->bitsPerPixel > 8;
+  if (claimed > static_cast<double>(file.size()) * (plain ? 2 : type.largestExpansion)) {
+    writeLog(path + ": no image, its header claims " + sizeText(size.width, size.height) +
+             " pixels, more than the file can hold");
+    return std::nullopt;
+  }
+  return size;
+}
+
+/// The hourglass, for as long as this lives.
+class Busy {
+ public:
+  Busy() { userInterface().showBusy(true); }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { userInterface().showBusy(false); }
+};
+
+PixelColor fromLibrary(const RGBQUAD& color) {
+  return {color.rgbRed, color.rgbGreen, color.rgbBlue, color.rgbReserved};
+}
+
+RGBQUAD toLibrary(const PixelColor& color) {
+  RGBQUAD quad{};
+  quad.rgbRed = color.red;
+  quad.rgbGreen = color.green;
+  quad.rgbBlue = color.blue;
+  quad.rgbReserved = color.reserved;
+  return quad;
+}
+
+unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
+  if (y < 0 || y >= height) {
+    throw SubscriptOutOfRange("row " + std::to_string(y) + " of an image of " + std::to_string(height) + " rows");
+  }
+  return FreeImage_GetScanLine(image, height - 1 - y);
+}
+
+}  // namespace
+
+void Bitmap::Release::operator()(FIBITMAP* image) const {
+  FreeImage_Unload(image);
+}
+
+int Bitmap::width() const {
+  return image_ ? static_cast<int>(FreeImage_GetWidth(image_.get())) : 0;
+}
+int Bitmap::height() const {
+  return image_ ? static_cast<int>(FreeImage_GetHeight(image_.get())) : 0;
+}
+int Bitmap::bitsPerPixel() const {
+  return image_ ? static_cast<int>(FreeImage_GetBPP(image_.get())) : 0;
+}
+int Bitmap::pitch() const {
+  return image_ ? static_cast<int>(FreeImage_GetPitch(image_.get())) : 0;
+}
+
+int Bitmap::paletteEntryCount() const {
+  if (!image_) return 0;
+  return paletteEntriesUsed_ > 0 ? paletteEntriesUsed_ : static_cast<int>(FreeImage_GetColorsUsed(image_.get()));
+}
+
+PixelColor Bitmap::paletteEntry(int index) const {
+  if (index < 0 || index >= paletteEntryCount()) throw SubscriptOutOfRange("palette entry " + std::to_string(index));
+  return fromLibrary(FreeImage_GetPalette(image_.get())[index]);
+}
+
+std::span<std::uint8_t> Bitmap::row(int y) {
+  return {rowAddress(image_.get(), y, height()), static_cast<std::size_t>(pitch())};
+}
+
+std::span<const std::uint8_t> Bitmap::row(int y) const {
+  return {rowAddress(image_.get(), y, height()), static_cast<std::size_t>(pitch())};
+}
+
+std::optional<ImageSize> imageSize(const std::string& path) {
+  const ImageType* type = imageTypeOf(path);
+  if (type == nullptr) return std::nullopt;
+  const LibraryMessages messages(path);
+  ImageFile file(path);
+  return file ? checkedSize(path, *type, file) : std::nullopt;
+}
+
+Bitmap LoadImageByExtension(const std::string& path) {
+  const ImageType* type = imageTypeOf(path);
+  if (type == nullptr) {
+    writeLog(path + ": no image type has this ending");
+    return {};
+  }
+  const LibraryMessages messages(path);
+  ImageFile file(path);
+  if (!file) {
+    writeLog(path + ": no such file");
+    return {};
+  }
+  const std::optional<ImageSize> size = checkedSize(path, *type, file);
+  if (!size) return {};
+  if (size->width > largestSide || size->height > largestSide) {
+    throw Overflow("image " + path + " is " + sizeText(size->width, size->height) + ", past 32767 pixels");
+  }
+  Bitmap bitmap = decode(type->format, file, 0);
+  if (!bitmap) writeLog(path + ": the image cannot be decoded");
+  return bitmap;
+}
+
+Bitmap LoadQuantized(const std::string& path) {
+  const Busy busy;
+  Bitmap loaded = LoadImageByExtension(path);
+  showMessage("Rebuilding palette, please wait...");
+  Bitmap reduced = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, tileColors, 0);
+  if (reduced) return reduced;
+  showMessage(path + "already quantized");
+  return loaded;
+}
+
+Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
+                       std::span<const PixelColor> reservePalette) {
+  if (!bitmap) return {};
+  Bitmap temporary;
+  const Bitmap* source = &temporary;
+  if (bitmap.bitsPerPixel() != 24) {
+    temporary = convertTo24Bits(bitmap);
+    if (unloadSource) bitmap.reset();
+  } else if (unloadSource) {
+    temporary = std::move(bitmap);
+  } else {
+    source = &bitmap;
+  }
+  if (!*source) return {};
+  paletteSize = std::clamp(paletteSize, 2, 256);
+  std::vector<RGBQUAD> reserved;
+  for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
+  reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
+  FIBITMAP* reduced = guarded([&] {
+    return FreeImage_ColorQuantizeEx(Access::image(*source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+                                     reserveSize, reserved.empty() ? nullptr : reserved.data());
+  });
+  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
+  if (reduced != nullptr) {
+    RGBQUAD* palette = FreeImage_GetPalette(reduced);
+    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+  }
+  return Access::own(reduced, paletteSize);
+}
+
+bool canSave(ImageFormat format, const Bitmap& bitmap) {
+  if (!bitmap) return false;
+  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(Access::image(bitmap));
+  return type == FIT_BITMAP ? FreeImage_FIFSupportsExportBPP(identifier(format), bitmap.bitsPerPixel()) != FALSE
+                            : FreeImage_FIFSupportsExportType(identifier(format), type) != FALSE;
+}
+
+EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
+  EncodedImage encoded;
+  if (!bitmap) return encoded;
+  const LibraryMessages messages(encoded.messages);
+  encoded.bytes = guarded([&] {
+    using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
+    const Memory memory(FreeImage_OpenMemory());
+    BYTE* bytes = nullptr;
+    DWORD length = 0;
+    if (!memory || FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) == FALSE ||
+        FreeImage_AcquireMemory(memory.get(), &bytes, &length) == FALSE) {
+      return std::string();
+    }
+    return std::string(reinterpret_cast<const char*>(bytes), length);
+  });
+  return encoded;
+}
+
+void logMessages(const EncodedImage& image, const std::string& path) {
+  for (const std::string& message : image.messages) writeLog(std::string(path).append(": ").append(message));
+}
+
+bool saveEncodedImage(const EncodedImage& image, const std::string& path) {
+  logMessages(image, path);
+  return !image.bytes.empty() && writeWholeFile(path, image.bytes);
+}
+
+// Through memory, because the library does not notice a disk that is full.
+bool SaveImage(ImageFormat format, const Bitmap& bitmap, const std::string& path, int flags) {
+  return saveEncodedImage(encodeImage(format, bitmap, flags), path);
+}
+
+// A coordinate below 0 becomes one past the image, which the library refuses.
+bool GetPixelColor(const Bitmap& bitmap, int x, int y, PixelColor& color) {
+  RGBQUAD quad{};
+  const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
+  if (FreeImage_GetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) == FALSE) return false;
+  color = fromLibrary(quad);
+  return true;
+}
+
+bool SetPixelColor(Bitmap& bitmap, int x, int y, const PixelColor& color) {
+  RGBQUAD quad = toLibrary(color);
+  const auto row = static_cast<unsigned>(bitmap.height() - 1 - y);
+  return FreeImage_SetPixelColor(Access::image(bitmap), static_cast<unsigned>(x), row, &quad) != FALSE;
+}
+
+bool Paste(Bitmap& destination, const Bitmap& source, int left, int top, int alpha) {
+  divertMessages();
+  return destination && source &&
+         FreeImage_Paste(Access::image(destination), Access::image(source), left, top, alpha) != FALSE;
+}
+
+Bitmap copyRectangle(const Bitmap& bitmap, int left, int top, int right, int bottom) {
+  if (!bitmap || left >= right || top >= bottom) return {};
+  return Access::own(guarded([&] { return FreeImage_Copy(Access::image(bitmap), left, top, right, bottom); }),
+                     Access::paletteEntriesUsed(bitmap));
+}
+
+Bitmap rescale(const Bitmap& bitmap, int width, int height) {
+  if (!bitmap || width < 1 || height < 1) return {};
+  return Access::own(
+      guarded([&] { return FreeImage_Rescale(Access::image(bitmap), width, height, FILTER_CATMULLROM); }));
+}
+
+Bitmap allocate24Bits(int width, int height, const PixelColor& fill) {
+  if (width < 1 || height < 1) return {};
+  const RGBQUAD color = toLibrary(fill);
+  return Access::own(guarded([&] { return FreeImage_AllocateEx(width, height, 24, &color); }));
+}
+
+Bitmap convertTo24Bits(const Bitmap& bitmap) {
+  if (!bitmap) return {};
+  FIBITMAP* image = Access::image(bitmap);
+  if (FreeImage_GetImageType(image) != FIT_UINT16) {
+    return Access::own(guarded([&] { return FreeImage_ConvertTo24Bits(image); }));
+  }
+  const Bitmap grey = Access::own(guarded([&] { return FreeImage_ConvertTo8Bits(image); }));
+  return convertTo24Bits(grey);
+}
+
+Bitmap clone(const Bitmap& bitmap) {
+  if (!bitmap) return {};
+  return Access::own(guarded([&] { return FreeImage_Clone(Access::image(bitmap)); }),
+                     Access::paletteEntriesUsed(bitmap));
+}
+
+}  // namespace vellandra

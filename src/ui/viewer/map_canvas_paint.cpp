@@ -1,0 +1,184 @@
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/viewer/map_canvas.h"
+#include "ui/viewer/map_canvas_line.h"
+#include "ui/widgets/qt_text.h"
+
+namespace vellandra {
+namespace {
+
+constexpr int stripRows = 256;       ///< device pixels: enough for every core, little enough for the cache
+constexpr double gridSpacing = 110;  ///< window units between lines at the least
+constexpr double markArm = 13;       ///< window units from a mark's middle
+constexpr double selectedArm = 16;
+
+/// Colours over a map are the same in every palette: the map does not change with it.
+const QColor markColor(200, 0, 40);
+const QColor selectedColor(0, 90, 220);
+const QColor waitingColor(190, 0, 190);
+const QColor haloColor(255, 255, 255, 215);
+const QColor gridColor(20, 50, 140);
+
+void strokeTwice(QPainter& painter, const QPainterPath& path, const QColor& color, double width, bool dashed) {
+  painter.strokePath(path, QPen(haloColor, width + 2.5, Qt::SolidLine, Qt::FlatCap));
+  painter.strokePath(path, QPen(color, width, dashed ? Qt::DashLine : Qt::SolidLine, Qt::FlatCap));
+}
+
+QPainterPath crosshair(QPointF middle, double gap, double arm) {
+  QPainterPath path;
+  for (const QPointF& way : {QPointF(1, 0), QPointF(-1, 0), QPointF(0, 1), QPointF(0, -1)}) {
+    path.moveTo(middle + way * gap);
+    path.lineTo(middle + way * arm);
+  }
+  return path;
+}
+
+/// The ground of `text` at `corner`, or as near to it as leaves it whole inside `room`.
+QRectF tagBox(const QPainter& painter, QPointF corner, const QString& text, const QRectF& room) {
+  const QFontMetricsF metrics(painter.font());
+  QRectF box(corner, QSizeF(metrics.horizontalAdvance(text) + 6, metrics.height()));
+  box.moveLeft(std::max(room.left(), std::min(box.left(), room.right() - box.width())));
+  box.moveTop(std::max(room.top(), std::min(box.top(), room.bottom() - box.height())));
+  return box;
+}
+
+void drawTag(QPainter& painter, const QRectF& box, const QString& text, const QColor& color) {
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(haloColor);
+  painter.drawRoundedRect(box, 3, 3);
+  painter.setPen(color);
+  painter.drawText(box, Qt::AlignCenter, text);
+}
+
+QPointF numberCorner(const QPainter& painter, QPointF middle) {
+  return middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height());
+}
+
+}  // namespace
+
+/// The map and its grid, strip by strip: a strip is still in the cache when the painter copies it.
+void MapCanvas::drawMap(QPainter& painter) {
+  const double ratio = devicePixelRatioF();
+  const QSize size = (QSizeF(this->size()) * ratio).toSize();
+  if (strip_.width() != size.width()) strip_ = QImage(size.width(), stripRows, QImage::Format_RGB32);
+  const ViewPoint corner = view_.toWindow(0, 0);
+  const QRgb background = palette().color(QPalette::Dark).rgb();
+  findGridLines();
+  painter.save();
+  painter.scale(1 / ratio, 1 / ratio);
+  for (int top = 0; top < size.height(); top += stripRows) {
+    const int height = std::min(stripRows, size.height() - top);
+    const Frame frame{reinterpret_cast<std::uint32_t*>(strip_.bits()), size.width(), height,
+                      static_cast<std::ptrdiff_t>(strip_.bytesPerLine() / 4)};
+    pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame, background);
+    drawGridLines(frame, ratio, top);
+    painter.drawImage(QPointF(0, top), strip_, QRectF(0, 0, size.width(), height));
+  }
+  painter.restore();
+}
+
+void MapCanvas::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  drawMap(painter);
+  painter.setRenderHint(QPainter::Antialiasing);
+  drawGridLabels(painter);
+  if (crop_ != nullptr) drawCrop(painter);
+  drawMarks(painter);
+  if (aiming_ && hasFocus()) drawAim(painter);
+}
+
+void MapCanvas::findGridLines() {
+  gridLines_ = grid_ ? gridLines(*grid_, view_, gridFormat_, gridSpacing) : std::vector<GridLine>();
+}
+
+/// `top` is the frame's first row in the window, in device pixels.
+void MapCanvas::drawGridLines(const Frame& frame, double ratio, int top) const {
+  for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
+    for (const GridLine& line : gridLines_) {
+      drawLine(frame, {line.from.x * ratio, line.from.y * ratio - top}, {line.to.x * ratio, line.to.y * ratio - top},
+               style);
+    }
+  }
+}
+
+void MapCanvas::drawGridLabels(QPainter& painter) const {
+  const QFontMetricsF metrics(painter.font());
+  const double height = metrics.height();
+  std::vector<QRectF> taken;
+  for (const CanvasMark& mark : marks_) {
+    const QPointF middle = markMiddle(mark);
+    taken.push_back(QRectF(middle - QPointF(markArm, markArm), middle + QPointF(markArm, markArm))
+                        .united(tagBox(painter, numberCorner(painter, middle), mark.number, rect())));
+  }
+  for (const GridLine& line : gridLines_) {
+    const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
+    const double textWidth = metrics.horizontalAdvance(shown(line.label)) + 6;
+    if (length < textWidth + height) continue;
+    const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
+    // Latitudes are named a little inside their western end, longitudes inside their northern one; further on where
+    // a mark stands there, which must stay readable.
+    const double step = line.isLatitude ? textWidth : height;
+    double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
+    for (int tries = 0; tries < 6 && inside < length; ++tries, inside += step) {
+      const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
+      const QRectF box = tagBox(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), rect());
+      if (std::ranges::any_of(taken, [&box](const QRectF& mark) { return mark.intersects(box); })) continue;
+      drawTag(painter, box, shown(line.label), gridColor.darker());
+      break;
+    }
+  }
+}
+
+QPointF MapCanvas::markMiddle(const CanvasMark& mark) const {
+  const ViewPoint place = view_.toWindow(mark.x + 0.5, mark.y + 0.5);
+  // On whole window units the arms are sharp at any zoom.
+  return {std::floor(place.x) + 0.5, std::floor(place.y) + 0.5};
+}
+
+void MapCanvas::drawMarks(QPainter& painter) const {
+  for (const CanvasMark& mark : marks_) {
+    const bool waiting = mark.look == CanvasMark::Look::waiting;
+    const bool selected = mark.look == CanvasMark::Look::selected;
+    const QColor color = waiting ? waitingColor : selected ? selectedColor : markColor;
+    const QPointF middle = markMiddle(mark);
+    if (!QRectF(rect()).adjusted(-40, -40, 40, 40).contains(middle)) continue;
+    QPainterPath path = crosshair(middle, 2, selected ? selectedArm : markArm);
+    path.addEllipse(middle, 6, 6);
+    painter.setBrush(Qt::NoBrush);
+    strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
+    if (!rect().contains(middle.toPoint())) continue;  // its number alone, held in the window, would mislead
+    drawTag(painter, tagBox(painter, numberCorner(painter, middle), mark.number, rect()), mark.number, color);
+  }
+}
+
+void MapCanvas::drawCrop(QPainter& painter) const {
+  const PixelRectangle& pixels = crop_->pixels();
+  if (pixels.isEmpty()) return;
+  const ViewPoint topLeft = view_.toWindow(pixels.left, pixels.top);
+  const ViewPoint bottomRight = view_.toWindow(pixels.right, pixels.bottom);
+  const QRectF kept(QPointF(topLeft.x, topLeft.y), QPointF(bottomRight.x, bottomRight.y));
+  QPainterPath beside;
+  beside.addRect(QRectF(rect()));
+  beside.addRect(kept);
+  painter.fillPath(beside, QColor(0, 0, 0, 110));
+  QPainterPath frame;
+  frame.addRect(kept);
+  strokeTwice(painter, frame, selectedColor, 1.5, false);
+  painter.setPen(QPen(haloColor, 1));
+  painter.setBrush(selectedColor);
+  for (const double x : {kept.left(), kept.center().x(), kept.right()}) {
+    for (const double y : {kept.top(), kept.center().y(), kept.bottom()}) {
+      if (QPointF(x, y) != kept.center()) painter.drawRect(QRectF(x - 4, y - 4, 8, 8));
+    }
+  }
+}
+
+void MapCanvas::drawAim(QPainter& painter) const {
+  const QPointF middle(std::floor(width() / 2.0) + 0.5, std::floor(height() / 2.0) + 0.5);
+  strokeTwice(painter, crosshair(middle, 4, 24), Qt::black, 1, false);
+}
+
+}  // namespace vellandra

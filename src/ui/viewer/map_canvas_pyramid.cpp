@@ -1,0 +1,209 @@
+#include "ui/viewer/map_canvas_pyramid.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "support/errors.h"
+
+namespace vellandra {
+namespace {
+
+constexpr int bytesPerPixel = 3;
+constexpr int smallestSide = 64;  ///< of a level that is worth halving
+constexpr std::uint32_t opaque = 0xff000000U;
+
+/// Calls `work` for `count` rows, cut into one band for each core when there is enough to do.
+void inBands(int count, std::int64_t pixels, const std::function<void(int, int)>& work) {
+  constexpr std::int64_t pixelsWorthAThread = 300'000;
+  const auto cores = static_cast<std::int64_t>(std::max(1U, std::thread::hardware_concurrency()));
+  const int bands =
+      static_cast<int>(std::clamp<std::int64_t>(pixels / pixelsWorthAThread, 1, std::min<std::int64_t>(cores, 8)));
+  std::vector<std::thread> others;
+  others.reserve(static_cast<std::size_t>(bands));
+  const auto start = [&](int band) { return static_cast<int>(static_cast<std::int64_t>(count) * band / bands); };
+  for (int band = 1; band < bands; ++band) others.emplace_back(work, start(band), start(band + 1));
+  work(0, start(1));
+  for (std::thread& thread : others) thread.join();
+}
+
+Bitmap halved(const Bitmap& image) {
+  const int width = (image.width() + 1) / 2;
+  const int height = (image.height() + 1) / 2;
+  Bitmap half = allocate24Bits(width, height);
+  if (!half) throw std::bad_alloc();
+  const int wholeWidth = image.width() / 2;
+  inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int end) {
+    for (int y = first; y < end; ++y) {
+      const std::uint8_t* above = image.row(2 * y).data();
+      const std::uint8_t* below = image.row(std::min(2 * y + 1, image.height() - 1)).data();
+      std::uint8_t* out = half.row(y).data();
+      for (int x = 0; x < wholeWidth; ++x, above += 6, below += 6, out += 3) {
+        for (int c = 0; c < bytesPerPixel; ++c) {
+          out[c] = static_cast<std::uint8_t>((above[c] + above[c + 3] + below[c] + below[c + 3] + 2) >> 2);
+        }
+      }
+      if (wholeWidth == width) continue;
+      for (int c = 0; c < bytesPerPixel; ++c) out[c] = static_cast<std::uint8_t>((above[c] + below[c] + 1) >> 1);
+    }
+  });
+  return half;
+}
+
+/// Which source pixels one row or column of the frame is made of: `first` and, with `weight` of 256, the next one.
+struct Sample {
+  int first;
+  int weight;
+};
+
+/// The run of frame pixels that show the image along one axis, and what each is made of.
+struct Axis {
+  int begin = 0, end = 0;
+  std::vector<Sample> samples;  ///< of begin to end
+};
+
+Axis axisOf(double edge, double scale, int imageSize, int frameSize, int levelSize, double levelScale, bool enlarged) {
+  Axis axis;
+  axis.begin = static_cast<int>(std::clamp(std::ceil(edge - 0.5), 0.0, static_cast<double>(frameSize)));
+  axis.end = static_cast<int>(std::clamp(std::ceil(edge + imageSize * scale - 0.5), static_cast<double>(axis.begin),
+                                         static_cast<double>(frameSize)));
+  axis.samples.reserve(static_cast<std::size_t>(axis.end - axis.begin));
+  for (int i = axis.begin; i < axis.end; ++i) {
+    const double place = (i + 0.5 - edge) / levelScale;
+    const double from = enlarged ? place : place - 0.5;
+    const double whole = std::floor(from);
+    const int first = std::clamp(static_cast<int>(whole), 0, levelSize - 1);
+    const bool between = !enlarged && whole >= 0 && first < levelSize - 1;
+    axis.samples.push_back({first, between ? static_cast<int>((from - whole) * 256) : 0});
+  }
+  return axis;
+}
+
+/// Where pixel `x` begins in a row.
+std::ptrdiff_t byteOf(int x) {
+  return std::ptrdiff_t{bytesPerPixel} * x;
+}
+
+std::uint32_t pixelAtBytes(const std::uint8_t* bgr) {
+  return opaque | static_cast<std::uint32_t>(bgr[2]) << 16U | static_cast<std::uint32_t>(bgr[1]) << 8U | bgr[0];
+}
+
+/// Two neighbouring pixels blended, red and blue in one multiplication. Reads `pairBytes` bytes.
+constexpr std::size_t pairBytes = 8;
+std::uint32_t blend(const std::uint8_t* bgr, std::uint32_t weight) {
+  static_assert(std::endian::native == std::endian::little, "blue, green, red in memory is 0xRRGGBB in a number");
+  std::uint64_t pair = 0;
+  std::memcpy(&pair, bgr, pairBytes);
+  const auto a = static_cast<std::uint32_t>(pair);
+  const auto b = static_cast<std::uint32_t>(pair >> 24U);
+  const std::uint32_t redBlue = ((a & 0xff00ffU) * (256 - weight) + (b & 0xff00ffU) * weight) >> 8U;
+  const std::uint32_t green = ((a & 0xff00U) * (256 - weight) + (b & 0xff00U) * weight) >> 8U;
+  return opaque | (redBlue & 0xff00ffU) | (green & 0xff00U);
+}
+
+void blendRows(const std::uint8_t* above, const std::uint8_t* below, unsigned weight, std::size_t count,
+               std::uint8_t* out) {
+  const unsigned rest = 256 - weight;
+  for (std::size_t i = 0; i < count; ++i) {
+    out[i] = static_cast<std::uint8_t>((above[i] * rest + below[i] * weight) >> 8U);
+  }
+}
+
+std::uint32_t* rowOf(const Frame& frame, int y) {
+  return frame.pixels + static_cast<std::ptrdiff_t>(y) * frame.stride;
+}
+
+void drawEnlarged(const Bitmap& image, const Axis& across, const Axis& down, const Frame& frame, int first, int end) {
+  int shown = -1;
+  for (int y = first; y < end; ++y) {
+    std::uint32_t* out = rowOf(frame, y) + across.begin;
+    const int source = down.samples[static_cast<std::size_t>(y - down.begin)].first;
+    if (source == shown) {
+      std::memcpy(out, out - frame.stride, across.samples.size() * sizeof *out);
+      continue;
+    }
+    shown = source;
+    const std::uint8_t* row = image.row(source).data();
+    for (const Sample& sample : across.samples) *out++ = pixelAtBytes(row + byteOf(sample.first));
+  }
+}
+
+/// `scratch` holds one row of the part of the level that is seen, and `pairBytes` more.
+void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, const Frame& frame, int first, int end,
+                 std::vector<std::uint8_t>& scratch) {
+  const int left = across.samples.front().first;
+  const auto bytes = static_cast<std::size_t>(across.samples.back().first + 1 - left) * bytesPerPixel;
+  const auto available = static_cast<std::size_t>(level.width() - left) * bytesPerPixel;
+  const std::size_t count = std::min(bytes + bytesPerPixel, available);
+  for (int y = first; y < end; ++y) {
+    const Sample& row = down.samples[static_cast<std::size_t>(y - down.begin)];
+    const std::uint8_t* above = level.row(row.first).data() + byteOf(left);
+    const std::uint8_t* below = row.weight == 0 ? above : level.row(row.first + 1).data() + byteOf(left);
+    blendRows(above, below, static_cast<unsigned>(row.weight), count, scratch.data());
+    std::uint32_t* out = rowOf(frame, y) + across.begin;
+    for (const Sample& sample : across.samples) {
+      *out++ = blend(scratch.data() + byteOf(sample.first - left), static_cast<std::uint32_t>(sample.weight));
+    }
+  }
+}
+
+void fillBeside(const Axis& across, const Axis& down, const Frame& frame, std::uint32_t background) {
+  for (int y = 0; y < frame.height; ++y) {
+    std::uint32_t* row = rowOf(frame, y);
+    if (y < down.begin || y >= down.end) {
+      std::fill(row, row + frame.width, background);
+    } else {
+      std::fill(row, row + across.begin, background);
+      std::fill(row + across.end, row + frame.width, background);
+    }
+  }
+}
+
+}  // namespace
+
+ImagePyramid::ImagePyramid(const Bitmap& image) : image_(image) {
+  if (image.bitsPerPixel() != 24) throw InvalidArgument(std::to_string(image.bitsPerPixel()) + " bits per pixel");
+  const Bitmap* last = &image;
+  while (std::max(last->width(), last->height()) > smallestSide) {
+    Bitmap half = halved(*last);
+    halves_.push_back(std::move(half));
+    last = &halves_.back();
+  }
+}
+
+std::size_t ImagePyramid::extraBytes() const {
+  std::size_t bytes = 0;
+  for (const Bitmap& half : halves_) {
+    bytes += static_cast<std::size_t>(half.pitch()) * static_cast<std::size_t>(half.height());
+  }
+  return bytes;
+}
+
+void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32_t background) const {
+  const bool enlarged = place.scale >= 1;
+  const int wanted = enlarged ? 0 : static_cast<int>(std::floor(-std::log2(place.scale)));
+  const int index = std::min(wanted, static_cast<int>(halves_.size()));
+  const Bitmap& source = level(index);
+  const double levelScale = std::ldexp(place.scale, index);
+  const Axis across =
+      axisOf(place.left, place.scale, image_.width(), frame.width, source.width(), levelScale, enlarged);
+  const Axis down =
+      axisOf(place.top, place.scale, image_.height(), frame.height, source.height(), levelScale, enlarged);
+  fillBeside(across, down, frame, background);
+  if (across.samples.empty() || down.samples.empty()) return;
+
+  const std::int64_t pixels = static_cast<std::int64_t>(across.samples.size()) * (down.end - down.begin);
+  inBands(down.end - down.begin, pixels, [&](int first, int end) {
+    if (enlarged) {
+      drawEnlarged(source, across, down, frame, down.begin + first, down.begin + end);
+    } else {
+      std::vector<std::uint8_t> scratch(static_cast<std::size_t>(source.width()) * bytesPerPixel + pairBytes);
+      drawReduced(source, across, down, frame, down.begin + first, down.begin + end, scratch);
+    }
+  });
+}
+
+}  // namespace vellandra

@@ -1,0 +1,392 @@
+#include "ui/viewer/map_viewer_dialog.h"
+
+#include <QAbstractButton>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QTreeWidget>
+
+#include "calibration/driver.h"
+#include "calibration/preferences.h"
+#include "calibration/transform.h"
+#include "raster/bitmap.h"
+#include "support/numbers.h"
+#include "support/paths.h"
+#include "support/user_interface.h"
+#include "ui/dialogs/adjust_point.h"
+#include "ui/viewer/map_canvas.h"
+#include "ui/viewer/map_viewer_crop_panel.h"
+#include "ui/viewer/point_entry.h"
+#include "ui/widgets/qt_text.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* notKept = "Not kept";
+
+DegreeFormat degreeFormat() {
+  return DegreeFormat(preferences.degreeFormat);
+}
+
+/// What `textOf` makes of a position, or nothing for one that no format can show.
+template <typename TextOf>
+QString shownBy(const TextOf& textOf, double latitude, double longitude) {
+  try {
+    return shown(textOf(latitude, withinHalfTurn(longitude)));
+  } catch (const RunTimeError&) {
+    return {};
+  }
+}
+
+QString shownPosition(double latitude, double longitude) {
+  return shownBy([](double lat, double lon) { return positionText(lat, lon, degreeFormat()); }, latitude, longitude);
+}
+
+QString shownGrid(double latitude, double longitude) {
+  // 180 E is 180 W: there is no zone behind 60.
+  return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
+}
+
+/// In decimal degrees, whatever the format in use.
+QString shownDegrees(double latitude, double longitude) {
+  const auto textOf = [](double lat, double lon) {
+    return formatNumber(lat, "##0.00000") + " " + formatNumber(lon, "##0.00000");
+  };
+  return shownBy(textOf, latitude, longitude);
+}
+
+/// The same with latitude and longitude one above the other, for a narrow column.
+QString stackedPosition(double latitude, double longitude) {
+  QString text = shownPosition(latitude, longitude);
+  const QString gap = text.contains(QLatin1String("  ")) ? QStringLiteral("  ") : QStringLiteral(" ");
+  const auto at = text.indexOf(gap);
+  return at < 0 ? text : text.replace(at, gap.size(), QLatin1Char('\n'));
+}
+
+/// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
+Calibration startingRecord(const Bitmap& image) {
+  Calibration map = calibration;
+  if (map.imageWidth == 0) map.imageWidth = toInt16(image.width());
+  if (map.imageHeight == 0) map.imageHeight = toInt16(image.height());
+  return map;
+}
+
+QString titleOf(ViewerMode mode) {
+  const QString name = shownPath(std::string(fileName(calibration.imagePath)));
+  const QString what = mode == ViewerMode::calibrate ? QStringLiteral("Calibrate map")
+                       : mode == ViewerMode::view    ? QStringLiteral("View calibrated map")
+                                                     : QStringLiteral("Crop map");
+  return name.isEmpty() ? what : what + QStringLiteral(" - ") + name;
+}
+
+}  // namespace
+
+MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* parent)
+    : QDialog(parent),
+      mode_(mode),
+      image_(image),
+      session_(mode, startingRecord(image), driver.inputType),
+      crop_(image.width(), image.height()) {
+  setWindowTitle(titleOf(mode));
+  setWindowFlag(Qt::WindowMaximizeButtonHint);
+  setModal(true);
+  build();
+  connectCanvas();
+  pointsChanged();
+  canvas_->setFocus();
+}
+
+MapViewerDialog::~MapViewerDialog() = default;
+
+void MapViewerDialog::showCrop() {
+  cropPanel_->show(crop_.pixels());
+  done_->setEnabled(!crop_.pixels().isEmpty());
+}
+
+void MapViewerDialog::followInstruction() {
+  switch (session_.instruction()) {
+    case Instruction::start:
+      if (chooseSettings()) {
+        session_.startPlacing();
+        canvas_->setPlacing(true);
+        pointsChanged();
+      }
+      canvas_->setFocus();
+      break;
+    case Instruction::clickMap:
+      canvas_->setFocus();
+      break;
+    case Instruction::finish:
+      accept();
+      break;
+  }
+}
+
+bool MapViewerDialog::chooseSettings() {
+  CalibrationSettingsDialog dialog(lastCalibrationSettings, this);
+  if (dialog.exec() != QDialog::Accepted) return false;
+  lastCalibrationSettings = dialog.settings();
+  entry_->setSettings(lastCalibrationSettings);
+  return true;
+}
+
+void MapViewerDialog::placeAt(int x, int y) {
+  if (!session_.isPlacing() || (correcting_ != 0 && !dropEntry())) return;
+  if (session_.isFull()) {
+    tell("At most " + std::to_string(maxTiePoints) + " points");
+    return;
+  }
+  const bool moves = session_.waiting().has_value();
+  session_.wait(x, y);
+  if (!moves) {
+    entry_->setSettings(lastCalibrationSettings);
+    entry_->show();
+    entry_->begin(static_cast<int>(session_.points().size()) + 1);
+  } else {
+    entry_->takeFocus();
+  }
+  pointsChanged();
+}
+
+void MapViewerDialog::takeCoordinates(double latitude, double longitude, const std::string& datum) {
+  if (correcting_ != 0) {
+    // What is shown is rounded, and brought within 180 degrees: unchanged, it is not to take the point's place.
+    if (entry_->isTouched()) session_.correct(correcting_, latitude, longitude, datum);
+  } else {
+    session_.giveCoordinates(latitude, longitude, datum);
+    selected_ = static_cast<int>(session_.points().size());
+  }
+  correcting_ = 0;
+  entry_->hide();
+  canvas_->setFocus();
+  pointsChanged();
+}
+
+/// Leaves the point out that is being entered, asking when something has been typed. False when it is kept.
+bool MapViewerDialog::dropEntry() {
+  if (!entry_->isHidden() && entry_->isTouched() &&
+      !askOkCancel("Coordinates not used : OK to leave them out else cancel", notKept)) {
+    return false;
+  }
+  session_.dropWaiting();
+  correcting_ = 0;
+  entry_->hide();
+  canvas_->setFocus();
+  pointsChanged();
+  return true;
+}
+
+void MapViewerDialog::correctSelected() {
+  if (selected_ == 0 || !dropEntry()) return;
+  const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  correcting_ = selected_;
+  CalibrationSettings settings = lastCalibrationSettings;
+  if (settings.grid != EntryGrid::british) settings.datum = point.datum;
+  entry_->setSettings(settings);
+  entry_->show();
+  entry_->beginCorrection(correcting_, point.latitude, point.longitude);
+  pointsChanged();
+}
+
+void MapViewerDialog::adjustPoint(int number) {
+  if (number == 0 || !dropEntry()) return;
+  select(number);
+  AdjustPointDialog dialog(number, this);
+  dialog.setReport(reportOf(number));
+  const std::size_t before = session_.stepCount();
+  session_.beginMove();
+  connect(&dialog, &AdjustPointDialog::moved, this, [&](int right, int down) {
+    const TiePoint point = session_.points().at(static_cast<std::size_t>(number - 1));
+    session_.moveTo(number, point.x + right, point.y + down);
+    pointsChanged();
+    dialog.setReport(reportOf(number));
+  });
+  // Beside the map, so that the mark can be watched.
+  dialog.move(mapToGlobal(QPoint(width() - dialog.sizeHint().width() - 40, 90)));
+  if (dialog.exec() != QDialog::Accepted) {
+    while (session_.stepCount() > before) session_.undo();
+    pointsChanged();
+  } else if (dialog.wantsDeletion()) {
+    removeSelected();
+  }
+}
+
+void MapViewerDialog::removeSelected() {
+  if (selected_ == 0 || !dropEntry()) return;
+  session_.remove(selected_);
+  selected_ = 0;
+  pointsChanged();
+}
+
+void MapViewerDialog::undo() {
+  if (!entry_->isHidden()) {
+    dropEntry();
+    return;
+  }
+  session_.undo();
+  pointsChanged();
+}
+
+void MapViewerDialog::select(int number) {
+  selected_ = number;
+  pointsChanged();
+}
+
+void MapViewerDialog::nudge(int right, int down) {
+  if (selected_ == 0) return;
+  const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  session_.beginMove();
+  session_.moveTo(selected_, point.x + right, point.y + down);
+  pointsChanged();
+}
+
+void MapViewerDialog::pointsChanged() {
+  if (mode_ == ViewerMode::crop) {
+    showCrop();
+    return;
+  }
+  if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
+  const TrialFit& fit = session_.fit();
+  const bool grid = preferences.showGrid && fit.valid;
+  canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
+  updateMarks();
+  updateList();
+  updateFit();
+  updateButtons();
+}
+
+void MapViewerDialog::updateMarks() {
+  std::vector<CanvasMark> marks;
+  int number = 0;
+  for (const TiePoint& point : session_.points()) {
+    ++number;
+    marks.push_back({point.x, point.y, QString::number(number),
+                     number == selected_ ? CanvasMark::Look::selected : CanvasMark::Look::plain});
+  }
+  if (const auto waiting = session_.waiting()) {
+    marks.push_back({static_cast<int>(waiting->x), static_cast<int>(waiting->y), QString::number(number + 1),
+                     CanvasMark::Look::waiting});
+  }
+  canvas_->setMarks(std::move(marks));
+}
+
+void MapViewerDialog::updateList() {
+  updating_ = true;
+  const auto count = static_cast<int>(session_.points().size());
+  while (list_->topLevelItemCount() > count) delete list_->takeTopLevelItem(count);
+  while (list_->topLevelItemCount() < count) list_->addTopLevelItem(new QTreeWidgetItem);
+  const std::vector<double>& residuals = session_.fit().residuals;
+  for (int i = 0; i < count; ++i) {
+    const auto index = static_cast<std::size_t>(i);
+    const TiePoint& point = session_.points()[index];
+    QTreeWidgetItem* item = list_->topLevelItem(i);
+    item->setText(0, QString::number(i + 1));
+    item->setText(1, stackedPosition(point.latitude, point.longitude));
+    item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
+    item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
+    item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
+    const QString tip =
+        QStringLiteral("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
+    for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
+  }
+  list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
+  updating_ = false;
+}
+
+void MapViewerDialog::updateFit() {
+  fit_->setText(shown(fitReport(session_.fit(), session_.points().size())));
+}
+
+void MapViewerDialog::updateButtons() {
+  instruction_->setText(QString::fromLatin1(instructionText(session_.instruction())));
+  settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
+  undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
+  for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
+  if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
+  if (mode_ == ViewerMode::view) {
+    done_->setText(session_.changed() ? QStringLiteral("&Done") : QStringLiteral("&Close"));
+    cancel_->setVisible(session_.changed());
+  }
+}
+
+QString MapViewerDialog::reportOf(int number) const {
+  const auto index = static_cast<std::size_t>(number - 1);
+  const TiePoint& point = session_.points().at(index);
+  QString text = QStringLiteral("Pixels : X %1 Y %2\nPosition : %3")
+                     .arg(point.x)
+                     .arg(point.y)
+                     .arg(shownDegrees(point.latitude, point.longitude));
+  if (index < session_.fit().residuals.size()) {
+    text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
+  }
+  return text;
+}
+
+void MapViewerDialog::showPixel(int x, int y) {
+  QString text = QStringLiteral("Pixels : X ") + shown(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
+                 shown(formatNumber(y, "#####0"));
+  if (session_.fit().valid) {
+    const Position position = positionAt(session_.fit().map, x, y);
+    text += QStringLiteral("      ") + shownPosition(position.latitude, position.longitude) + QStringLiteral("      ") +
+            shownGrid(position.latitude, position.longitude);
+  }
+  readout_->setText(text);
+}
+
+void MapViewerDialog::accept() {
+  if (mode_ == ViewerMode::crop) {
+    const PixelRectangle& kept = crop_.pixels();
+    if (kept.isEmpty()) return;
+    result_ = {false, kept.left, kept.top, kept.right, kept.bottom};
+    QDialog::accept();
+    return;
+  }
+  if (!entry_->isHidden()) {
+    if (entry_->isTouched()) {
+      if (!dropEntry()) return;
+    } else if (session_.waiting() &&
+               !askOkCancel("Point without coordinates : OK to leave it out else cancel", notKept)) {
+      return;
+    }
+  }
+  if (session_.changed()) {
+    session_.commit(calibration);
+    result_.recalculate = true;
+  }
+  QDialog::accept();
+}
+
+void MapViewerDialog::reject() {
+  if (mode_ != ViewerMode::crop) {
+    const bool unfinished = session_.waiting().has_value() || (!entry_->isHidden() && entry_->isTouched());
+    if ((session_.changed() || unfinished) && !askOkCancel("Points not kept : OK to abandon them else cancel", notKept))
+      return;
+  }
+  QDialog::reject();
+}
+
+void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    if (auto* button = qobject_cast<QAbstractButton*>(focusWidget())) {
+      button->click();
+    } else if (mode_ == ViewerMode::crop) {
+      accept();
+    }
+    return;
+  }
+  if (event->key() == Qt::Key_Escape && mode_ != ViewerMode::crop && !entry_->isHidden()) {
+    dropEntry();
+    return;
+  }
+  if (event->matches(QKeySequence::Undo) && mode_ != ViewerMode::crop) {
+    undo();
+    return;
+  }
+  if (event->key() == Qt::Key_Delete && mode_ != ViewerMode::crop) {
+    removeSelected();
+    return;
+  }
+  QDialog::keyPressEvent(event);
+}
+
+}  // namespace vellandra

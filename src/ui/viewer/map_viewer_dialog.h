@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QDialog>
+#include <memory>
+
+#include "ui/dialogs/calibration_settings.h"
+#include "ui/viewer/map_canvas_crop.h"
+#include "ui/viewer/map_viewer.h"
+#include "ui/viewer/map_viewer_session.h"
+
+class QHBoxLayout;
+class QLabel;
+class QPushButton;
+class QTreeWidget;
+
+namespace vellandra {
+
+class Bitmap;
+class CropPanel;
+class MapCanvas;
+class PointEntry;
+
+/// The viewer's window; see `showMapViewer`.
+class MapViewerDialog : public QDialog {
+  Q_OBJECT
+
+ public:
+  /// `image` must outlive the window.
+  MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* parent);
+  ~MapViewerDialog() override;
+
+  ViewerResult viewerResult() const { return result_; }
+  MapCanvas* canvas() const { return canvas_; }
+  const CalibrationSession& session() const { return session_; }
+
+  /// Keeps the points or the rectangle and closes; asks first about a mark without coordinates.
+  void accept() override;
+  /// Escape and the window's close button: asks before points are lost.
+  void reject() override;
+  /// Remembers the window's size and place.
+  void done(int result) override;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  void build();
+  QHBoxLayout* buildTools();
+  void addPanTools(QHBoxLayout* tools);
+  QWidget* buildSide();
+  QWidget* buildCropSide();
+  QHBoxLayout* buildBottom();
+  void connectCanvas();
+
+  void followInstruction();
+  bool chooseSettings();
+  void placeAt(int x, int y);
+  void takeCoordinates(double latitude, double longitude, const std::string& datum);
+  bool dropEntry();
+  void correctSelected();
+  void adjustPoint(int number);
+  void removeSelected();
+  void undo();
+  void select(int number);
+  void nudge(int right, int down);
+
+  void pointsChanged();
+  void updateMarks();
+  void updateList();
+  void updateFit();
+  void updateButtons();
+  void showPixel(int x, int y);
+  QString reportOf(int number) const;
+  void showCrop();
+
+  ViewerMode mode_;
+  const Bitmap& image_;
+  CalibrationSession session_;
+  CropRectangle crop_;
+  ViewerResult result_;
+  int selected_ = 0;
+  int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none
+  bool updating_ = false;
+
+  MapCanvas* canvas_ = nullptr;
+  QPushButton* instruction_ = nullptr;
+  QPushButton* settingsButton_ = nullptr;
+  QPushButton* undo_ = nullptr;
+  QPushButton* adjust_ = nullptr;
+  QPushButton* correct_ = nullptr;
+  QPushButton* remove_ = nullptr;
+  QPushButton* done_ = nullptr;
+  QPushButton* cancel_ = nullptr;
+  QTreeWidget* list_ = nullptr;
+  QLabel* fit_ = nullptr;
+  QLabel* readout_ = nullptr;
+  PointEntry* entry_ = nullptr;
+  CropPanel* cropPanel_ = nullptr;
+};
+
+}  // namespace vellandra

@@ -1,0 +1,220 @@
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSplitter>
+#include <QStyledItemDelegate>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "raster/bitmap.h"
+#include "ui/viewer/map_canvas.h"
+#include "ui/viewer/map_viewer_crop_panel.h"
+#include "ui/viewer/map_viewer_dialog.h"
+#include "ui/viewer/point_entry.h"
+#include "ui/widgets/window_settings.h"
+
+namespace vellandra {
+namespace {
+
+constexpr const char* geometryKey = "mapViewer";
+constexpr double buttonZoom = 1.5;
+
+QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
+  auto* button = new QPushButton(QString::fromLatin1(text));
+  button->setAutoDefault(false);
+  button->setToolTip(QString::fromLatin1(toolTip));
+  layout->addWidget(button);
+  return button;
+}
+
+/// Rows of two lines with a little room around them.
+class TwoLineRows : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+    constexpr int room = 6;
+    const QSize text = QStyledItemDelegate::sizeHint(option, index);
+    return {text.width(), std::max(text.height(), 2 * option.fontMetrics.lineSpacing() + room)};
+  }
+};
+
+}  // namespace
+
+void MapViewerDialog::build() {
+  canvas_ = new MapCanvas(image_, nullptr);
+  auto* splitter = new QSplitter;
+  splitter->addWidget(canvas_);
+  splitter->addWidget(mode_ == ViewerMode::crop ? buildCropSide() : buildSide());
+  splitter->setStretchFactor(0, 1);
+  splitter->setCollapsible(0, false);
+  auto* layout = new QVBoxLayout(this);
+  layout->addLayout(buildTools());
+  layout->addWidget(splitter, 1);
+  layout->addLayout(buildBottom());
+  const QSize available = QApplication::primaryScreen()->availableSize();
+  resize(QSize(1180, 780).boundedTo(available * 0.94));
+  restoreGeometry(windowSettings().value(geometryKey).toByteArray());
+}
+
+void MapViewerDialog::done(int result) {
+  windowSettings().setValue(geometryKey, saveGeometry());
+  QDialog::done(result);
+}
+
+QHBoxLayout* MapViewerDialog::buildTools() {
+  auto* tools = new QHBoxLayout;
+  if (mode_ != ViewerMode::crop) {
+    instruction_ = addButton(tools, "", "What to do next");
+    instruction_->setObjectName(QStringLiteral("instruction"));
+    QFont bold = instruction_->font();
+    bold.setBold(true);
+    instruction_->setFont(bold);
+    connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
+    settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
+    connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
+    undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
+    connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
+  } else {
+    auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
+    tools->addWidget(hint);
+  }
+  tools->addStretch();
+  addPanTools(tools);
+  return tools;
+}
+
+void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
+  const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
+    auto* button = new QToolButton;
+    arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
+    button->setAccessibleName(QString::fromLatin1(name));
+    button->setToolTip(QString::fromLatin1(name));
+    button->setFocusPolicy(Qt::StrongFocus);
+    button->setAutoRepeat(arrow != Qt::NoArrow);
+    tools->addWidget(button);
+    return button;
+  };
+  const auto addPan = [&](const char* name, Qt::ArrowType arrow, int right, int down) {
+    connect(addTool(name, arrow, {}), &QToolButton::clicked, this,
+            [this, right, down] { canvas_->panSteps(right, down); });
+  };
+  addPan("Left", Qt::LeftArrow, -1, 0);
+  addPan("Right", Qt::RightArrow, 1, 0);
+  addPan("Up", Qt::UpArrow, 0, -1);
+  addPan("Down", Qt::DownArrow, 0, 1);
+  tools->addSpacing(8);
+  connect(addTool("Zoom in", Qt::NoArrow, QStringLiteral("+")), &QToolButton::clicked, this,
+          [this] { canvas_->zoomBy(buttonZoom); });
+  connect(addTool("Zoom out", Qt::NoArrow, QString::fromUtf8("\u2212")), &QToolButton::clicked, this,
+          [this] { canvas_->zoomBy(1 / buttonZoom); });
+  connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
+          [this] { canvas_->fit(); });
+  connect(addButton(tools, "Fu&ll", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
+          [this] { canvas_->full(); });
+}
+
+QWidget* MapViewerDialog::buildSide() {
+  auto* side = new QWidget;
+  auto* layout = new QVBoxLayout(side);
+  layout->setContentsMargins(6, 0, 0, 0);
+  list_ = new QTreeWidget;
+  list_->setAccessibleName(QStringLiteral("Calibration points"));
+  list_->setRootIsDecorated(false);
+  list_->setUniformRowHeights(true);
+  list_->setItemDelegate(new TwoLineRows(list_));
+  list_->setTextElideMode(Qt::ElideNone);
+  list_->setHeaderLabels({QStringLiteral("Point"), QStringLiteral("Latitude, longitude"), QStringLiteral("Pixel"),
+                          QStringLiteral("Residual")});
+  list_->header()->setStretchLastSection(false);
+  list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
+  for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+  auto* tools = new QHBoxLayout;
+  adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
+  correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
+  remove_ = addButton(tools, "D&elete", "Deletes the chosen point");
+  tools->addStretch();
+  fit_ = new QLabel;
+  fit_->setWordWrap(true);
+  fit_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+  fit_->setMinimumHeight(2 * fit_->fontMetrics().lineSpacing());
+  entry_ = new PointEntry(nullptr);
+  entry_->hide();
+  layout->addWidget(list_, 1);
+  layout->addLayout(tools);
+  layout->addWidget(fit_);
+  layout->addWidget(entry_);
+  const QFontMetrics metrics(list_->font());
+  side->setMinimumWidth(
+      metrics.horizontalAdvance(QStringLiteral(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ")) +
+      list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
+
+  connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
+    if (updating_ || item == nullptr) return;
+    select(list_->indexOfTopLevelItem(item) + 1);
+    const TiePoint& point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+    canvas_->centreOnPixel(point.x, point.y);
+  });
+  connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });
+  connect(adjust_, &QPushButton::clicked, this, [this] { adjustPoint(selected_); });
+  connect(correct_, &QPushButton::clicked, this, &MapViewerDialog::correctSelected);
+  connect(remove_, &QPushButton::clicked, this, &MapViewerDialog::removeSelected);
+  connect(entry_, &PointEntry::given, this, &MapViewerDialog::takeCoordinates);
+  connect(entry_, &PointEntry::dropped, this, &MapViewerDialog::dropEntry);
+  return side;
+}
+
+QWidget* MapViewerDialog::buildCropSide() {
+  cropPanel_ = new CropPanel(image_.width(), image_.height(), nullptr);
+  connect(cropPanel_, &CropPanel::edited, this, [this](const PixelRectangle& pixels) {
+    crop_.set(pixels);
+    canvas_->update();
+    showCrop();
+  });
+  return cropPanel_;
+}
+
+QHBoxLayout* MapViewerDialog::buildBottom() {
+  auto* bottom = new QHBoxLayout;
+  readout_ = new QLabel;
+  readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
+  readout_->setToolTip(QStringLiteral("Pixel, latitude and longitude, grid reference"));
+  readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
+  bottom->addWidget(readout_, 1);
+  done_ = addButton(bottom, mode_ == ViewerMode::crop ? "Cr&op" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
+  connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
+  cancel_ = addButton(bottom, "&Cancel", "");
+  connect(cancel_, &QPushButton::clicked, this, &MapViewerDialog::reject);
+  return bottom;
+}
+
+void MapViewerDialog::connectCanvas() {
+  connect(canvas_, &MapCanvas::pointedAt, this, &MapViewerDialog::showPixel);
+  connect(canvas_, &MapCanvas::pointedBeside, readout_, &QLabel::clear);
+  if (mode_ == ViewerMode::crop) {
+    canvas_->setCrop(&crop_);
+    connect(canvas_, &MapCanvas::cropChanged, this, &MapViewerDialog::showCrop);
+    connect(canvas_, &MapCanvas::confirmed, this, &MapViewerDialog::accept);
+    return;
+  }
+  canvas_->setHitTest([this](double x, double y) { return session_.pointAt(canvas_->view(), x, y); });
+  connect(canvas_, &MapCanvas::mapClicked, this, &MapViewerDialog::placeAt);
+  connect(canvas_, &MapCanvas::markClicked, this, &MapViewerDialog::adjustPoint);
+  connect(canvas_, &MapCanvas::nudged, this, &MapViewerDialog::nudge);
+  connect(canvas_, &MapCanvas::markGrabbed, this, [this](int number) {
+    session_.beginMove();
+    select(number);
+  });
+  connect(canvas_, &MapCanvas::markDragged, this, [this](int number, int x, int y) {
+    session_.moveTo(number, x, y);
+    pointsChanged();
+  });
+}
+
+}  // namespace vellandra
