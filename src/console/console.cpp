@@ -6,7 +6,6 @@
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/text.h"
-#include "support/tile_controls.h"
 
 namespace vellandra {
 namespace {
@@ -143,79 +142,10 @@ WorldFileAnswer Console::askWorldFile(const std::string& lines, const std::vecto
   return answer;
 }
 
-MergeAnswer Console::askMerge(const MergeQuestion& question) {
-  MergeAnswer answer;
-  if (!somebodyToAsk_) {
-    print("Merge Maps - nobody to ask: closed\n");
-    return answer;
-  }
-  const std::string text =
-      ask(std::string("Merge Maps: transparency 0-100") + (question.merged ? ", or save" : "") + " (empty to close):");
-  if (text.empty()) return answer;
-  answer.action = lowerCase(text) == "save" ? MergeAnswer::Action::save : MergeAnswer::Action::merge;
-  if (answer.action == MergeAnswer::Action::save) return answer;
-  answer.percentage = text;
-  answer.enlarge = meansYes(ask(question.expandCaption + " [yes/No]"));
-  return answer;
-}
-
-void Console::askGarminTiles(TileControls& controls) {
-  if (!somebodyToAsk_) {
-    print("Garmin Tile controls - nobody to ask: closed\n");
-    return;
-  }
-  while (true) {
-    const std::string text =
-        ask("Garmin Tile controls: " + controls.caption() + ", " + std::to_string(controls.across()) + " across, " +
-            std::to_string(controls.down()) + " down (ok, or other counts such as 3 2; empty to close):");
-    if (text.empty()) return;
-    if (meansYes(text)) {
-      controls.confirm();
-      return;
-    }
-    const std::vector<std::string_view> counts = splitAtBlanks(text);
-    const int across = wholeNumber(std::string(field(counts, 0)));
-    const int down = wholeNumber(std::string(field(counts, 1)));
-    if (counts.size() == 2 && across > 0 && down > 0) {
-      controls.setCounts(across, down);
-    } else {
-      print("Counts are two whole numbers from 1.\n");
-    }
-  }
-}
-
-std::optional<std::string> Console::askText(const std::string& prompt, const std::string& initial) {
-  if (!somebodyToAsk_) {
-    print(prompt + " - nobody to ask: cancelled\n");
-    return std::nullopt;
-  }
-  const std::string text = ask(prompt + " (such as " + initial + "; empty to cancel):");
-  if (text.empty()) return std::nullopt;
-  return text;
-}
-
-std::optional<PixelRectangle> Console::askRectangle(const std::string& prompt, int width, int height) {
-  const std::optional<std::string> text =
-      askText(prompt + ": left top right bottom", "0 0 " + std::to_string(width) + " " + std::to_string(height));
-  if (!text) return std::nullopt;
-  const std::vector<std::string_view> sides = splitAtBlanks(*text);
-  if (sides.size() != 4) return std::nullopt;
-  return PixelRectangle{parseInt32(sides[0]), parseInt32(sides[1]), parseInt32(sides[2]), parseInt32(sides[3])};
-}
-
 void Console::showPanel(const std::string& message) {
   const bool grown = message.starts_with(shownPanel_);
   out_ << forTerminal(grown ? message.substr(shownPanel_.size()) : message) << std::flush;
   shownPanel_ = message;
 }
-
-void Console::showProgress(int done, int total) {
-  if (!somebodyToAsk_ || total <= 0) return;
-  print("\r" + std::to_string(100LL * done / total) + " %" + (done >= total ? "\n" : ""));
-}
-
-void Console::showBusy(bool) {}
-
-void Console::setMenuStates(const MenuStates&) {}
 
 }  // namespace vellandra

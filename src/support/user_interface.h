@@ -90,28 +90,34 @@ class UserInterface {
   /// British grid).
   virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
 
+  // Questions that only commands in windows ask; elsewhere they take their harmless answer.
+
   /// "Merge Maps": what the person wants done next.
-  virtual MergeAnswer askMerge(const MergeQuestion& question) = 0;
+  virtual MergeAnswer askMerge(const MergeQuestion&) { return {}; }
 
   /// "Garmin Tile controls": the person changes `controls` and confirms them, or closes the dialog without.
-  virtual void askGarminTiles(TileControls& controls) = 0;
+  virtual void askGarminTiles(TileControls& /*controls*/) {}
 
   /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
-  virtual std::optional<std::string> askText(const std::string& prompt, const std::string& initial) = 0;
+  virtual std::optional<std::string> askText(const std::string& /*prompt*/, const std::string& /*initial*/) {
+    return std::nullopt;
+  }
 
   /// A part of an image of `width` x `height` pixels, which the answer need not lie in; nothing when cancelled.
-  virtual std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) = 0;
+  virtual std::optional<PixelRectangle> askRectangle(const std::string& /*prompt*/, int /*width*/, int /*height*/) {
+    return std::nullopt;
+  }
 
   /// The whole text of the message panel, each line ended by CR LF.
   virtual void showPanel(const std::string& message) = 0;
 
   /// `done` of `total` steps of a long piece of work; `total` steps done ends the display.
-  virtual void showProgress(int done, int total) = 0;
+  virtual void showProgress(int /*done*/, int /*total*/) {}
 
   /// The pointer becomes an hourglass while work without steps goes on, and normal again.
-  virtual void showBusy(bool busy) = 0;
+  virtual void showBusy(bool /*busy*/) {}
 
-  virtual void setMenuStates(const MenuStates& states) = 0;
+  virtual void setMenuStates(const MenuStates&) {}
 
   /// What the clipboard holds; empty where there is no clipboard.
   virtual Picture clipboardPicture() { return {}; }

@@ -4,8 +4,6 @@
 
 #include <sstream>
 
-#include "imaging/tile_grid.h"
-
 namespace vellandra {
 namespace {
 
@@ -23,18 +21,15 @@ const std::vector<std::string> zones(61, "GB-OrdSvy");
 
 TEST(Console, NobodyToAskTakesTheHarmlessAnswerAndSaysSo) {
   Terminal t("ok\nok\nok\nok\n1\n", false);
-  GarminTileControls tiles(3000, 2000, {1024, 1024});
   EXPECT_EQ(t.console.messageBox({"OK to overwrite x", "T", Buttons::okCancel}), Answer::cancel);
   EXPECT_EQ(t.console.messageBox({"Really", "Vellandra", Buttons::yesNo}), Answer::no);
   EXPECT_EQ(t.console.askOpenFile({"Open image file", "", ""}), "");
   EXPECT_EQ(t.console.chooseDatum("Choose to match : X", datums), 0);
   EXPECT_EQ(t.console.askWorldFile("", zones).datum, Datum::none);
-  t.console.askGarminTiles(tiles);
-  EXPECT_FALSE(tiles.isConfirmed());
   EXPECT_EQ(t.err.str(),
             "T: OK to overwrite x - nobody to ask: Cancel\nReally - nobody to ask: No\n"
             "Open image file - nobody to ask: no file\nChoose to match : X - nobody to ask: no datum\n"
-            "TFW Parameters - nobody to ask: no zone\nGarmin Tile controls - nobody to ask: closed\n");
+            "TFW Parameters - nobody to ask: no zone\n");
 }
 
 TEST(Console, AnswersAreTakenFromTheTerminal) {
@@ -61,16 +56,6 @@ TEST(Console, WorldFileQuestions) {
   EXPECT_TRUE(south.southern);
   EXPECT_EQ(south.datum, Datum::notWgs84);
   EXPECT_EQ(ask("33\nno\n\n").datum, Datum::none);
-}
-
-TEST(Console, GarminTileQuestions) {
-  GarminTileControls tiles(3000, 2000, {1024, 1024});
-  Terminal("4 2\n\n").console.askGarminTiles(tiles);
-  EXPECT_FALSE(tiles.isConfirmed());
-  Terminal t("2\n0 3\n4 x\n4 5 6\nok\n");
-  t.console.askGarminTiles(tiles);
-  EXPECT_TRUE(tiles.isConfirmed());
-  EXPECT_NE(t.err.str().find("Tiles 751 x 1000, 4 across, 2 down (ok"), std::string::npos) << t.err.str();
 }
 
 TEST(Console, PanelPrintsEveryLineOnceInUtf8) {
