@@ -5,11 +5,12 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/fit.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/pickers.h"
 #include "calibration/points.h"
-#include "calibration/transform.h"
+#include "calibration/preferences.h"
 #include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -134,39 +135,29 @@ bool readCalibration() {
   return true;
 }
 
-bool isOnEarth(double lat, double lon) {
-  return std::abs(lat) <= 90 && std::abs(lon) <= 360;
-}
-
-/// Brings the positions of `count` slots from `first` on to WGS 84; those that are there already stay as they are.
+/// Tells of positions whose datum the table does not describe well; then brings them to WGS 84.
 bool convertSlots(int first, int count) {
-  Calibration& c = calibration;
   for (int slot = first; slot < first + count; ++slot) {
-    const double lat = c.points[slot].latitude;
-    const double lon = c.points[slot].longitude;
-    if (!isOnEarth(lat, lon)) {
-      const bool corner = slot >= firstCornerSlot && first == firstCornerSlot;
-      return stop((corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : slot) +
-                  " is not on the earth: latitude " + formatGeneral(lat) + ", longitude " + formatGeneral(lon));
-    }
-    const std::string name = c.points[slot].datumName;
-    if (name == wgs84) continue;
-    const int index = datumIndexOf(name);
-    if (index == 0) return stop("unable to match input datum " + name);
-    reportDoubtfulDatum(index);
-    shiftToWgs84(index, c.points[slot].latitude, c.points[slot].longitude);
-    c.points[slot].datumName = wgs84;
-    const auto degrees = [](double value) { return formatNumber(value, "##0.000000"); };
-    const auto pixels = [](double value) { return formatNumber(value, "####0"); };
-    writeLog(degrees(lat) + " " + degrees(lon) + " >> " + degrees(c.points[slot].latitude) + " " +
-             degrees(c.points[slot].longitude) + (name == "ORD SRVY GRT BRITN" ? " (OS) " : " ") +
-             pixels(c.points[slot].pixelX) + " " + pixels(c.points[slot].pixelY));
+    const std::string& name = calibration.points[slot].datumName;
+    const int index = name == wgs84 ? 0 : datumIndexOf(name);
+    if (index != 0) reportDoubtfulDatum(index);
   }
-  return true;
+  const std::string problem = convertToWgs84(calibration, first, count, runJournal());
+  return problem.empty() || stop(problem);
 }
 
 bool stopForPoints() {
   return stop(calibration.imageWidth == 0 ? noImage : "Insufficient points to proceed");
+}
+
+void reportFit() {
+  calibration.averageError = averageErrorOf(calibration);
+  showMessage("Average error per calibration point=" +
+              formatNumber(static_cast<double>(calibration.averageError), "####.0000"));
+  const Residuals residuals = residualsOf(calibration);
+  showMessage("All points: root mean square " + formatNumber(residuals.rootMeanSquare, "###0.00") +
+              " pixels, worst is point " + std::to_string(residuals.worst) + " with " +
+              formatNumber(residuals.ofWorst(), "###0.00"));
 }
 
 bool convertAndFit() {
@@ -176,16 +167,11 @@ bool convertAndFit() {
   if (!convertSlots(1, c.pointCount) || !convertSlots(firstCornerSlot, c.cornerCount)) return false;
   showMessage("Projection " + c.projection);
 
-  if (unwrapLongitudes()) showMessage("The map lies across 180 degrees: longitudes go on past 180");
-  const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
+  const std::optional<ReferencePair> pair = fitMap(c, driver.inputType, preferences.stretchNotRotate, runJournal());
   if (!pair) return stopForPoints();
   driver.referencePair = *pair;
-  fitTransform();
-  if (c.isMercator() || c.fitFailed) deriveTransform(*pair);
-  driver.metresPerPixel = metresPerPixel(*pair);
-  setMercatorOrdinates();
-  if (!isReversible(c)) return stopForPoints();
-  driver.worldFile = worldFileTerms(*pair);
+  driver.metresPerPixel = metresPerPixel(c, *pair);
+  driver.worldFile = worldFileTerms(c, *pair, preferences.stretchNotRotate);
   if (!c.isMercator() || c.imageHeight != 0) reportFit();
   if (c.imageWidth == 0 || c.imageHeight == 0) return stop(noImage);
   if (!c.isMercator() && c.tf1 * c.tf4 - c.tf2 * c.tf3 > 0) {
@@ -259,10 +245,10 @@ bool writeOutputs() {
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
   const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;
-  if (!cornersHeld) fillImageCorners();
-  interpolateThirdPoint();
+  if (!cornersHeld) fillImageCorners(calibration);
+  interpolateThirdPoint(calibration);
   if (!runWriters(WriterMoment::threePoints)) return false;
-  addFourthPoint();
+  addFourthPoint(calibration);
   showMessage("Output datum is WGS84");
   logPoints();
   if (!runWriters(WriterMoment::fourPoints)) return false;

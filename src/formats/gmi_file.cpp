@@ -84,7 +84,7 @@ ReadResult readGmi(const std::string& path) {
 
 WriteOutcome writeGmi() {
   const Calibration& c = calibration;
-  if (c.cornerCount < 3) fillImageCorners();
+  if (c.cornerCount < 3) fillImageCorners(calibration);
   reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
   content += line(inInputEncoding(driver.inputBase + ".jpg"));

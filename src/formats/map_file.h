@@ -14,8 +14,8 @@ namespace vellandra {
 /// past 16.
 ReadResult readMap(const std::string& path);
 
-/// Writes the calibration as ".map", always in WGS 84 degrees and minutes: into `folder` without a question, else
-/// beside the input by the rules of every format that is read as well.
+/// Writes the calibration as ".map", always in WGS 84 degrees and minutes: into `folder`, named after the image and
+/// without a question; else beside the input by the rules of every format that is read as well.
 WriteOutcome putmap(const std::optional<std::string>& folder = std::nullopt);
 
 /// The ".map" beside an image: its folder and base name.

@@ -29,14 +29,9 @@ constexpr std::size_t doubles = 9;
 constexpr std::size_t fileSize = doubles * 8;
 constexpr double largestPixel = 32767;  // of an image
 
-/// Easting and northing in British metres, or longitude and latitude.
-struct GridPosition {
-  double easting, northing;
-};
-
 struct GridPoint {
   double x, y;
-  GridPosition position;
+  GridPosition position;  ///< in British metres, or longitude and latitude
 };
 
 /// Two opposite corners of a rectangle that lies straight on its grid.

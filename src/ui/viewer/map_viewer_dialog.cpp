@@ -275,7 +275,7 @@ void MapViewerDialog::updateList() {
   const auto count = static_cast<int>(session_.points().size());
   while (list_->topLevelItemCount() > count) delete list_->takeTopLevelItem(count);
   while (list_->topLevelItemCount() < count) list_->addTopLevelItem(new QTreeWidgetItem);
-  const std::vector<double>& residuals = session_.fit().residuals;
+  const std::vector<double>& residuals = session_.fit().residuals.pixels;
   for (int i = 0; i < count; ++i) {
     const auto index = static_cast<std::size_t>(i);
     const TiePoint& point = session_.points()[index];
@@ -316,8 +316,9 @@ QString MapViewerDialog::reportOf(int number) const {
                      .arg(point.x)
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
-  if (index < session_.fit().residuals.size()) {
-    text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
+  if (index < session_.fit().residuals.pixels.size()) {
+    text +=
+        QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
   }
   return text;
 }

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "calibration/calibration.h"
-#include "calibration/trial_fit.h"
+#include "calibration/fit.h"
 #include "ui/viewer/map_canvas_view.h"
 #include "ui/viewer/map_viewer.h"
 

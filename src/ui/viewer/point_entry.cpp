@@ -34,7 +34,7 @@ struct NationalGrid {
   const char* example;
   double eastEnd, northEnd;
   std::string (*lettersProblem)(std::string_view letters);
-  std::optional<EntryPosition> (*position)(std::string_view letters, double easting, double northing);
+  std::optional<Position> (*position)(std::string_view letters, double easting, double northing);
 };
 constexpr NationalGrid britishGrid{
     "British national grid", "WGS 84",       "TQ, or none for full metres", 699999.999, 1299999.999,
@@ -267,7 +267,7 @@ bool PointEntry::readFields() {
     const EntryField longitude = parseLongitude(textOf(longitude_));
     const bool first = reportField(latitude_, latitude);
     if (!reportField(longitude_, longitude) || !first) return false;
-    position_ = EntryPosition{*latitude.value, *longitude.value};
+    position_ = Position{*latitude.value, *longitude.value};
   } else if (nationalGrid(settings_.grid) != nullptr) {
     return readNationalGrid();
   } else {
