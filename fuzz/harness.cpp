@@ -284,9 +284,10 @@ std::string Harness::checkResult() const {
   command(fault, [&] { return !row->read(path).stopped; });
   if (!fault.empty()) return fault;
   fs::remove(path);  // a person who writes a second time may decline to replace it
-  if (calibration.pointCount != written.pointCount) return "the written .map holds another number of points";
+  const int expected = std::clamp<int>(written.pointCount, 4, maxTiePoints);  // some are made up, some are left out
+  if (calibration.pointCount != expected) return "the written .map holds another number of points";
   constexpr double tolerance = 1e-7;  // degrees; the file holds millionths of a minute
-  for (int i = 1; i <= written.pointCount; ++i) {
+  for (int i = 1; i <= std::min<int>(written.pointCount, maxTiePoints); ++i) {
     const bool same = calibration.points[i].pixelX == written.points[i].pixelX &&
                       calibration.points[i].pixelY == written.points[i].pixelY &&
                       std::abs(calibration.points[i].latitude - written.points[i].latitude) < tolerance &&

@@ -237,11 +237,30 @@ void showFiles(const std::string& what, const std::vector<std::string>& paths) {
   if (!names.empty()) showMessage(what + names);
 }
 
+/// Points that are made up for some writers go with its end, however the writing ends.
+class MadeUpPoints {
+ public:
+  MadeUpPoints() = default;
+  MadeUpPoints(const MadeUpPoints&) = delete;
+  MadeUpPoints& operator=(const MadeUpPoints&) = delete;
+  ~MadeUpPoints() {
+    calibration.points = before_;
+    calibration.pointCount = pointCount_;
+    calibration.cornerCount = cornerCount_;
+  }
+
+ private:
+  const Slots<CalibrationPoint> before_ = calibration.points;
+  const std::int16_t pointCount_ = calibration.pointCount, cornerCount_ = calibration.cornerCount;
+};
+
 bool writeOutputs() {
   driver.writtenFiles.clear();
   driver.keptFiles.clear();
   if (!driver.transformValid) return stop("Insufficient points to proceed");
   if (!saveClipboardImage()) return false;
+  const MadeUpPoints madeUp;
+  driver.worldFile = worldFileTerms(calibration, driver.referencePair, preferences.stretchNotRotate);
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
   const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;

@@ -6,14 +6,17 @@
 
 #include "calibration/datum_matching.h"
 #include "calibration/transform.h"
+#include "geodesy/constants.h"
 #include "geodesy/datum.h"
+#include "geodesy/degree_length.h"
 #include "support/numbers.h"
 
 namespace vellandra {
 namespace {
 
 bool isOnEarth(const CalibrationPoint& point) {
-  return std::abs(point.latitude) <= 90 && std::abs(point.longitude) <= 360;
+  constexpr double rounding = 1e-9;
+  return std::abs(point.latitude) <= 90 + rounding && std::abs(point.longitude) <= 360 + rounding;
 }
 
 std::string notOnEarth(int slot, int first, const CalibrationPoint& point) {
@@ -31,10 +34,80 @@ void logShift(const CalibrationPoint& before, const CalibrationPoint& after, con
               pixels(after.pixelX) + " " + pixels(after.pixelY));
 }
 
+std::optional<ReferencePair> fitAsGiven(Calibration& map, const std::string& inputType, bool stretchNotRotate,
+                                        const Journal& journal) {
+  const std::optional<ReferencePair> pair = chooseReferencePair(map, inputType, journal);
+  if (!pair) return std::nullopt;
+  fitTransform(map, journal);
+  if (map.isMercator() || map.fitFailed) deriveTransform(map, *pair, stretchNotRotate, journal);
+  setMercatorOrdinates(map);
+  return isReversible(map) ? pair : std::nullopt;
+}
+
+/// Longitudes span more than half the earth, and less with the western ones past 180.
+bool mayLieAcross180(const Calibration& map) {
+  double low = 720, high = -720, joinedLow = 720, joinedHigh = -720;
+  for (int i = 1; i <= map.pointCount; ++i) {
+    const double lon = map.points[i].longitude;
+    const double joined = lon < 0 ? lon + 360 : lon;
+    low = std::min(low, lon), high = std::max(high, lon);
+    joinedLow = std::min(joinedLow, joined), joinedHigh = std::max(joinedHigh, joined);
+  }
+  return high - low > 180 && joinedHigh - joinedLow < high - low;
+}
+
 void unwrapSlots(Calibration& map, int first, int count) {
   for (int slot = first; slot < first + count; ++slot) {
     if (map.points[slot].longitude < 0) map.points[slot].longitude += 360;
   }
+}
+
+void unwrapLongitudes(Calibration& map) {
+  unwrapSlots(map, 1, map.pointCount);
+  unwrapSlots(map, firstCornerSlot, map.cornerCount);
+}
+
+/// Root mean square of what the transform leaves of the positions, in degrees of a great circle: in pixels a reading
+/// that spreads the map around the earth would look the better one.
+double degreesLeft(const Calibration& map) {
+  double squares = 0;
+  for (int i = 1; i <= map.pointCount; ++i) {
+    const CalibrationPoint& point = map.points[i];
+    const Position position = positionAt(map, point.pixelX, point.pixelY);
+    const double east = (position.longitude - point.longitude) * std::cos(point.latitude * degToRad);
+    squares += east * east + (position.latitude - point.latitude) * (position.latitude - point.latitude);
+  }
+  return std::sqrt(squares / map.pointCount);
+}
+
+/// How the transform shows the ground at the middle of the tie points.
+struct GroundShape {
+  double distortion;  ///< the largest scale in any direction over the smallest; 1 where all are alike
+  double turn;        ///< degrees, from rows that run east
+};
+
+GroundShape groundShapeOf(const Calibration& map) {
+  double latitude = 0;
+  for (int i = 1; i <= map.pointCount; ++i) latitude += map.points[i].latitude / map.pointCount;
+  const DegreeLength metres = degreeLength(latitude);
+  const double a = map.tf1 * metres.longitude, b = map.tf3 * metres.longitude;
+  const double c = map.tf2 * metres.latitude, d = map.tf4 * metres.latitude;
+  // Largest and smallest scale are half the sum and half the difference of these two lengths.
+  const double same = std::hypot(a - d, b + c), opposite = std::hypot(a + d, b - c);
+  return {(same + opposite) / std::abs(same - opposite), std::abs(std::atan2(c, a)) / degToRad};
+}
+
+/// `map` and `other` are two readings of the same points, each with its fit.
+bool isBetterFit(const Calibration& map, const Calibration& other) {
+  const double left = degreesLeft(map), leftByOther = degreesLeft(other);
+  constexpr double exact = 1e-6;  // the last digit of most formats
+  constexpr double clearlyMore = 1.5;
+  if (leftByOther > exact && leftByOther > clearlyMore * left) return true;
+  if (left > exact && left > clearlyMore * leftByOther) return false;
+  const GroundShape shape = groundShapeOf(map), shapeOfOther = groundShapeOf(other);
+  // Two points make a map without distortion either way.
+  if (std::abs(shape.distortion - shapeOfOther.distortion) < 1e-6) return shape.turn <= shapeOfOther.turn;
+  return shape.distortion < shapeOfOther.distortion;
 }
 
 }  // namespace
@@ -54,31 +127,21 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
   return {};
 }
 
-bool unwrapLongitudes(Calibration& map) {
-  double low = 360, high = -360, sumX = 0, sumLon = 0, sumProduct = 0, shiftedLow = 720, shiftedHigh = -720;
-  for (int i = 1; i <= map.pointCount; ++i) {
-    const double lon = map.points[i].longitude;
-    const double shifted = lon < 0 ? lon + 360 : lon;
-    low = std::min(low, lon), high = std::max(high, lon);
-    shiftedLow = std::min(shiftedLow, shifted), shiftedHigh = std::max(shiftedHigh, shifted);
-    sumX += map.points[i].pixelX, sumLon += lon, sumProduct += lon * map.points[i].pixelX;
-  }
-  const bool westward = sumProduct * map.pointCount < sumX * sumLon;
-  if (!westward || high - low <= 180 || shiftedHigh - shiftedLow >= 180) return false;
-  unwrapSlots(map, 1, map.pointCount);
-  unwrapSlots(map, firstCornerSlot, map.cornerCount);
-  return true;
-}
-
 std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
                                     const Journal& journal) {
-  if (unwrapLongitudes(map)) journal.show("The map lies across 180 degrees: longitudes go on past 180");
-  const std::optional<ReferencePair> pair = chooseReferencePair(map, inputType, journal);
-  if (!pair) return std::nullopt;
-  fitTransform(map, journal);
-  if (map.isMercator() || map.fitFailed) deriveTransform(map, *pair, stretchNotRotate, journal);
-  setMercatorOrdinates(map);
-  return isReversible(map) ? pair : std::nullopt;
+  if (mayLieAcross180(map)) {
+    const Journal nobody;
+    Calibration split = map;
+    Calibration joined = map;
+    unwrapLongitudes(joined);
+    const bool splitFits = fitAsGiven(split, inputType, stretchNotRotate, nobody).has_value();
+    const bool joinedFits = fitAsGiven(joined, inputType, stretchNotRotate, nobody).has_value();
+    if (joinedFits && (!splitFits || isBetterFit(joined, split))) {
+      unwrapLongitudes(map);
+      journal.show("The map lies across 180 degrees: longitudes go on past 180");
+    }
+  }
+  return fitAsGiven(map, inputType, stretchNotRotate, journal);
 }
 
 Residuals residualsOf(const Calibration& map) {

@@ -15,13 +15,12 @@ namespace vellandra {
 /// table; empty when all is well.
 std::string convertToWgs84(Calibration& map, int first, int count, const Journal& journal);
 
-/// A map astride 180 degrees has its eastern points on negative longitudes: they go on past 180, in tie points and
-/// corners. False, with nothing changed, for every other map.
-bool unwrapLongitudes(Calibration& map);
-
-/// Fits the transform of `map`, whose points are on WGS 84: longitudes unwrapped, coefficients and Mercator ordinates
-/// set, from the reference pair where least squares cannot serve. `inputType` as in `chooseReferencePair`. Returns the
-/// reference pair; nothing when the points make no transform that can be reversed. Throws Overflow as `fitTransform`.
+/// Fits the transform of `map`, whose points are on WGS 84: coefficients and Mercator ordinates set, from the reference
+/// pair where least squares cannot serve. A map astride 180 degrees has its eastern points on negative longitudes: they
+/// go on past 180, in tie points and corners. Whether it is such a map, and not one of the whole world, is decided by
+/// which of the two readings fits better, and where both fit, by the one that distorts the ground less. `inputType` as
+/// in `chooseReferencePair`. Returns the reference pair; nothing when the points make no transform that can be
+/// reversed. Throws Overflow as `fitTransform`.
 std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
                                     const Journal& journal);
 

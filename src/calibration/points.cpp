@@ -1,5 +1,7 @@
 #include "calibration/points.h"
 
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <string>
 
@@ -26,12 +28,44 @@ std::int32_t centroid(const Calibration& map, std::int32_t CalibrationPoint::*pi
   return roundToInt32(sum / 3.0);
 }
 
+struct PixelPlace {
+  std::int32_t x, y;
+};
+
+/// Top left, top right, bottom right, bottom left.
+std::array<PixelPlace, 4> imageCorners(const Calibration& map) {
+  const std::int32_t right = map.imageWidth - 1;
+  const std::int32_t bottom = map.imageHeight - 1;
+  return {{{0, 0}, {right, 0}, {right, bottom}, {0, bottom}}};
+}
+
+/// The image corner farthest from the line through two points, the first of equals.
+PixelPlace cornerFarthestFrom(const Calibration& map, const CalibrationPoint& a, const CalibrationPoint& b) {
+  PixelPlace farthest{};
+  double most = -1;
+  for (const PixelPlace& corner : imageCorners(map)) {
+    const double alongX = static_cast<double>(b.pixelX) - a.pixelX;
+    const double alongY = static_cast<double>(b.pixelY) - a.pixelY;
+    const double area = std::abs(alongX * (static_cast<double>(corner.y) - a.pixelY) -
+                                 alongY * (static_cast<double>(corner.x) - a.pixelX));
+    if (area > most) {
+      most = area;
+      farthest = corner;
+    }
+  }
+  return farthest;
+}
+
 }  // namespace
 
 void interpolateThirdPoint(Calibration& map) {
   if (map.pointCount != 2) return;
   map.pointCount = 3;
-  placeByTransform(map, 3, map.points[2].pixelX, map.points[1].pixelY);
+  const CalibrationPoint& first = map.points[1];
+  const CalibrationPoint& second = map.points[2];
+  const bool onOneLine = first.pixelX == second.pixelX || first.pixelY == second.pixelY;
+  const PixelPlace place = onOneLine ? cornerFarthestFrom(map, first, second) : PixelPlace{second.pixelX, first.pixelY};
+  placeByTransform(map, 3, place.x, place.y);
   addToMessage("Third point interpolated");
 }
 
@@ -48,12 +82,8 @@ void fillImageCorners(Calibration& map) {
                 " took part in the fit and are not written");
     map.pointCount = maxTiePoints;
   }
-  const std::int32_t right = map.imageWidth - 1;
-  const std::int32_t bottom = map.imageHeight - 1;
-  placeByTransform(map, firstCornerSlot, 0, 0);
-  placeByTransform(map, firstCornerSlot + 1, right, 0);
-  placeByTransform(map, firstCornerSlot + 2, right, bottom);
-  placeByTransform(map, firstCornerSlot + 3, 0, bottom);
+  int slot = firstCornerSlot;
+  for (const PixelPlace& corner : imageCorners(map)) placeByTransform(map, slot++, corner.x, corner.y);
   map.cornerCount = 4;
 }
 

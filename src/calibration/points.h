@@ -4,8 +4,8 @@
 
 namespace vellandra {
 
-/// Two points become three: the pixel of (x of point 2, y of point 1), placed by the transform. Nothing for another
-/// count.
+/// Two points become three: the pixel of (x of point 2, y of point 1), placed by the transform; for points on one row
+/// or column the image corner farthest from the line through both. Nothing for another count.
 void interpolateThirdPoint(Calibration& map);
 
 /// Three points become four: their centroid, placed by the transform. Nothing for another count.

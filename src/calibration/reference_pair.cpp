@@ -5,6 +5,7 @@
 
 #include "calibration/transform.h"
 #include "geodesy/constants.h"
+#include "geodesy/degree_length.h"
 #include "geodesy/mercator.h"
 #include "geodesy/position.h"
 #include "geodesy/utm.h"
@@ -107,18 +108,6 @@ void logValue(const Journal& journal, const char* label, double value) {
   journal.log(label + formatGeneral(value));
 }
 
-/// Metres per degree of latitude and of longitude on WGS 84 at latitude `lat` (meridian and prime-vertical radii).
-struct DegreeLength {
-  double latitude, longitude;
-};
-
-DegreeLength degreeLength(double lat) {
-  const double e2 = wgs84Flattening * (2 - wgs84Flattening);
-  const double s = std::sin(lat * degToRad);
-  const double w = std::sqrt(1 - e2 * s * s);
-  return {wgs84A * (1 - e2) / (w * w * w) * degToRad, wgs84A / w * std::cos(lat * degToRad) * degToRad};
-}
-
 void stretchLinear(Calibration& c, const ReferencePair& pair, const Difference& d) {
   c.tf1 = d.dLon / d.dx;
   c.tf4 = d.dLat / d.dy;
@@ -175,6 +164,16 @@ void turnAndScale(Calibration& c, const ReferencePair& pair, const Rotation& rot
   c.tf4 = -scale * std::cos(t3) / metres.latitude;
   c.x0 = c.points[pair.i].longitude - c.tf1 * c.points[pair.i].pixelX - c.tf3 * c.points[pair.i].pixelY;
   c.y0 = c.points[pair.i].latitude - c.tf2 * c.points[pair.i].pixelX - c.tf4 * c.points[pair.i].pixelY;
+}
+
+/// Two points cannot tell a map that is turned from one whose degrees are stretched.
+void reportTurn(const Rotation& rotation, const Journal& journal) {
+  const double degrees = std::remainder((rotation.t1 - rotation.t2) / degToRad, 360);
+  constexpr double shownAsNone = 0.005;
+  if (std::abs(degrees) < shownAsNone) return;
+  journal.show("The points leave open how the map is turned: it is taken as turned by " +
+               formatNumber(degrees, "##0.00") +
+               " degrees. If it is not turned, switch on the preference stretchnotrotate and open it again");
 }
 
 void logCheck(const Calibration& c, const ReferencePair& pair, const Journal& journal) {
@@ -241,6 +240,7 @@ void deriveTransform(Calibration& map, const ReferencePair& pair, bool stretchNo
     map.isMercator() ? stretchMercator(map, pair, d) : stretchLinear(map, pair, d);
   } else {
     turnAndScale(map, pair, rotation, metres);
+    reportTurn(rotation, journal);
   }
   setMercatorOrdinates(map);
   logCheck(map, pair, journal);

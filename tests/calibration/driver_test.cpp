@@ -6,6 +6,7 @@
 #include <csignal>
 
 #include "map_fixture.h"
+#include "support/text.h"
 
 namespace vellandra {
 namespace {
@@ -113,8 +114,10 @@ TEST_F(DriverTest, PanelTellsWhatIsOddAboutAMap) {
     person.pickedFiles = {folder + "b.PNG"};
     EXPECT_TRUE(convert(file, content)) << told;
     EXPECT_TRUE(panelHas(told + "\r\n")) << told << "\n" << calibration.message;
-    EXPECT_EQ(calibration.cornerCount, 4);
-    EXPECT_EQ(calibration.points[31].latitude, calibration.y0) << told << ": a tie point or the corner of the file";
+    if (file == std::string("a.gmi")) continue;
+    const std::string border = "Border and Scale\r\n" + formatNumber(calibration.y0, "###0.00000000") + ";";
+    EXPECT_NE(written(replaceToken(file, ".map", ".gmi")).find(border), std::string::npos)
+        << told << ": a tie point or the corner of the file";
   }
   EXPECT_NEAR(calibration.tf1, 2.0 / 9, 1e-9);
   EXPECT_NEAR(calibration.points[2].longitude, 181, 1e-9);

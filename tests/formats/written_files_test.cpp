@@ -66,16 +66,16 @@ TEST_F(WrittenFiles, OfAMercatorMapWithANameInWindows1252) {
       {"again_png.cal", "proj_mode = 10 = proj\nprojparams = 10 = proj=merc lon_0=-3\n"},
   };
   EXPECT_FALSE(fileExists(folder + "Mön_png.cal"));
-  const std::string four = points();
-  EXPECT_EQ(four, "0,0 54.0 -3.2; 650,480 53.5 -1.9; 650,0 54.0 -1.9; 433,160 53.833994 -2.334");
+  const std::string two = "0,0 54.0 -3.2; 650,480 53.5 -1.9", three = two + "; 650,0 54.0 -1.9";
+  EXPECT_EQ(points(), two) << "points made up for the writers stay";
 
   // Each of the two formats reads what it wrote back to the same points.
   preferences.warnOverwrite = false;
   makeImage("again.png", 650, 480);
   ASSERT_TRUE(convert("again.jpr", jpr));
-  EXPECT_EQ(points(), four);
+  EXPECT_EQ(points(), three);
   ASSERT_TRUE(convert("again.cal", written("again_png.cal")));
-  EXPECT_EQ(points(), four);
+  EXPECT_EQ(points(), three + "; 433,160 53.833994 -2.334");
   EXPECT_EQ(calibration.projection, "mercator");
   for (const auto& [file, text] : rows) EXPECT_NE(written(file).find(withCrLf(text)), std::string::npos) << text;
 
