@@ -11,6 +11,7 @@
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -78,7 +79,7 @@ ReadResult readGmi(const std::string& path) {
   calibration.imagePath = imageBeside(path, name);
   writeLog("points = " + std::to_string(calibration.pointCount));
   ReadResult result;
-  result.datumIndex = matchDatum("WGS 84");
+  result.datumIndex = matchDatum(wgs84Name);
   return result;
 }
 

@@ -9,6 +9,7 @@
 #include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -22,7 +23,7 @@ using Fields = std::vector<std::string_view>;
 enum class Kind { geographic, grid };
 
 struct ImpFile {
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   std::optional<Kind> byProjection, byCoordinates;
   /// By digit, the last line of each; placed at the end, because datum and kind may stand behind them.
   std::map<char, Fields> pointLines;

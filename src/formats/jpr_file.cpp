@@ -9,6 +9,7 @@
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -61,7 +62,7 @@ std::string jprContent() {
 }  // namespace
 
 ReadResult readJpr(const std::string& path) {
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   TextFile file(path);
   std::string_view text;
   while (getline(file, text)) readRecord(splitFields(text, "=,"), datum);

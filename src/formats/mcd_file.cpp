@@ -15,6 +15,7 @@
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -188,7 +189,7 @@ ReadResult readMcd(const std::string& path) {
   unwrapLongitude(rectangle);
   placePoints(rectangle);
   writeLog("points = " + std::to_string(calibration.pointCount));
-  return {matchDatum("WGS 84"), false, -1};
+  return {matchDatum(wgs84Name), false, -1};
 }
 
 WriteOutcome writeMcd() {

@@ -25,7 +25,7 @@ bool isInSquare(double easting, double northing, double side = gridSquare) {
 }
 
 bool isGridLetters(std::string_view letters, std::size_t count) {
-  return letters.size() == count && letters.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") == std::string_view::npos;
+  return letters.size() == count && areGridLetters(letters);
 }
 
 }  // namespace
@@ -68,8 +68,8 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
   // Degrees, or the two figures of another grid, would give a place on the earth as well: the wrong one.
   const double metresEast = parseNumber(easting);
   const double metresNorth = parseNumber(northing);
-  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= 10000000)) return;
-  const double fromEquator = metresNorth - (southern ? 10000000 : 0);
+  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= southernFalseNorthing)) return;
+  const double fromEquator = metresNorth - (southern ? southernFalseNorthing : 0);
   double lat = 0;
   double lon = 0;
   UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, metresEast, datumTable.dA[datum],

@@ -29,7 +29,7 @@ std::optional<int> pointNumberInKey(std::string_view text, int most);
 bool fitsBritishGrid(double easting, double northing);
 
 /// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60,
-/// `easting` 1000 to 1000000, `northing` within 10000000; anything else leaves the position empty.
+/// `easting` 1000 to 1000000, `northing` within `southernFalseNorthing`; anything else leaves the position empty.
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
              std::string_view northing);
 
