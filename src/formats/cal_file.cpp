@@ -193,7 +193,7 @@ ReadResult readCal(const std::string& path) {
   if (layout == 1) result = readQv(path);
   if (layout == 2) result = readEdges(path);
   if (layout == 3) result = readCorners(path);
-  if (layout != 0) writeLog("points = " + std::to_string(calibration.pointCount));
+  if (layout != 0) logPointCount();
   return result;
 }
 

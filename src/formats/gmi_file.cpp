@@ -5,7 +5,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
 #include "formats/image_identification.h"
@@ -77,7 +76,7 @@ ReadResult readGmi(const std::string& path) {
   readPoints(file);
   closePointGaps();
   calibration.imagePath = imageBeside(path, name);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   ReadResult result;
   result.datumIndex = matchDatum(wgs84Name);
   return result;

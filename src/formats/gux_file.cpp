@@ -9,7 +9,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "formats/image_identification.h"
 #include "formats/point_fields.h"
@@ -185,7 +184,7 @@ ReadResult readGux(const std::string& path) {
   result.datumIndex = placePoints(gux);
   closePointGaps();
   calibration.imagePath = imageBeside(path, gux.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

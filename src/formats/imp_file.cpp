@@ -6,7 +6,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/point_fields.h"
 #include "geodesy/datum.h"
@@ -87,7 +86,7 @@ ReadResult readImp(const std::string& path) {
   if (result.datumIndex != 0) placePoints(imp, result.datumIndex);
   closePointGaps();
   calibration.imagePath = imageBeside(path);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

@@ -5,7 +5,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -69,7 +68,7 @@ ReadResult readJpr(const std::string& path) {
   ReadResult result;
   result.datumIndex = matchDatum(datum);
   calibration.imagePath = imageBeside(path);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

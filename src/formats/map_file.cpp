@@ -6,7 +6,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/points.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -301,7 +300,7 @@ ReadResult readMap(const std::string& path) {
   closePointGaps();
   completeRectangle();
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

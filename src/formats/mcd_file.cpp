@@ -9,7 +9,6 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/transform.h"
 #include "formats/image_identification.h"
@@ -188,7 +187,7 @@ ReadResult readMcd(const std::string& path) {
   }
   unwrapLongitude(rectangle);
   placePoints(rectangle);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return {matchDatum(wgs84Name), false, -1};
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "calibration/datum_matching.h"
+#include "calibration/log.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -108,6 +109,10 @@ void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
       shiftToWgs84(datumIndex, calibration.points[slot].latitude, calibration.points[slot].longitude);
     }
   }
+}
+
+void logPointCount() {
+  writeLog("points = " + std::to_string(calibration.pointCount));
 }
 
 bool isSouthernBand(char letter) {

@@ -44,6 +44,9 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
 /// For files that hold British grid points, which come out on WGS 84, beside others.
 void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex);
 
+/// Logs how many points the reader has found.
+void logPointCount();
+
 /// True for a UTM band letter south of the equator, C to M.
 bool isSouthernBand(char letter);
 
