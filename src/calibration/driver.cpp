@@ -27,7 +27,6 @@ namespace {
 constexpr const char* noSupport = "No support";
 constexpr const char* noImage = "Unable to proceed without matching image";
 constexpr const char* wgs84 = "WGS 84";
-constexpr const char* clipboardImage = "clip.board";
 
 FormatTable formats;
 

@@ -10,6 +10,7 @@
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -44,7 +45,7 @@ struct PointTexts {
 };
 
 struct QvFile {
-  std::string_view datum = "WGS 84";
+  std::string_view datum = wgs84Name;
   std::string_view imageName;
   bool mercator = false;  ///< stated by the parameters of the projection
   Slots<PointTexts> points;
@@ -116,7 +117,7 @@ ReadResult cornersRead(const std::string& path, int layout) {
   for (int slot = 1; slot <= mapCorners; ++slot) calibration.points[slot].setPixel(0, 0);
   calibration.pointCount = mapCorners;
   calibration.imagePath = imageBeside(path);
-  return {matchDatum("WGS 84"), false, layout};
+  return {matchDatum(wgs84Name), false, layout};
 }
 
 ReadResult readEdges(const std::string& path) {
@@ -192,7 +193,7 @@ ReadResult readCal(const std::string& path) {
   if (layout == 1) result = readQv(path);
   if (layout == 2) result = readEdges(path);
   if (layout == 3) result = readCorners(path);
-  if (layout != 0) writeLog("points = " + std::to_string(calibration.pointCount));
+  if (layout != 0) logPointCount();
   return result;
 }
 

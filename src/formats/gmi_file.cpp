@@ -5,12 +5,12 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -76,9 +76,9 @@ ReadResult readGmi(const std::string& path) {
   readPoints(file);
   closePointGaps();
   calibration.imagePath = imageBeside(path, name);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   ReadResult result;
-  result.datumIndex = matchDatum("WGS 84");
+  result.datumIndex = matchDatum(wgs84Name);
   return result;
 }
 

@@ -6,10 +6,10 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/points.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -31,7 +31,7 @@ struct GridPoint {
 /// What the lines before the end of the file leave open.
 struct MapFile {
   std::string imageName = "x.x";
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   bool decimalFractions = false;        ///< minutes fields hold the decimals of a degree
   std::map<int, GridPoint> gridPoints;  ///< by slot
 };
@@ -166,7 +166,7 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   Slots<bool> onWgs84;
   for (const auto& [slot, point] : map.gridPoints) onWgs84[slot] = true;
   shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum("WGS 84");
+  return matchDatum(wgs84Name);
 }
 
 /// Two points stand for the rectangle that they span.
@@ -297,7 +297,7 @@ ReadResult readMap(const std::string& path) {
   closePointGaps();
   completeRectangle();
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

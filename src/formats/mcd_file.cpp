@@ -9,12 +9,12 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/transform.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -182,8 +182,8 @@ ReadResult readMcd(const std::string& path) {
   }
   unwrapLongitude(rectangle);
   placePoints(rectangle);
-  writeLog("points = " + std::to_string(calibration.pointCount));
-  return {matchDatum("WGS 84"), false, -1};
+  logPointCount();
+  return {matchDatum(wgs84Name), false, -1};
 }
 
 WriteOutcome writeMcd() {

@@ -9,6 +9,7 @@
 #include "calibration/messages.h"
 #include "calibration/preferences.h"
 #include "calibration/transform.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -41,7 +42,7 @@ std::string outputPath(const std::string& ending) {
 
 std::optional<std::string> outputPathUnlessInput(const std::string& type, const std::string& extension) {
   if (driver.inputType != type) return outputPath(extension);
-  const bool datumChanged = inputDatumName != "WGS 84" && preferences.writeWgs84;
+  const bool datumChanged = inputDatumName != wgs84Name && preferences.writeWgs84;
   if (!datumChanged) return std::nullopt;
   return outputPath("wgs84" + extension);
 }

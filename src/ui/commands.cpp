@@ -19,8 +19,6 @@
 namespace vellandra {
 namespace {
 
-constexpr const char* clipboardPath = "clip.board";
-
 bool haveDatums() {
   LoadDatums();
   if (datumTable.count > 0) return true;
@@ -93,7 +91,7 @@ bool mnulic(const Viewer& viewer) {
     tell("There is no picture on the clipboard");
     return false;
   }
-  beginCalibration(clipboardPath, static_cast<std::int16_t>(mapImage.bitmap.width()),
+  beginCalibration(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
   const Answer answer =
       userInterface().messageBox({"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
