@@ -50,8 +50,7 @@ void closePointGaps() {
       continue;
     }
     ++count;
-    c.points[count].setPixel(c.points[slot].pixelX, c.points[slot].pixelY);
-    c.points[count].setPosition(c.points[slot].latitude, c.points[slot].longitude);
+    c.points[count] = c.points[slot];
   }
   c.points[0].hasPixel = c.points[0].hasPosition = false;
   for (int slot = count + 1; slot <= last; ++slot) c.points[slot].hasPixel = c.points[slot].hasPosition = false;

@@ -88,8 +88,9 @@ void readQvLine(std::string_view line, QvFile& qv) {
     calibration.projection = lowerCase(value);
   } else if (key == "projparams") {
     const std::string parameters = lowerCase(value);
-    const std::size_t merc = parameters.find("merc");  // but not transverse, "tmerc", which is another projection
-    qv.mercator = merc != std::string::npos && (merc == 0 || parameters[merc - 1] != 't');
+    // But not "tmerc" or "somerc", which are other projections.
+    const std::size_t merc = parameters.find("merc");
+    qv.mercator = merc != std::string::npos && (merc == 0 || !isLetter(parameters[merc - 1]));
   } else {
     readQvPoint(key, value, qv);
   }

@@ -43,12 +43,16 @@ std::string pointLine(int slot) {
   return replaceToken(std::move(text), "tttt", degrees(c.points[slot].latitude));
 }
 
-std::string borderLine(int slot1, int slot3) {
-  const Calibration& c = calibration;
-  std::string text = replaceToken("pppp;qqqq;rrrr;ssss", "pppp", degrees(c.points[slot1].latitude));
-  text = replaceToken(std::move(text), "qqqq", degrees(c.points[slot1].longitude));
-  text = replaceToken(std::move(text), "rrrr", degrees(c.points[slot3].latitude));
-  return replaceToken(std::move(text), "ssss", degrees(c.points[slot3].longitude));
+/// Corners 1 and 3 of the map, of the image where the map's hold no area between them.
+std::string borderLine() {
+  Calibration c = calibration;
+  const CalibrationPoint& first = c.points[firstCornerSlot];
+  const CalibrationPoint& third = c.points[firstCornerSlot + 2];
+  if (c.cornerCount < 3 || first.pixelX == third.pixelX || first.pixelY == third.pixelY) fillImageCorners(c);
+  std::string text = replaceToken("pppp;qqqq;rrrr;ssss", "pppp", degrees(first.latitude));
+  text = replaceToken(std::move(text), "qqqq", degrees(first.longitude));
+  text = replaceToken(std::move(text), "rrrr", degrees(third.latitude));
+  return replaceToken(std::move(text), "ssss", degrees(third.longitude));
 }
 
 /// Empty when a term has no reciprocal.
@@ -84,7 +88,6 @@ ReadResult readGmi(const std::string& path) {
 
 WriteOutcome writeGmi() {
   const Calibration& c = calibration;
-  if (c.cornerCount < 3) fillImageCorners(calibration);
   reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
   content += line(inInputEncoding(driver.inputBase + ".jpg"));
@@ -92,7 +95,7 @@ WriteOutcome writeGmi() {
   content += line(formatNumber(c.imageHeight, "#####0"));
   for (int slot = 1; slot <= c.pointCount; ++slot) content += line(pointLine(slot));
   content += line("Border and Scale");
-  content += line(borderLine(firstCornerSlot, firstCornerSlot + 2));
+  content += line(borderLine());
   content += scaleLine();
   return writeCalibrationFile(outputPath(".gmi"), content);
 }

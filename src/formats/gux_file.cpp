@@ -27,10 +27,6 @@ constexpr std::string_view british = "BRITISH";
 constexpr std::array formatWords = {std::string_view("DEG"), std::string_view("DM"), std::string_view("DMS"),
                                     std::string_view("UTM"), british};
 
-bool isLetter(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
 /// The tokens of a point line, taken one by one; empty ones behind the last.
 class Tokens {
  public:
@@ -152,13 +148,11 @@ void placePoint(int slot, const Point& point, int datumIndex) {
   readPixel(slot, x, values.take());
 }
 
-/// Returns the datum on which all positions are then, 0 when the file's is not in the table.
+/// Returns the datum of the points that are not on the British grid, 0 when the file's is not in the table.
 int placePoints(const GuxFile& gux) {
-  Slots<bool> onWgs84;
   std::size_t britishPoints = 0;
   for (const auto& [slot, point] : gux.points) {
-    onWgs84[slot] = point.format == british;
-    if (onWgs84[slot]) ++britishPoints;
+    if (point.format == british) ++britishPoints;
   }
   // The datum of a file with British points alone does not matter, so nobody is asked about it.
   const bool needsDatum = britishPoints == 0 || britishPoints < gux.points.size();
@@ -167,9 +161,7 @@ int placePoints(const GuxFile& gux) {
   for (const auto& [slot, point] : gux.points) {
     placePoint(slot, point, datumIndex);
   }
-  if (britishPoints == 0) return datumIndex;
-  if (needsDatum) shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum(wgs84Name);
+  return needsDatum ? datumIndex : matchDatum(wgs84Name);
 }
 
 }  // namespace

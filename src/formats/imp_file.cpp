@@ -24,6 +24,7 @@ enum class Kind { geographic, grid };
 struct ImpFile {
   std::string datum = wgs84Name;
   std::optional<Kind> byProjection, byCoordinates;
+  std::string unknownProjection;  ///< the name, where it is none of those that are read
   /// By digit, the last line of each; placed at the end, because datum and kind may stand behind them.
   std::map<char, Fields> pointLines;
 };
@@ -47,6 +48,7 @@ void readLine(std::string_view line, ImpFile& imp) {
   } else if (key == "projection") {
     calibration.projection = lowerCase(field(fields, 2));
     imp.byProjection = kindOfProjection(calibration.projection);
+    imp.unknownProjection = imp.byProjection || calibration.projection.empty() ? "" : std::string(field(fields, 2));
   } else if (key == "coordinates" && !value.empty()) {
     imp.byCoordinates = parseNumber(value) == 1 ? Kind::geographic : Kind::grid;
   } else if (key == "bitmapwidth") {
@@ -59,8 +61,13 @@ void readLine(std::string_view line, ImpFile& imp) {
 }
 
 void placePoints(const ImpFile& imp, int datumIndex) {
-  const std::optional<Kind> kind = imp.byCoordinates ? imp.byCoordinates : imp.byProjection;
-  if (!kind && !imp.pointLines.empty()) tell("Unknown IMP Projection/Coordinates");
+  std::optional<Kind> kind = imp.byCoordinates ? imp.byCoordinates : imp.byProjection;
+  // Metres of another grid would give places on the earth as UTM, too: wrong ones.
+  if (kind == Kind::grid && !imp.unknownProjection.empty()) kind.reset();
+  if (!kind && !imp.pointLines.empty()) {
+    tell("Unknown IMP Projection/Coordinates");
+    if (!imp.unknownProjection.empty()) reportUnknownProjection(imp.unknownProjection);
+  }
   for (const auto& [digit, fields] : imp.pointLines) {
     const int slot = digit - '0' + 1;
     const std::string_view zone = field(fields, 3);

@@ -10,6 +10,7 @@
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "geodesy/datum.h"
+#include "geodesy/national_grids.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -26,13 +27,16 @@ constexpr std::string_view projectionWords = "map projection";
 
 struct GridPoint {
   std::string zone, easting, northing, hemisphere;
+  Fields fields;  ///< of the line, whose degrees serve where the grid is not known
 };
 
-/// What the lines before the end of the file leave open.
+/// What the lines before the end of the file leave open. Views are parts of the file's text.
 struct MapFile {
   std::string imageName = "x.x";
+  std::string_view imagePath;  ///< as line 3 gives it
   std::string datum = wgs84Name;
   bool decimalFractions = false;        ///< minutes fields hold the decimals of a degree
+  bool isCalibration = false;           ///< there are lines that only such a file has
   std::map<int, GridPoint> gridPoints;  ///< by slot
 };
 
@@ -42,19 +46,20 @@ void readImageExtension(std::string_view line, MapFile& map) {
   map.imageName.append(".").append(name.substr(name.size() - 3));
 }
 
-/// Whole degrees and a minutes field as degrees; without a sign of its own the hemisphere decides.
+/// Whole degrees and a minutes field as degrees. A minus on either makes the angle negative, else the hemisphere
+/// decides.
 double angle(std::string_view degrees, std::string_view minutes, bool decimalFractions, bool negative) {
   constexpr std::size_t fractionDigits = 8;
-  double fraction = parseNumber(minutes) / 60;
+  double fraction = std::abs(parseNumber(minutes)) / 60;
   if (decimalFractions) {
     std::string digits(minutes.substr(0, fractionDigits));
     digits.insert(0, fractionDigits - digits.size(), '0');
     fraction = parseNumber(digits) / 100000000;
   }
   const double whole = parseNumber(degrees);
-  const bool signedDegrees = degrees.starts_with("-");
+  const bool minus = degrees.starts_with("-") || minutes.starts_with("-");
   const double value = std::abs(whole) + fraction;
-  return signedDegrees || negative ? -value : value;
+  return minus || negative ? -value : value;
 }
 
 /// An empty field is none; minutes are below 60, the decimals of a degree are digits.
@@ -62,12 +67,13 @@ bool areMinutes(std::string_view minutes, bool decimalFractions) {
   if (decimalFractions) return minutes.find_first_not_of("0123456789") == std::string_view::npos;
   if (minutes.empty()) return true;
   const double value = parseNumber(minutes);
-  return beginsWithNumber(minutes) && value >= 0 && value <= 60;  // 60: rounded up by some program
+  return beginsWithNumber(minutes) && std::abs(value) <= 60;  // 60: rounded up by some program
 }
 
 bool looksLikeFractions(std::string_view minutes1, std::string_view minutes2) {
   const bool point = minutes1.find('.') != std::string_view::npos || minutes2.find('.') != std::string_view::npos;
-  return !point && (minutes1.size() >= 3 || minutes2.size() >= 3);
+  const bool sign = minutes1.starts_with('-') || minutes2.starts_with('-');
+  return !point && !sign && (minutes1.size() >= 3 || minutes2.size() >= 3);
 }
 
 /// Points past 30 stand in the corners' slots; the corners follow from the fit as well.
@@ -78,35 +84,43 @@ void giveUpCorners() {
     c.points[slot].hasPixel = c.points[slot].hasPosition = false;
 }
 
-void readPointLine(const Fields& fields, MapFile& map) {
-  const std::optional<int> number = pointNumberInKey(field(fields, 0).substr(pointWord.size()), maxSlot);
-  if (!number) return;
-  const int slot = *number;
-  if (slot > maxTiePoints && calibration.pointCount <= maxTiePoints) giveUpCorners();
-  // Of two lines for one point the last one counts, as a whole.
-  if (calibration.points[slot].hasPixel || calibration.points[slot].hasPosition)
-    calibration.points[slot].givenTwice = true;
-  calibration.points[slot].hasPixel = calibration.points[slot].hasPosition = false;
-  map.gridPoints.erase(slot);
-  readPixel(slot, field(fields, 2), field(fields, 3));
-  if (!field(fields, 14).empty()) {
-    map.gridPoints[slot] = {std::string(field(fields, 13)), std::string(field(fields, 14)),
-                            std::string(field(fields, 15)), std::string(field(fields, 16))};
-    return;
-  }
+bool holdsDegrees(const Fields& fields) {
+  return beginsWithNumber(field(fields, 6)) && beginsWithNumber(field(fields, 9));
+}
+
+void readAngles(int slot, const Fields& fields, MapFile& map) {
   const std::string_view latitudeMinutes = field(fields, 7);
   const std::string_view longitudeMinutes = field(fields, 10);
   if (looksLikeFractions(latitudeMinutes, longitudeMinutes)) map.decimalFractions = true;
-  if (!beginsWithNumber(field(fields, 6)) || !beginsWithNumber(field(fields, 9))) return;
+  if (!holdsDegrees(fields)) return;
   if (!areMinutes(latitudeMinutes, map.decimalFractions) || !areMinutes(longitudeMinutes, map.decimalFractions)) return;
   calibration.points[slot].setPosition(
       angle(field(fields, 6), latitudeMinutes, map.decimalFractions, upperCase(field(fields, 8)) == "S"),
       angle(field(fields, 9), longitudeMinutes, map.decimalFractions, upperCase(field(fields, 11)) == "W"));
 }
 
+void readPointLine(const Fields& fields, MapFile& map) {
+  const std::optional<int> number = pointNumberInKey(field(fields, 0).substr(pointWord.size()), maxSlot);
+  if (!number) return;
+  const int slot = *number;
+  if (slot > maxTiePoints && calibration.pointCount <= maxTiePoints) giveUpCorners();
+  // Of two lines for one point the last one counts, as a whole.
+  CalibrationPoint& point = calibration.points[slot];
+  if (!point.isEmpty()) point.givenTwice = true;
+  point.hasPixel = point.hasPosition = false;
+  map.gridPoints.erase(slot);
+  readPixel(slot, field(fields, 2), field(fields, 3));
+  if (field(fields, 14).empty()) return readAngles(slot, fields, map);
+  map.gridPoints[slot] = {std::string(field(fields, 13)), std::string(field(fields, 14)),
+                          std::string(field(fields, 15)), std::string(field(fields, 16)), fields};
+}
+
 int cornerSlot(const Fields& fields) {
   const std::int32_t k = parseInt32(field(fields, 1));
-  if (k < 1 || k > maxCorners) throw SubscriptOutOfRange("corner " + std::to_string(k));
+  if (k < 1 || k > maxCorners) {
+    throw SubscriptOutOfRange("corner " + std::to_string(k) + " of the map: corners are numbered from 1 to " +
+                              std::to_string(maxCorners) + ", leave out the MMPXY and MMPLL lines of others");
+  }
   return firstCornerSlot - 1 + k;
 }
 
@@ -127,12 +141,16 @@ void readLine(std::string_view line, int number, MapFile& map) {
     map.imageName = fileName(trim(line));
   } else if (number == 3) {
     readImageExtension(line, map);
+    map.imagePath = trim(line);
   } else if (number == 5) {
     map.datum = upperCase(key);
   } else if (number == 9) {
+    map.isCalibration = map.isCalibration || lowerCase(line).starts_with(projectionWords);
     calibration.projection = fields.size() > 1 ? lowerCase(fields[1]) : "";
   }
-  if (lowerCase(key.substr(0, pointWord.size())) == pointWord && !field(fields, 2).empty()) {
+  const bool isPointLine = lowerCase(key.substr(0, pointWord.size())) == pointWord;
+  map.isCalibration = map.isCalibration || isPointLine;
+  if (isPointLine && !field(fields, 2).empty()) {
     readPointLine(fields, map);
   } else if (key == "MMPXY") {
     readCornerPixel(fields);
@@ -145,39 +163,68 @@ void readLine(std::string_view line, int number, MapFile& map) {
   }
 }
 
-/// Places the grid points on the grid that the projection names. Returns the datum on which all positions are then.
-int placeGridPoints(const MapFile& map, int datumIndex) {
-  const std::string_view projection = trim(calibration.projection);
-  const bool utm = projection.starts_with("(utm)") || projection.starts_with("latit");
-  const bool british = projection.starts_with("(bng)");
-  const bool irish = projection.starts_with("(ig)");
-  for (const auto& [slot, point] : map.gridPoints) {
-    if (utm) {
-      const bool southern = upperCase(point.hemisphere) == "S";
-      readUtm(slot, datumIndex, point.zone, southern, point.easting, point.northing);
-    } else if (british) {
-      readBritishGrid(slot, point.zone, point.easting, point.northing);
-    } else if (irish) {
-      readIrishGrid(slot, point.zone, point.easting, point.northing);
-    }
-  }
-  if (!utm && !british && !irish) tell("unknown projection");
-  if (!british || datumIndex == 0) return datumIndex;
-  Slots<bool> onWgs84;
-  for (const auto& [slot, point] : map.gridPoints) onWgs84[slot] = true;
-  shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum(wgs84Name);
+enum class Grid { none, utm, british, irish };
+
+Grid gridOf(std::string_view projection) {
+  if (projection.starts_with("(utm)") || projection.starts_with("latit")) return Grid::utm;
+  if (projection.starts_with("(bng)")) return Grid::british;
+  return projection.starts_with("(ig)") ? Grid::irish : Grid::none;
 }
 
-/// Two points stand for the rectangle that they span.
-void completeRectangle() {
+void placeGridPoint(int slot, Grid grid, const GridPoint& point, int datumIndex) {
+  if (grid == Grid::british) return readBritishGrid(slot, point.zone, point.easting, point.northing);
+  if (grid == Grid::irish) return readIrishGrid(slot, point.zone, point.easting, point.northing);
+  readUtm(slot, datumIndex, point.zone, upperCase(point.hemisphere) == "S", point.easting, point.northing);
+}
+
+/// A point on a grid that is not known is read from the degrees that it may carry as well.
+void placeGridPoints(MapFile& map, Grid grid, int datumIndex) {
+  bool unknown = false;
+  for (const auto& [slot, point] : map.gridPoints) {
+    if (grid != Grid::none) {
+      placeGridPoint(slot, grid, point, datumIndex);
+    } else {
+      readAngles(slot, point.fields, map);
+      unknown = unknown || !calibration.points[slot].hasPosition;
+    }
+  }
+  if (!unknown) return;
+  tell("unknown projection");
+  reportUnknownProjection(calibration.projection);
+}
+
+/// The same place in full metres.
+GridPoint withoutLetters(Grid grid, GridPoint point) {
+  if (grid == Grid::utm || point.zone.empty()) return point;
+  std::int32_t east = 0, north = 0;
+  grid == Grid::british ? OsLettersToOffset(upperCase(point.zone), east, north)
+                        : IrishLetterToOffset(upperCase(point.zone), east, north);
+  point.easting = formatGeneral(parseNumber(point.easting) + east);
+  point.northing = formatGeneral(parseNumber(point.northing) + north);
+  point.zone.clear();
+  return point;
+}
+
+/// Two points alone stand for the rectangle that they span: on their grid when both are of one zone, else in degrees.
+/// Points on one row or column span none.
+void completeRectangle(const MapFile& map, Grid grid, int datumIndex) {
   Calibration& c = calibration;
   if (c.pointCount != 2) return;
-  c.points[3].setPixel(c.points[2].pixelX, c.points[1].pixelY);
-  c.points[3].setPosition(c.points[1].latitude, c.points[2].longitude);
-  c.points[4].setPixel(c.points[1].pixelX, c.points[2].pixelY);
-  c.points[4].setPosition(c.points[2].latitude, c.points[1].longitude);
+  const CalibrationPoint &a = c.points[1], &b = c.points[2];
+  if (a.pixelX == b.pixelX || a.pixelY == b.pixelY || a.datumName != b.datumName) return;
+  for (const int slot : {3, 4}) c.points[slot].datumName = a.datumName;
+  c.points[3].setPixel(b.pixelX, a.pixelY);
+  c.points[3].setPosition(a.latitude, b.longitude);
+  c.points[4].setPixel(a.pixelX, b.pixelY);
+  c.points[4].setPosition(b.latitude, a.longitude);
   c.pointCount = 4;
+  if (grid == Grid::none || map.gridPoints.size() != 2) return;
+  const GridPoint first = withoutLetters(grid, map.gridPoints.begin()->second);
+  const GridPoint second = withoutLetters(grid, map.gridPoints.rbegin()->second);
+  const bool southern = upperCase(first.hemisphere) == "S", secondSouthern = upperCase(second.hemisphere) == "S";
+  if (parseNumber(first.zone) != parseNumber(second.zone) || southern != secondSouthern) return;
+  placeGridPoint(3, grid, {first.zone, second.easting, first.northing, first.hemisphere, {}}, datumIndex);
+  placeGridPoint(4, grid, {first.zone, first.easting, second.northing, first.hemisphere, {}}, datumIndex);
 }
 
 struct DegreesMinutes {
@@ -292,10 +339,18 @@ ReadResult readMap(const std::string& path) {
     readLine(text, number, map);
   }
   ReadResult result;
+  if (!map.isCalibration) {
+    tell("This is not an OziExplorer map calibration: it has neither \"Point\" lines nor a \"Map Projection\" line",
+         "No support");
+    result.stopped = true;
+    return result;
+  }
   result.datumIndex = matchDatum(map.datum);
-  if (!map.gridPoints.empty()) result.datumIndex = placeGridPoints(map, result.datumIndex);
+  const Grid grid = gridOf(trim(calibration.projection));
+  placeGridPoints(map, grid, result.datumIndex);
+  std::erase_if(map.gridPoints, [](const auto& point) { return !calibration.points[point.first].isComplete(); });
   closePointGaps();
-  completeRectangle();
+  completeRectangle(map, grid, result.datumIndex);
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
   logPointCount();
   return result;

@@ -147,6 +147,11 @@ double deviation(const Rectangle& r) {
   return most;
 }
 
+bool reachesPoleAtMost(const GridPoint& point) {
+  constexpr double rounding = 1e-9;  // degrees
+  return std::abs(point.position.northing) <= 90 + rounding;
+}
+
 std::string mcdContent(const Rectangle& r) {
   std::string bytes;
   for (const GridPoint& point : {r.first, r.opposite}) {
@@ -155,7 +160,7 @@ std::string mcdContent(const Rectangle& r) {
     appendDouble(bytes, point.x);
     appendDouble(bytes, calibration.imageHeight - 1 - point.y);
     appendDouble(bytes, easting);
-    appendDouble(bytes, point.position.northing);
+    appendDouble(bytes, r.inDegrees ? std::clamp(point.position.northing, -90.0, 90.0) : point.position.northing);
   }
   appendDouble(bytes, 0);
   return bytes;
@@ -188,8 +193,7 @@ ReadResult readMcd(const std::string& path) {
 
 WriteOutcome writeMcd() {
   const Rectangle rectangle = imageRectangle();
-  if (rectangle.inDegrees &&
-      std::max(std::abs(rectangle.first.position.northing), std::abs(rectangle.opposite.position.northing)) > 90) {
+  if (rectangle.inDegrees && !(reachesPoleAtMost(rectangle.first) && reachesPoleAtMost(rectangle.opposite))) {
     showMessage("No .mcd file is written: a corner of the image lies beyond a pole");
     return WriteOutcome::skipped;
   }

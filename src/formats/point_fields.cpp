@@ -4,8 +4,8 @@
 #include <cmath>
 #include <string>
 
-#include "calibration/datum_matching.h"
 #include "calibration/log.h"
+#include "calibration/messages.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -27,6 +27,11 @@ bool isInSquare(double easting, double northing, double side = gridSquare) {
 
 bool isGridLetters(std::string_view letters, std::size_t count) {
   return letters.size() == count && areGridLetters(letters);
+}
+
+void reportOutside(int slot, std::string_view easting, std::string_view northing) {
+  showMessage("Point " + std::to_string(slot) + " lies outside the grid: " + std::string(trim(easting)) + " " +
+              std::string(trim(northing)));
 }
 
 }  // namespace
@@ -66,10 +71,9 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
   const double zoneNumber = parseNumber(zone);
   if (!(zoneNumber >= 1 && zoneNumber <= 60)) return;
   const auto datum = static_cast<std::size_t>(datumIndex);
-  // Degrees, or the two figures of another grid, would give a place on the earth as well: the wrong one.
   const double metresEast = parseNumber(easting);
   const double metresNorth = parseNumber(northing);
-  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= southernFalseNorthing)) return;
+  if (!fitsUtm(southern, metresEast, metresNorth)) return reportOutside(slot, easting, northing);
   const double fromEquator = metresNorth - (southern ? southernFalseNorthing : 0);
   double lat = 0;
   double lon = 0;
@@ -83,11 +87,14 @@ void readBritishGrid(int slot, std::string_view letters, std::string_view eastin
   if (!areNumbers(easting, northing) || !isGridLetters(square, 2)) return;
   const double metresEast = parseNumber(easting);
   const double metresNorth = parseNumber(northing);
-  if (!(letters.empty() ? fitsBritishGrid(metresEast, metresNorth) : isInSquare(metresEast, metresNorth))) return;
+  if (!(letters.empty() ? fitsBritishGrid(metresEast, metresNorth) : isInSquare(metresEast, metresNorth))) {
+    return reportOutside(slot, easting, northing);
+  }
   double lat = 0;
   double lon = 0;
   OsGridToLatLong(square, metresNorth, metresEast, lat, lon);
   calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].datumName = wgs84Name;
 }
 
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing) {
@@ -96,23 +103,22 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
   const double metresEast = parseNumber(easting);
   const double metresNorth = parseNumber(northing);
   constexpr double irishGrid = 500000;
-  if (!isInSquare(metresEast, metresNorth, letter.empty() ? irishGrid : gridSquare)) return;
+  if (!isInSquare(metresEast, metresNorth, letter.empty() ? irishGrid : gridSquare)) {
+    return reportOutside(slot, easting, northing);
+  }
   double lat = 0;
   double lon = 0;
   IrishGridToLatLong(square, metresEast, metresNorth, lat, lon);
   calibration.points[slot].setPosition(lat, lon);
 }
 
-void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
-  for (int slot = 1; slot <= maxSlot; ++slot) {
-    if (calibration.points[slot].hasPosition && !onWgs84[slot]) {
-      shiftToWgs84(datumIndex, calibration.points[slot].latitude, calibration.points[slot].longitude);
-    }
-  }
-}
-
 void logPointCount() {
   writeLog("points = " + std::to_string(calibration.pointCount));
+}
+
+void reportUnknownProjection(std::string_view projection) {
+  showMessage("Points on the projection \"" + std::string(trim(projection)) +
+              "\" cannot be read: write the calibration in latitude and longitude in the program that it comes from");
 }
 
 bool isSouthernBand(char letter) {

@@ -28,24 +28,23 @@ std::optional<int> pointNumberInKey(std::string_view text, int most);
 /// True for full metres on the squares of the British grid that two letters can name.
 bool fitsBritishGrid(double easting, double northing);
 
-/// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60,
-/// `easting` 1000 to 1000000, `northing` within `southernFalseNorthing`; anything else leaves the position empty.
+/// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60; metres as in
+/// `fitsUtm`, which the panel says of others. Anything else leaves the position empty.
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
              std::string_view northing);
 
-/// Position of `slot`, on WGS 84, from the British grid. `letters` is a two-letter square, or empty for full grid
-/// metres.
+/// Position of `slot`, on WGS 84 whatever the file's datum, from the British grid. `letters` is a two-letter square, or
+/// empty for full grid metres.
 void readBritishGrid(int slot, std::string_view letters, std::string_view easting, std::string_view northing);
 
 /// Position of `slot`, on the Irish grid's own ellipsoid. `letter` is a square, or empty for full grid metres.
 void readIrishGrid(int slot, std::string_view letter, std::string_view easting, std::string_view northing);
 
-/// Shifts the positions of all slots but those that are on WGS 84 already from datum `datumIndex` of the table to it.
-/// For files that hold British grid points, which come out on WGS 84, beside others.
-void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex);
-
 /// Logs how many points the reader has found.
 void logPointCount();
+
+/// Says on the panel that grid points on `projection` cannot be read, and what to do.
+void reportUnknownProjection(std::string_view projection);
 
 /// True for a UTM band letter south of the equator, C to M.
 bool isSouthernBand(char letter);

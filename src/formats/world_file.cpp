@@ -1,5 +1,6 @@
 #include "formats/world_file.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <optional>
@@ -8,6 +9,7 @@
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
 #include "calibration/log.h"
+#include "calibration/messages.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -129,6 +131,30 @@ void placeCorners(const WorldFileTerms& terms, const Grid& grid) {
   c.pointCount = c.cornerCount = corners;
 }
 
+std::string scaleTerm(double value) {
+  return formatNumber(value, "###0.000000000");
+}
+
+std::string originTerm(double value) {
+  return formatNumber(value, "###0.0000000");
+}
+
+/// Says on the panel by how many pixels the rounded terms put a corner of the image off, from one pixel on.
+void reportRounding(const WorldFileTerms& t, const WorldFileTerms& rounded) {
+  double most = 0;
+  for (const double x : {0.0, calibration.imageWidth - 1.0}) {
+    for (const double y : {0.0, calibration.imageHeight - 1.0}) {
+      const double dX = (rounded.A - t.A) * x + (rounded.B - t.B) * y + rounded.C - t.C;
+      const double dY = (rounded.D - t.D) * x + (rounded.E - t.E) * y + rounded.F - t.F;
+      const double determinant = t.A * t.E - t.B * t.D;
+      most = std::max(most, std::hypot(t.E * dX - t.B * dY, t.A * dY - t.D * dX) / std::abs(determinant));
+    }
+  }
+  if (!(most >= 1)) return;
+  showMessage("The .tfw file cannot hold more decimals: places are up to " + formatNumber(most, "###0.0") +
+              " pixels off. The preference GisPrograms writes all digits");
+}
+
 }  // namespace
 
 ReadResult readWorldFile(const std::string& path) {
@@ -157,9 +183,15 @@ WriteOutcome writeWorldFile() {
   if (!path) return WriteOutcome::skipped;
   reportLostProjection(".tfw");
   const WorldFileTerms& t = driver.worldFile;
+  const std::array<std::string, 6> terms = {scaleTerm(t.A), scaleTerm(t.D),  scaleTerm(t.B),
+                                            scaleTerm(t.E), originTerm(t.C), originTerm(t.F)};
+  std::array<double, 6> rounded{};
   std::string content;
-  for (const double term : {t.A, t.D, t.B, t.E}) content += line(formatNumber(term, "###0.000000000"));
-  for (const double term : {t.C, t.F}) content += line(formatNumber(term, "###0.0000000"));
+  for (std::size_t i = 0; i < terms.size(); ++i) {
+    content += line(terms[i]);
+    rounded[i] = parseNumber(terms[i]);
+  }
+  reportRounding(t, {rounded[0], rounded[1], rounded[2], rounded[3], rounded[4], rounded[5]});
   return writeCalibrationFile(*path, content);
 }
 

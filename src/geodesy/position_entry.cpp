@@ -149,6 +149,7 @@ std::optional<Position> irishPosition(std::string_view letter, double easting, d
 }
 
 std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex) {
+  if (!fitsUtm(southern, easting, northing)) return std::nullopt;
   const auto datum = static_cast<std::size_t>(datumIndex);
   const double dA = datumIndex > 0 ? datumTable.dA.at(datum) : 0;
   const double dF = datumIndex > 0 ? datumTable.dF.at(datum) : 0;

@@ -39,7 +39,7 @@ std::optional<Position> britishPosition(std::string_view letters, double easting
 std::optional<Position> irishPosition(std::string_view letter, double easting, double northing);
 
 /// UTM metres to degrees on datum `datumIndex` of the table (0: WGS 84). `northing` of a southern point counts from
-/// 10 000 000. Nothing for a position that is not on the earth.
+/// 10 000 000. Nothing for a position that is not on the grid (see `fitsUtm`) or on the earth.
 std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex);
 
 }  // namespace vellandra

@@ -38,6 +38,12 @@ void LatLongToUtm(double lat, double lon, std::int16_t& zone, double& easting, d
   if (lat < 0) northing += southernFalseNorthing;
 }
 
+bool fitsUtm(bool southern, double easting, double northing) {
+  const double fromEquator = northing - (southern ? southernFalseNorthing : 0);
+  const bool degrees = std::abs(easting) <= 180 && std::abs(northing) <= 90;
+  return !degrees && easting >= utmWestEnd && easting <= utmEastEnd && std::abs(fromEquator) <= utmNorthingRange;
+}
+
 void UtmToLatLong(std::int16_t zone, double northing, double easting, double dA, double dF, double& lat, double& lon) {
   const double a = wgs84A - dA;
   const double b = (1 - (wgs84Flattening - dF)) * a;

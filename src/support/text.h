@@ -8,6 +8,11 @@ namespace vellandra {
 
 /// ASCII letters only; every other byte stays as it is, so text in Windows-1252 or UTF-8 is not harmed.
 std::string upperCase(std::string_view text);
+/// An ASCII letter.
+constexpr bool isLetter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
 std::string lowerCase(std::string_view text);
 
 /// Without blanks and tabs at both ends.
