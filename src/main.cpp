@@ -50,8 +50,7 @@ int main(int argc, char** argv) {
     std::cout << usage;
     return 0;
   }
-  vellandra::setFormatTable(
-      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
   std::optional<std::string> path;
   if (!arguments.empty()) path = vellandra::batchPath(arguments);
 

@@ -35,10 +35,10 @@ void openDerivedMap(const Calibration& map, const std::string& imagePath) {
   inputDatumName = "WGS 84";
   splitInputPath(imagePath);
   driver.inputPath = imagePath;
-  driver.inputType = "zzz";
+  driver.inputFormat = nullptr;
   driver.transformValid = true;
   driver.calibrationPending = false;
-  const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
+  const std::optional<ReferencePair> pair = chooseReferencePair(std::nullopt);
   if (!pair) return;
   driver.referencePair = *pair;
   driver.metresPerPixel = metresPerPixel(*pair);

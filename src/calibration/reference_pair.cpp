@@ -208,15 +208,8 @@ void logCheck(const ReferencePair& pair) {
 
 }  // namespace
 
-std::optional<ReferencePair> chooseReferencePair(const std::string& inputType) {
-  ReferencePair pair;
-  if (inputType == "tfw" && calibration.pointCount >= 3) {
-    pair = {1, 3};
-  } else if (inputType == "mcd" && calibration.pointCount >= 4) {
-    pair = {1, 4};
-  } else {
-    pair = searchPair();
-  }
+std::optional<ReferencePair> chooseReferencePair(const std::optional<ReferencePair>& fixed) {
+  ReferencePair pair = fixed && calibration.pointCount >= fixed->j ? *fixed : searchPair();
   if (pair.i == 0 || pixelDistance(pair.i, pair.j) == 0) furthestApart(pair);
   if (pair.i == 0 || pixelDistance(pair.i, pair.j) == 0) return std::nullopt;
   return pair;

@@ -38,11 +38,11 @@ bool bringToWgs84(Calibration& map) {
   return true;
 }
 
-bool fitOnTrial(Calibration& map, const std::string& inputType) {
+bool fitOnTrial(Calibration& map, const std::optional<ReferencePair>& fixed) {
   const LogPause pause;
   const Stand stand(map);
   unwrapLongitudes();
-  const std::optional<ReferencePair> pair = chooseReferencePair(inputType);
+  const std::optional<ReferencePair> pair = chooseReferencePair(fixed);
   if (!pair) return false;
   fitTransform();
   if (calibration.isMercator() || calibration.fitFailed) deriveTransform(*pair);
@@ -75,12 +75,12 @@ void measureResiduals(TrialFit& fit) {
 
 }  // namespace
 
-TrialFit tryFit(const Calibration& map, const std::string& inputType) {
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixed) {
   TrialFit fit;
   fit.map = map;
   fit.map.message.clear();
   try {
-    fit.valid = bringToWgs84(fit.map) && fitOnTrial(fit.map, inputType);
+    fit.valid = bringToWgs84(fit.map) && fitOnTrial(fit.map, fixed);
   } catch (const RunTimeError&) {
     fit.valid = false;  // the driver says why when it comes to the same points
   }

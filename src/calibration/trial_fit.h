@@ -1,9 +1,10 @@
 #pragma once
 
-#include <string>
+#include <optional>
 #include <vector>
 
 #include "calibration/calibration.h"
+#include "calibration/reference_pair.h"
 
 namespace vellandra {
 
@@ -16,8 +17,8 @@ struct TrialFit {
   int worstPoint = 0;             ///< counted from 1; 0 when no residual is really larger than all others
 };
 
-/// Fits points 1 to `pointCount` of `map` as the driver does for an input of type `inputType`. Not valid with too few
-/// points, a point that is not on the earth, a datum that is not in the table, or a number that does not fit.
-TrialFit tryFit(const Calibration& map, const std::string& inputType);
+/// Fits points 1 to `pointCount` of `map` as the driver does for a format that fixes the pair `fixed`. Not valid with
+/// too few points, a point that is not on the earth, a datum that is not in the table, or a number that does not fit.
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixed);
 
 }  // namespace vellandra

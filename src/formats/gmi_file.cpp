@@ -5,6 +5,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
 #include "formats/image_identification.h"
@@ -82,7 +83,7 @@ ReadResult readGmi(const std::string& path) {
   return result;
 }
 
-WriteOutcome writeGmi() {
+WriteOutcome writeGmi(const std::string& stem) {
   const Calibration& c = calibration;
   if (c.cornerCount < 3) fillImageCorners();
   reportLostProjection(".gmi");
@@ -94,7 +95,7 @@ WriteOutcome writeGmi() {
   content += line("Border and Scale");
   content += line(borderLine(firstCornerSlot, firstCornerSlot + 2));
   content += scaleLine();
-  return writeCalibrationFile(outputPath(".gmi"), content);
+  return writeCalibrationFile(stem + ".gmi", content);
 }
 
 }  // namespace vellandra

@@ -6,6 +6,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/points.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -278,12 +279,6 @@ std::string mapContent(const ImageNames& image) {
   return content;
 }
 
-WriteOutcome writeUnasked(const std::string& path, const ImageNames& image) {
-  if (writeWholeFile(path, mapContent(image))) return WriteOutcome::written;
-  tell("unable to write " + path);
-  return WriteOutcome::failed;
-}
-
 }  // namespace
 
 ReadResult readMap(const std::string& path) {
@@ -304,10 +299,16 @@ ReadResult readMap(const std::string& path) {
   return result;
 }
 
-WriteOutcome putmap(const std::optional<std::string>& folder) {
-  if (folder) return writeUnasked(*folder + "/" + driver.inputBase + ".map", imageNamesOfRun());
-  const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+WriteOutcome writeMap(const std::string& stem) {
+  return writeCalibrationFile(stem + ".map", mapContent(imageNamesOfRun()));
+}
+
+WriteOutcome putmap(const std::string& folder) {
+  const std::string& image = calibration.imagePath;
+  const std::string path = folder + "/" + splitPath(image).base + ".map";
+  if (writeWholeFile(path, mapContentBeside(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 std::string mapPathBeside(const std::string& imagePath) {

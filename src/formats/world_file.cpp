@@ -7,6 +7,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
@@ -149,18 +150,16 @@ ReadResult readWorldFile(const std::string& path) {
   const std::optional<Grid> grid = gridOf(*world);
   if (!grid) return result;
   placeCorners(world->terms, *grid);
-  return {grid->datumIndex, false, -1};
+  return {grid->datumIndex};
 }
 
-WriteOutcome writeWorldFile() {
-  const std::optional<std::string> path = outputPathUnlessInput("tfw", ".tfw");
-  if (!path) return WriteOutcome::skipped;
+WriteOutcome writeWorldFile(const std::string& stem) {
   reportLostProjection(".tfw");
   const WorldFileTerms& t = driver.worldFile;
   std::string content;
   for (const double term : {t.A, t.D, t.B, t.E}) content += line(formatNumber(term, "###0.000000000"));
   for (const double term : {t.C, t.F}) content += line(formatNumber(term, "###0.0000000"));
-  return writeCalibrationFile(*path, content);
+  return writeCalibrationFile(stem + ".tfw", content);
 }
 
 }  // namespace vellandra

@@ -38,11 +38,11 @@ class TransformTest : public CoreTest {
 
   /// "1 2", also with " aligned", as the reference pair.
   static std::string pairFor(const std::string& type) {
-    const std::optional<ReferencePair> pair = chooseReferencePair(type);
+    const std::optional<ReferencePair> pair = chooseReferencePair(formatOf(type)->fixedPair);
     if (!pair) return "none";
     return std::to_string(pair->i) + " " + std::to_string(pair->j) + (pair->alignedWithGrid ? " aligned" : "");
   }
-  static void derive() { deriveTransform(*chooseReferencePair("map")); }
+  static void derive() { deriveTransform(*chooseReferencePair(std::nullopt)); }
 };
 
 // Least squares of the points below and their residuals, from numpy.linalg.lstsq on [1, x, y].
@@ -166,7 +166,7 @@ TEST_F(TransformTest, ReferencePair) {
 TEST_F(TransformTest, WorldFileTermsStretchOnlyARotatedLinearMap) {
   setPoints({{0, 0, 50, 10}, {1000, 0, 49.9, 11}, {1000, 1000, 49, 10.8}, {0, 1000, 49.1, 9.8}});
   fitTransform();
-  const ReferencePair pair = *chooseReferencePair("map");
+  const ReferencePair pair = *chooseReferencePair(std::nullopt);
   EXPECT_NE(worldFileTerms(pair).D, 0);
   preferences.stretchNotRotate = true;
   const WorldFileTerms stretched = worldFileTerms(pair);
@@ -235,7 +235,7 @@ TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
     givePoints(row.count, 2, row.datum, row.projection, row.west);
     const std::string logBefore = log(), pointsBefore = points();
     calibration.message = "text of the panel";
-    const TrialFit fit = tryFit(calibration, "zzz");
+    const TrialFit fit = tryFit(calibration, std::nullopt);
     ASSERT_TRUE(fit.valid);
     EXPECT_EQ(log(), logBefore);
     EXPECT_EQ(calibration.message, "text of the panel");
@@ -243,7 +243,7 @@ TEST_F(TrialFitTest, GivesWhatTheDriverGivesAndTouchesNothing) {
     EXPECT_EQ(calibration.tf1, 0);
 
     driver = Driver();
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
     driver.stage = recalculate;
     ASSERT_TRUE(do_it());
     for (double Calibration::*term : {&Calibration::tf1, &Calibration::tf2, &Calibration::tf3, &Calibration::tf4,
@@ -265,21 +265,21 @@ TEST_F(TrialFitTest, WorstPointIsNamedOnlyWhenOneIsWorse) {
   } rows[] = {{"a rectangle shares its error", 4, 2, 0}, {"more points tell", 6, 5, 5}, {"no error", 6, 0, 0}};
   for (const auto& row : rows) {
     givePoints(row.count, row.moved);
-    EXPECT_EQ(tryFit(calibration, "zzz").worstPoint, row.worst) << row.name;
+    EXPECT_EQ(tryFit(calibration, std::nullopt).worstPoint, row.worst) << row.name;
   }
 }
 
 TEST_F(TrialFitTest, PointsThatMakeNoMapAreNoFit) {
   givePoints(1, 0);
-  EXPECT_FALSE(tryFit(calibration, "").valid) << "one point";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt).valid) << "one point";
   givePoints(4, 0, "NO SUCH DATUM");
-  EXPECT_FALSE(tryFit(calibration, "").valid) << "datum";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt).valid) << "datum";
   givePoints(4, 0);
   calibration.points[3].latitude = 91;
-  EXPECT_FALSE(tryFit(calibration, "").valid) << "off the earth";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt).valid) << "off the earth";
   givePoints(4, 0);
   calibration.points[3].setPixel(50000, 1);
-  EXPECT_FALSE(tryFit(calibration, "").valid) << "a pixel whose square does not fit";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt).valid) << "a pixel whose square does not fit";
   EXPECT_EQ(calibration.points[3].pixelX, 50000) << "the record is not back in its place";
   EXPECT_FALSE(logPaused());
 }
