@@ -70,10 +70,10 @@ bool unwrapLongitudes(Calibration& map) {
   return true;
 }
 
-std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
-                                    const Journal& journal) {
+std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair,
+                                    bool stretchNotRotate, const Journal& journal) {
   if (unwrapLongitudes(map)) journal.show("The map lies across 180 degrees: longitudes go on past 180");
-  const std::optional<ReferencePair> pair = chooseReferencePair(map, inputType, journal);
+  const std::optional<ReferencePair> pair = chooseReferencePair(map, fixedPair, journal);
   if (!pair) return std::nullopt;
   fitTransform(map, journal);
   if (map.isMercator() || map.fitFailed) deriveTransform(map, *pair, stretchNotRotate, journal);
@@ -123,14 +123,14 @@ float averageErrorOf(const Calibration& map) {
   return static_cast<float>(sum / map.pointCount);
 }
 
-TrialFit tryFit(const Calibration& map, const std::string& inputType, bool stretchNotRotate) {
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate) {
   TrialFit fit;
   fit.map = map;
   fit.map.message.clear();
   const Journal nobody;
   try {
     fit.valid = convertToWgs84(fit.map, 1, fit.map.pointCount, nobody).empty() &&
-                fitMap(fit.map, inputType, stretchNotRotate, nobody) &&
+                fitMap(fit.map, fixedPair, stretchNotRotate, nobody) &&
                 !(fit.map.isMercator() && fit.map.imageHeight == 0);
   } catch (const RunTimeError&) {
     fit.valid = false;  // the driver says why when it comes to the same points

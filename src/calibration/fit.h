@@ -20,10 +20,11 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
 bool unwrapLongitudes(Calibration& map);
 
 /// Fits the transform of `map`, whose points are on WGS 84: longitudes unwrapped, coefficients and Mercator ordinates
-/// set, from the reference pair where least squares cannot serve. `inputType` as in `chooseReferencePair`. Returns the
+/// set, from the reference pair where least squares cannot serve. `fixedPair` as in
+/// `chooseReferencePair`. Returns the
 /// reference pair; nothing when the points make no transform that can be reversed. Throws Overflow as `fitTransform`.
-std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
-                                    const Journal& journal);
+std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair,
+                                    bool stretchNotRotate, const Journal& journal);
 
 /// How far the tie points lie from where the transform puts them.
 struct Residuals {
@@ -49,6 +50,6 @@ struct TrialFit {
 
 /// Not valid with too few points, a point that is not on the earth, a datum that is not in the table, or a number that
 /// does not fit.
-TrialFit tryFit(const Calibration& map, const std::string& inputType, bool stretchNotRotate);
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate);
 
 }  // namespace vellandra

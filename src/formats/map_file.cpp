@@ -6,10 +6,11 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
+#include "calibration/driver.h"
 #include "calibration/points.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -31,7 +32,7 @@ struct GridPoint {
 /// What the lines before the end of the file leave open.
 struct MapFile {
   std::string imageName = "x.x";
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   bool decimalFractions = false;        ///< minutes fields hold the decimals of a degree
   std::map<int, GridPoint> gridPoints;  ///< by slot
 };
@@ -166,7 +167,7 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   Slots<bool> onWgs84;
   for (const auto& [slot, point] : map.gridPoints) onWgs84[slot] = true;
   shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum("WGS 84");
+  return matchDatum(wgs84Name);
 }
 
 /// Two points stand for the rectangle that they span.
@@ -275,12 +276,6 @@ std::string mapContent(const ImageNames& image) {
   return content;
 }
 
-WriteOutcome writeUnasked(const std::string& path, const std::string& content) {
-  if (writeWholeFile(path, content)) return WriteOutcome::written;
-  tell("unable to write " + path);
-  return WriteOutcome::failed;
-}
-
 }  // namespace
 
 ReadResult readMap(const std::string& path) {
@@ -297,15 +292,20 @@ ReadResult readMap(const std::string& path) {
   closePointGaps();
   completeRectangle();
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 
-WriteOutcome putmap(const std::optional<std::string>& folder) {
+WriteOutcome writeMap(const std::string& stem) {
+  return writeCalibrationFile(stem + ".map", mapContent(imageNamesOfRun()));
+}
+
+WriteOutcome putmap(const std::string& folder) {
   const std::string& image = calibration.imagePath;
-  if (folder) return writeUnasked(*folder + "/" + splitPath(image).base + ".map", mapContentBeside(image));
-  const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+  const std::string path = folder + "/" + splitPath(image).base + ".map";
+  if (writeWholeFile(path, mapContentBeside(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 std::string mapPathBeside(const std::string& imagePath) {

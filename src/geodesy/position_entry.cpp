@@ -97,9 +97,7 @@ EntryField parseAngle(std::string_view typed, const AngleKind& kind) {
 std::string lettersProblem(std::string_view letters, std::size_t count, const char* otherCount) {
   const std::string square = upperCase(trim(letters));
   if (square.empty()) return "";
-  if (square.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") != std::string::npos) {
-    return "letters from A to Z without I";
-  }
+  if (!areGridLetters(square)) return "letters from A to Z without I";
   return square.size() == count ? "" : otherCount;
 }
 
@@ -151,12 +149,11 @@ std::optional<Position> irishPosition(std::string_view letter, double easting, d
 }
 
 std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex) {
-  constexpr double southernOffset = 10000000;
   const auto datum = static_cast<std::size_t>(datumIndex);
   const double dA = datumIndex > 0 ? datumTable.dA.at(datum) : 0;
   const double dF = datumIndex > 0 ? datumTable.dF.at(datum) : 0;
   Position position{};
-  UtmToLatLong(zone, northing - (southern ? southernOffset : 0), easting, dA, dF, position.latitude,
+  UtmToLatLong(zone, northing - (southern ? southernFalseNorthing : 0), easting, dA, dF, position.latitude,
                position.longitude);
   const bool onEarth = std::abs(position.latitude) <= 90 && std::abs(position.longitude) <= 360;
   return onEarth ? std::optional(position) : std::nullopt;

@@ -21,7 +21,7 @@ std::optional<TileFiles> tileFilesOfOpenMap() {
     stopTiles("Insufficient points to proceed");
     return std::nullopt;
   }
-  if (calibration.imagePath == "clip.board") {
+  if (calibration.imagePath == clipboardImage) {
     showMessage("The picture from the clipboard is in no file yet; writing the calibrations saves it");
     stopTiles("Unable to load map");
     return std::nullopt;

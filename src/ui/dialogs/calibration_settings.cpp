@@ -22,7 +22,6 @@ namespace vellandra {
 namespace {
 
 constexpr int shownDatums = 9;
-constexpr const char* wgs84 = "WGS 84";
 
 }  // namespace
 
@@ -90,11 +89,11 @@ void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
   std::vector<std::string> names;
   for (int i = 1; i <= datumTable.count; ++i) names.emplace_back(trim(datumTable.name.at(static_cast<std::size_t>(i))));
   // Points on WGS 84 are not shifted, so it needs no row of the table.
-  if (std::ranges::find(names, wgs84) == names.end()) names.insert(names.begin(), wgs84);
+  if (std::ranges::find(names, wgs84Name) == names.end()) names.insert(names.begin(), wgs84Name);
   for (const std::string& name : names) {
     auto* item = new QListWidgetItem(shown(name), datums_);
     item->setData(Qt::UserRole, QByteArray::fromStdString(name));
-    if (name == chosen || (name == wgs84 && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
+    if (name == chosen || (name == wgs84Name && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
   }
   datums_->scrollToItem(datums_->currentItem(), QAbstractItemView::PositionAtCenter);
 }

@@ -85,7 +85,7 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
     : QDialog(parent),
       mode_(mode),
       image_(image),
-      session_(mode, startingRecord(image), driver.inputType),
+      session_(mode, startingRecord(image), driver.fixedPair()),
       crop_(image.width(), image.height()) {
   setWindowTitle(titleOf(mode));
   setWindowFlag(Qt::WindowMaximizeButtonHint);

@@ -14,6 +14,7 @@
 #include "calibration/preferences.h"
 #include "geodesy/angle_format.h"
 #include "geodesy/datum.h"
+#include "geodesy/utm.h"
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
@@ -25,7 +26,7 @@ namespace {
 constexpr const char* invalidGrid = "Invalid grid reference";
 constexpr double squareEnd = 99999.999;
 constexpr double utmEastEnd = 999999.999;
-constexpr double utmNorthEnd = 10000000;
+constexpr double utmNorthEnd = southernFalseNorthing;
 
 /// What differs between the two grids of letters and metres.
 struct NationalGrid {
@@ -37,7 +38,7 @@ struct NationalGrid {
   std::optional<Position> (*position)(std::string_view letters, double easting, double northing);
 };
 constexpr NationalGrid britishGrid{
-    "British national grid", "WGS 84",       "TQ, or none for full metres", 699999.999, 1299999.999,
+    "British national grid", wgs84Name,      "TQ, or none for full metres", 699999.999, 1299999.999,
     britishLettersProblem,   britishPosition};
 constexpr NationalGrid irishGrid{"Irish grid, datum Ireland 1965",
                                  "IRELAND 1965",
