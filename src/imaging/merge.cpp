@@ -70,7 +70,7 @@ class Dialog {
   bool merge(const MergeAnswer& answer) {
     question_.percentage = answer.percentage;
     question_.enlarge = answer.enlarge;
-    const std::optional<double> percentage = percentageFrom(answer.percentage, 0, 100);
+    const std::optional<double> percentage = numberIn(answer.percentage, mergeWeights);
     if (!percentage) {
       tell("Transparency must be 0 to 100");
       return true;

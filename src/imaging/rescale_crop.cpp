@@ -69,7 +69,7 @@ bool rescaleMap() {
   if (!calibrated()) return false;
   const std::optional<std::string> text = userInterface().askText("Scale percentage, 10 to 90", "50");
   if (!text) return false;
-  const std::optional<double> percentage = percentageFrom(*text, 10, 90);
+  const std::optional<double> percentage = numberIn(*text, {10, 90});
   if (!percentage) {
     tell("scale percentage must be 10 to 90");
     return false;
