@@ -132,9 +132,9 @@ MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
 
 void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
-  const bool shown = isOnShow(calibration.imagePath);
-  const Bitmap loaded = shown ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
-  const Bitmap& map = shown ? mapImage.bitmap : loaded;
+  const bool inMemory = isOnShow(calibration.imagePath);
+  const Bitmap loaded = inMemory ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
+  const Bitmap& map = inMemory ? mapImage.bitmap : loaded;
   if (!map) return tell("Unable to load map");
   showGarminTileControls(parent(), pictureOf(map, longestPictureSide), controls);
 }
@@ -148,7 +148,7 @@ std::optional<std::string> WindowInterface::askText(const std::string& prompt, c
   dialog.setTextValue(shown(initial));
   dialog.findChild<QLineEdit*>()->setAccessibleName(shown(prompt));
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-  return dialog.textValue().toStdString();
+  return textBytes(dialog.textValue());
 }
 
 std::optional<PixelRectangle> WindowInterface::askRectangle(const std::string&, int, int) {
@@ -189,7 +189,7 @@ Picture WindowInterface::clipboardPicture() {
 }
 
 std::string WindowInterface::clipboardText() {
-  return QApplication::clipboard()->text().toStdString();
+  return textBytes(QApplication::clipboard()->text());
 }
 
 }  // namespace vellandra

@@ -3,6 +3,7 @@
 #include <QDialog>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 class QLabel;
 class QLineEdit;
@@ -49,6 +50,7 @@ class CalibrationSettingsDialog : public QDialog {
   QLineEdit* filter_;
   QListWidget* datums_;
   QLabel* note_;
+  std::vector<std::string> names_;  ///< of the datums, in the order of the list
 };
 
 }  // namespace vellandra

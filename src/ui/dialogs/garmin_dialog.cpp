@@ -28,11 +28,11 @@ constexpr std::int64_t mostTiles = 1000;  ///< past which no map is written
 /// Into how many tiles the map is cut, and how many of them are written.
 QString countsText(const TileControls& controls) {
   const std::int64_t count = controls.tileCount();
-  const QString cut = QStringLiteral("%1 x %2 tiles, ").arg(controls.tilesAcross()).arg(controls.tilesDown());
-  if (count > mostTiles) return cut + QStringLiteral("too many: at most %1 can be written").arg(mostTiles);
+  const QString cut = QString("%1 x %2 tiles, ").arg(controls.tilesAcross()).arg(controls.tilesDown());
+  if (count > mostTiles) return cut + QString("too many: at most %1 can be written").arg(mostTiles);
   std::int64_t written = 0;
   for (std::int64_t number = 1; number <= count; ++number) written += controls.isTicked(number) ? 1 : 0;
-  return cut + QStringLiteral("%1 will be written").arg(written);
+  return cut + QString("%1 will be written").arg(written);
 }
 
 /// The map with its tiles.

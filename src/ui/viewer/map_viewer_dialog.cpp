@@ -58,9 +58,9 @@ QString shownDegrees(double latitude, double longitude) {
 /// The same with latitude and longitude one above the other, for a narrow column.
 QString stackedPosition(double latitude, double longitude) {
   QString text = shownPosition(latitude, longitude);
-  const QString gap = text.contains(QLatin1String("  ")) ? QStringLiteral("  ") : QStringLiteral(" ");
+  const QString gap = text.contains("  ") ? "  " : " ";
   const auto at = text.indexOf(gap);
-  return at < 0 ? text : text.replace(at, gap.size(), QLatin1Char('\n'));
+  return at < 0 ? text : text.replace(at, gap.size(), '\n');
 }
 
 /// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
@@ -73,10 +73,10 @@ Calibration startingRecord(const Bitmap& image) {
 
 QString titleOf(ViewerMode mode) {
   const QString name = shownPath(std::string(fileName(calibration.imagePath)));
-  const QString what = mode == ViewerMode::calibrate ? QStringLiteral("Calibrate map")
-                       : mode == ViewerMode::view    ? QStringLiteral("View calibrated map")
-                                                     : QStringLiteral("Crop map");
-  return name.isEmpty() ? what : what + QStringLiteral(" - ") + name;
+  const QString what = mode == ViewerMode::calibrate ? "Calibrate map"
+                       : mode == ViewerMode::view    ? "View calibrated map"
+                                                     : "Crop map";
+  return name.isEmpty() ? what : what + " - " + name;
 }
 
 }  // namespace
@@ -99,7 +99,7 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
 MapViewerDialog::~MapViewerDialog() = default;
 
 void MapViewerDialog::showCrop() {
-  cropPanel_->show(crop_.pixels());
+  cropPanel_->setPixels(crop_.pixels());
   done_->setEnabled(!crop_.pixels().isEmpty());
 }
 
@@ -282,11 +282,11 @@ void MapViewerDialog::updateList() {
     QTreeWidgetItem* item = list_->topLevelItem(i);
     item->setText(0, QString::number(i + 1));
     item->setText(1, stackedPosition(point.latitude, point.longitude));
-    item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
+    item->setText(2, QString("%1, %2").arg(point.x).arg(point.y));
     item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
     item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
     const QString tip =
-        QStringLiteral("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
+        QString("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
     for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
   }
   list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
@@ -298,13 +298,13 @@ void MapViewerDialog::updateFit() {
 }
 
 void MapViewerDialog::updateButtons() {
-  instruction_->setText(QString::fromLatin1(instructionText(session_.instruction())));
+  instruction_->setText(instructionText(session_.instruction()));
   settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
   undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
   for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
   if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
   if (mode_ == ViewerMode::view) {
-    done_->setText(session_.changed() ? QStringLiteral("&Done") : QStringLiteral("&Close"));
+    done_->setText(session_.changed() ? "&Done" : "&Close");
     cancel_->setVisible(session_.changed());
   }
 }
@@ -312,22 +312,21 @@ void MapViewerDialog::updateButtons() {
 QString MapViewerDialog::reportOf(int number) const {
   const auto index = static_cast<std::size_t>(number - 1);
   const TiePoint& point = session_.points().at(index);
-  QString text = QStringLiteral("Pixels : X %1 Y %2\nPosition : %3")
+  QString text = QString("Pixels : X %1 Y %2\nPosition : %3")
                      .arg(point.x)
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
   if (index < session_.fit().residuals.size()) {
-    text += QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
+    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
   }
   return text;
 }
 
 void MapViewerDialog::showPixel(int x, int y) {
-  QString text = QStringLiteral("Pixels : X ") + shown(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
-                 shown(formatNumber(y, "#####0"));
+  QString text = "Pixels : X " + shown(formatNumber(x, "#####0")) + " Y " + shown(formatNumber(y, "#####0"));
   if (session_.fit().valid) {
     const Position position = positionAt(session_.fit().map, x, y);
-    text += QStringLiteral("      ") + shownPosition(position.latitude, position.longitude) + QStringLiteral("      ") +
+    text += "      " + shownPosition(position.latitude, position.longitude) + "      " +
             shownGrid(position.latitude, position.longitude);
   }
   readout_->setText(text);

@@ -26,9 +26,9 @@ constexpr const char* geometryKey = "mapViewer";
 constexpr double buttonZoom = 1.5;
 
 QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
-  auto* button = new QPushButton(QString::fromLatin1(text));
+  auto* button = new QPushButton(text);
   button->setAutoDefault(false);
-  button->setToolTip(QString::fromLatin1(toolTip));
+  button->setToolTip(toolTip);
   layout->addWidget(button);
   return button;
 }
@@ -71,7 +71,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
   auto* tools = new QHBoxLayout;
   if (mode_ != ViewerMode::crop) {
     instruction_ = addButton(tools, "", "What to do next");
-    instruction_->setObjectName(QStringLiteral("instruction"));
+    instruction_->setObjectName("instruction");
     QFont bold = instruction_->font();
     bold.setBold(true);
     instruction_->setFont(bold);
@@ -81,7 +81,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
   } else {
-    auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
+    auto* hint = new QLabel("Drag a rectangle over the map, and its edges to change it");
     tools->addWidget(hint);
   }
   tools->addStretch();
@@ -93,8 +93,8 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
   const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
     auto* button = new QToolButton;
     arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
-    button->setAccessibleName(QString::fromLatin1(name));
-    button->setToolTip(QString::fromLatin1(name));
+    button->setAccessibleName(name);
+    button->setToolTip(name);
     button->setFocusPolicy(Qt::StrongFocus);
     button->setAutoRepeat(arrow != Qt::NoArrow);
     tools->addWidget(button);
@@ -109,9 +109,8 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
   addPan("Up", Qt::UpArrow, 0, -1);
   addPan("Down", Qt::DownArrow, 0, 1);
   tools->addSpacing(8);
-  connect(addTool("Zoom in", Qt::NoArrow, QStringLiteral("+")), &QToolButton::clicked, this,
-          [this] { canvas_->zoomBy(buttonZoom); });
-  connect(addTool("Zoom out", Qt::NoArrow, QString::fromUtf8("\u2212")), &QToolButton::clicked, this,
+  connect(addTool("Zoom in", Qt::NoArrow, "+"), &QToolButton::clicked, this, [this] { canvas_->zoomBy(buttonZoom); });
+  connect(addTool("Zoom out", Qt::NoArrow, "\u2212"), &QToolButton::clicked, this,
           [this] { canvas_->zoomBy(1 / buttonZoom); });
   connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
           [this] { canvas_->fit(); });
@@ -124,13 +123,12 @@ QWidget* MapViewerDialog::buildSide() {
   auto* layout = new QVBoxLayout(side);
   layout->setContentsMargins(6, 0, 0, 0);
   list_ = new QTreeWidget;
-  list_->setAccessibleName(QStringLiteral("Calibration points"));
+  list_->setAccessibleName("Calibration points");
   list_->setRootIsDecorated(false);
   list_->setUniformRowHeights(true);
   list_->setItemDelegate(new TwoLineRows(list_));
   list_->setTextElideMode(Qt::ElideNone);
-  list_->setHeaderLabels({QStringLiteral("Point"), QStringLiteral("Latitude, longitude"), QStringLiteral("Pixel"),
-                          QStringLiteral("Residual")});
+  list_->setHeaderLabels({"Point", "Latitude, longitude", "Pixel", "Residual"});
   list_->header()->setStretchLastSection(false);
   list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
   for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
@@ -150,9 +148,8 @@ QWidget* MapViewerDialog::buildSide() {
   layout->addWidget(fit_);
   layout->addWidget(entry_);
   const QFontMetrics metrics(list_->font());
-  side->setMinimumWidth(
-      metrics.horizontalAdvance(QStringLiteral(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ")) +
-      list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
+  side->setMinimumWidth(metrics.horizontalAdvance(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ") +
+                        list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
 
   connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
     if (updating_ || item == nullptr) return;
@@ -182,8 +179,8 @@ QWidget* MapViewerDialog::buildCropSide() {
 QHBoxLayout* MapViewerDialog::buildBottom() {
   auto* bottom = new QHBoxLayout;
   readout_ = new QLabel;
-  readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
-  readout_->setToolTip(QStringLiteral("Pixel, latitude and longitude, grid reference"));
+  readout_->setAccessibleName("Place under the cursor");
+  readout_->setToolTip("Pixel, latitude and longitude, grid reference");
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
   bottom->addWidget(readout_, 1);
