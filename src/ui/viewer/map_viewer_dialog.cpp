@@ -4,7 +4,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QTreeWidget>
 
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
@@ -17,6 +16,8 @@
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_crop_panel.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_list.h"
+#include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
 
 namespace vellandra {
@@ -26,41 +27,6 @@ constexpr const char* notKept = "Not kept";
 
 DegreeFormat degreeFormat() {
   return DegreeFormat(preferences.degreeFormat);
-}
-
-/// What `textOf` makes of a position, or nothing for one that no format can show.
-template <typename TextOf>
-QString shownBy(const TextOf& textOf, double latitude, double longitude) {
-  try {
-    return shown(textOf(latitude, withinHalfTurn(longitude)));
-  } catch (const RunTimeError&) {
-    return {};
-  }
-}
-
-QString shownPosition(double latitude, double longitude) {
-  return shownBy([](double lat, double lon) { return positionText(lat, lon, degreeFormat()); }, latitude, longitude);
-}
-
-QString shownGrid(double latitude, double longitude) {
-  // 180 E is 180 W: there is no zone behind 60.
-  return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
-}
-
-/// In decimal degrees, whatever the format in use.
-QString shownDegrees(double latitude, double longitude) {
-  const auto textOf = [](double lat, double lon) {
-    return formatNumber(lat, "##0.00000") + " " + formatNumber(lon, "##0.00000");
-  };
-  return shownBy(textOf, latitude, longitude);
-}
-
-/// The same with latitude and longitude one above the other, for a narrow column.
-QString stackedPosition(double latitude, double longitude) {
-  QString text = shownPosition(latitude, longitude);
-  const QString gap = text.contains("  ") ? "  " : " ";
-  const auto at = text.indexOf(gap);
-  return at < 0 ? text : text.replace(at, gap.size(), '\n');
 }
 
 /// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
@@ -250,7 +216,7 @@ void MapViewerDialog::pointsChanged() {
   const bool grid = preferences.showGrid && fit.valid;
   canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
   updateMarks();
-  updateList();
+  list_->setPoints(session_.points(), fit.residuals, selected_);
   updateFit();
   updateButtons();
 }
@@ -268,29 +234,6 @@ void MapViewerDialog::updateMarks() {
                      CanvasMark::Look::waiting});
   }
   canvas_->setMarks(std::move(marks));
-}
-
-void MapViewerDialog::updateList() {
-  updating_ = true;
-  const auto count = static_cast<int>(session_.points().size());
-  while (list_->topLevelItemCount() > count) delete list_->takeTopLevelItem(count);
-  while (list_->topLevelItemCount() < count) list_->addTopLevelItem(new QTreeWidgetItem);
-  const std::vector<double>& residuals = session_.fit().residuals;
-  for (int i = 0; i < count; ++i) {
-    const auto index = static_cast<std::size_t>(i);
-    const TiePoint& point = session_.points()[index];
-    QTreeWidgetItem* item = list_->topLevelItem(i);
-    item->setText(0, QString::number(i + 1));
-    item->setText(1, stackedPosition(point.latitude, point.longitude));
-    item->setText(2, QString("%1, %2").arg(point.x).arg(point.y));
-    item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
-    item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
-    const QString tip =
-        QString("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
-    for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
-  }
-  list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
-  updating_ = false;
 }
 
 void MapViewerDialog::updateFit() {

@@ -1,22 +1,18 @@
 #include <QApplication>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollBar>
 #include <QSplitter>
-#include <QStyledItemDelegate>
 #include <QToolButton>
-#include <QTreeWidget>
 #include <QVBoxLayout>
-#include <algorithm>
 
 #include "raster/bitmap.h"
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_crop_panel.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_list.h"
 #include "ui/widgets/window_settings.h"
 
 namespace vellandra {
@@ -32,17 +28,6 @@ QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip
   layout->addWidget(button);
   return button;
 }
-
-/// Rows of two lines with a little room around them.
-class TwoLineRows : public QStyledItemDelegate {
- public:
-  using QStyledItemDelegate::QStyledItemDelegate;
-  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-    constexpr int room = 6;
-    const QSize text = QStyledItemDelegate::sizeHint(option, index);
-    return {text.width(), std::max(text.height(), 2 * option.fontMetrics.lineSpacing() + room)};
-  }
-};
 
 }  // namespace
 
@@ -122,16 +107,7 @@ QWidget* MapViewerDialog::buildSide() {
   auto* side = new QWidget;
   auto* layout = new QVBoxLayout(side);
   layout->setContentsMargins(6, 0, 0, 0);
-  list_ = new QTreeWidget;
-  list_->setAccessibleName("Calibration points");
-  list_->setRootIsDecorated(false);
-  list_->setUniformRowHeights(true);
-  list_->setItemDelegate(new TwoLineRows(list_));
-  list_->setTextElideMode(Qt::ElideNone);
-  list_->setHeaderLabels({"Point", "Latitude, longitude", "Pixel", "Residual"});
-  list_->header()->setStretchLastSection(false);
-  list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-  for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+  list_ = new PointList(nullptr);
   auto* tools = new QHBoxLayout;
   adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
   correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
@@ -147,14 +123,11 @@ QWidget* MapViewerDialog::buildSide() {
   layout->addLayout(tools);
   layout->addWidget(fit_);
   layout->addWidget(entry_);
-  const QFontMetrics metrics(list_->font());
-  side->setMinimumWidth(metrics.horizontalAdvance(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ") +
-                        list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
+  side->setMinimumWidth(list_->widthOfRows());
 
-  connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-    if (updating_ || item == nullptr) return;
-    select(list_->indexOfTopLevelItem(item) + 1);
-    const TiePoint& point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  connect(list_, &PointList::chosen, this, [this](int number) {
+    select(number);
+    const TiePoint& point = session_.points().at(static_cast<std::size_t>(number - 1));
     canvas_->centreOnPixel(point.x, point.y);
   });
   connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });

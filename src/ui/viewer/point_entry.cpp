@@ -11,12 +11,10 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
-#include "calibration/preferences.h"
 #include "geodesy/angle_format.h"
 #include "geodesy/datum.h"
-#include "support/errors.h"
-#include "support/numbers.h"
 #include "support/user_interface.h"
+#include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
 
 namespace vellandra {
@@ -290,8 +288,7 @@ void PointEntry::validate() {
     colorReason(result_);
     result_->setText(invalidGrid);
   } else if (position_) {
-    result_->setText("= " + shown(positionText(position_->latitude, withinHalfTurn(position_->longitude),
-                                               DegreeFormat(preferences.degreeFormat))));
+    result_->setText("= " + shownPosition(position_->latitude, position_->longitude));
   } else {
     result_->clear();
   }
