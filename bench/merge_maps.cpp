@@ -25,9 +25,9 @@ namespace {
 /// A person who merges once, saves and closes, and notes when each was done.
 class Operator : public ScriptedInterface {
  public:
-  MergeAnswer askMerge(const MergeQuestion& question) override {
+  void askMerge(MergeQuestion& question) override {
     lap();
-    return ScriptedInterface::askMerge(question);
+    ScriptedInterface::askMerge(question);
   }
   Answer messageBox(const MessageBox& box) override {
     std::fprintf(stderr, "%s\n", box.text.c_str());

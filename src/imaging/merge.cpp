@@ -7,6 +7,7 @@
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
+#include "imaging/merge_question.h"
 #include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
 #include "support/numbers.h"
@@ -48,7 +49,9 @@ class Dialog {
     while (true) {
       question_.merged = static_cast<bool>(result_.image);
       question_.preview = pictureOf(question_.merged ? result_.image : maps_.base, previewSide);
-      const MergeAnswer answer = userInterface().askMerge(question_);
+      question_.answer = {};
+      userInterface().askMerge(question_);
+      const MergeAnswer& answer = question_.answer;
       if (answer.action == MergeAnswer::Action::close) {
         if (mayClose()) return;
       } else if (answer.action == MergeAnswer::Action::save) {

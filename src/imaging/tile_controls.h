@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/user_interface.h"
+#include "raster/pixel_rectangle.h"
 
 namespace vellandra {
 

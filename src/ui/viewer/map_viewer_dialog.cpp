@@ -277,9 +277,8 @@ void MapViewerDialog::showPixel(int x, int y) {
 
 void MapViewerDialog::accept() {
   if (mode_ == ViewerMode::crop) {
-    const PixelRectangle& kept = crop_.pixels();
-    if (kept.isEmpty()) return;
-    result_ = {false, kept.left, kept.top, kept.right, kept.bottom};
+    if (crop_.pixels().isEmpty()) return;
+    result_.crop = crop_.pixels();
     QDialog::accept();
     return;
   }
