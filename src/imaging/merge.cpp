@@ -16,8 +16,6 @@
 namespace vellandra {
 namespace {
 
-constexpr int savedColors = 128;
-
 /// One side: its calibration goes to `map`, the names of its files are added to `files`. An empty image, with the
 /// person told, when it cannot be opened.
 Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& files) {
@@ -90,7 +88,7 @@ class Dialog {
     const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
     userInterface().showBusy(true);
-    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, savedColors, 0);
+    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
     userInterface().showBusy(false);
     writeLog("Quantize for save");
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;
