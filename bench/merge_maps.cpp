@@ -25,9 +25,9 @@ namespace {
 /// A person who merges once, saves and closes, and notes when each was done.
 class Operator : public ScriptedInterface {
  public:
-  MergeAnswer askMerge(const MergeQuestion& question) override {
+  void askMerge(MergeQuestion& question) override {
     lap();
-    return ScriptedInterface::askMerge(question);
+    ScriptedInterface::askMerge(question);
   }
   Answer messageBox(const MessageBox& box) override {
     std::fprintf(stderr, "%s\n", box.text.c_str());
@@ -66,7 +66,7 @@ int run(int argc, char** argv) {
   preferences.datumsPath = programFolder() + "datums.txt";
   person.pickedFiles = {argv[1], argv[2], argv[5]};
   person.mergeAnswers = {{MergeAnswer::Action::merge, argv[3], enlarged}, {MergeAnswer::Action::save, "", false}};
-  const std::optional<double> percentage = percentageFrom(argv[3], 0, 100);
+  const std::optional<double> percentage = numberIn(argv[3], mergeWeights);
   if (!percentage) return 2;
   const auto t = static_cast<float>(*percentage / 100);
   const bool done = runCommand([&] { return exact ? mergeExactly(person, t, enlarged, argv[5]) : mergeMaps(); });

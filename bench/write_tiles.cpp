@@ -67,7 +67,7 @@ bool writeOnOneThread(bool garmin, int tileSize) {
   Stopwatch watch;
   Bitmap loaded = LoadImageByExtension(calibration.imagePath);
   const double decode = watch.lap();
-  const Bitmap map = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, true, 128);
+  const Bitmap map = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, true, reducedColors);
   const double quantize = watch.lap();
   double encode = 0;
   double write = 0;

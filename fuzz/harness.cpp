@@ -120,10 +120,8 @@ class Person : public UserInterface {
     return answer;
   }
 
-  MergeAnswer askMerge(const MergeQuestion&) override { return {}; }
   void askGarminTiles(TileControls&) override {}
   std::optional<std::string> askText(const std::string&, const std::string&) override { return std::nullopt; }
-  std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override { return std::nullopt; }
 
   void showPanel(const std::string&) override {}
   void showProgress(int, int) override {}

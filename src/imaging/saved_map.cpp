@@ -11,7 +11,6 @@
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "support/files.h"
-#include "support/numbers.h"
 #include "support/paths.h"
 #include "support/user_interface.h"
 
@@ -79,16 +78,6 @@ bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string&
   if (mapImage.path == path) mapImage = MapImage();  // what is on show is not in that file any more
   previous.keepNew();
   return true;
-}
-
-std::optional<double> percentageFrom(const std::string& text, double lowest, double highest) {
-  try {
-    const double value = parseNumber(text);
-    if (beginsWithNumber(text) && value >= lowest && value <= highest) return value;
-  } catch (const Overflow&) {
-    return std::nullopt;
-  }
-  return std::nullopt;
 }
 
 }  // namespace vellandra

@@ -227,9 +227,8 @@ void MainWindow::refreshNextStep() {
     offer(secondButton_, "Load a map image...", "mnulm");
     return;
   }
-  const QString name = QFileInfo(shownPath(calibration.imagePath)).fileName();
-  const QString size = QString("%1, %2 x %3 pixels, %4 %5. ")
-                           .arg(name)
+  const QString size = QFileInfo(shownPath(calibration.imagePath)).fileName() +
+                       QString(", %1 x %2 pixels, %3 %4. ")
                            .arg(calibration.imageWidth)
                            .arg(calibration.imageHeight)
                            .arg(calibration.pointCount)
@@ -261,7 +260,7 @@ void MainWindow::refreshRecentFiles() {
   for (const QString& path : files) {
     const QString text = metrics.elidedText(QDir::toNativeSeparators(path), Qt::ElideMiddle,
                                             metrics.averageCharWidth() * longestRecentText);
-    QAction* entry = recent_->addAction(QString("&%1  %2").arg(++number).arg(QString(text).replace("&", "&&")), this,
+    QAction* entry = recent_->addAction(QString("&%1  ").arg(++number) + QString(text).replace("&", "&&"), this,
                                         [this, path] { openFile(path); });
     entry->setStatusTip(path);
   }
@@ -289,11 +288,11 @@ void MainWindow::openFile(const QString& path) {
 
 void MainWindow::showPanel(const QString& message) {
   if (message.startsWith(shownPanel_) && !shownPanel_.isEmpty()) {
-    const QString added = message.mid(shownPanel_.size()).remove(QChar('\r'));
-    if (!added.isEmpty()) panel_->appendPlainText(added.chopped(added.endsWith(QChar('\n')) ? 1 : 0));
+    const QString added = message.mid(shownPanel_.size()).remove('\r');
+    if (!added.isEmpty()) panel_->appendPlainText(added.chopped(added.endsWith('\n') ? 1 : 0));
   } else {
     QString all = message;
-    panel_->setPlainText(all.remove(QChar('\r')).trimmed());
+    panel_->setPlainText(all.remove('\r').trimmed());
   }
   shownPanel_ = message;
   panel_->moveCursor(QTextCursor::End);
@@ -357,7 +356,7 @@ void MainWindow::showReadme() {
   QDialog dialog(this);
   dialog.setObjectName("readme");
   dialog.setWindowTitle("readme.txt");
-  auto* text = new QPlainTextEdit(QString::fromUtf8(file.readAll()));
+  auto* text = new QPlainTextEdit(shown(file.readAll().toStdString()));
   text->setReadOnly(true);
   text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   text->setAccessibleName("readme.txt");

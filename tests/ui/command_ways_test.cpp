@@ -128,7 +128,7 @@ void throwing(WindowTest& t) {
 Step cropping(int right) {
   return [=](WindowTest& t) {
     written(t);
-    t.onMap = [=] { return ViewerResult{false, 10, 20, right, 220}; };
+    t.onMap = [=] { return ViewerResult{false, {10, 20, right, 220}}; };
   };
 }
 void blocked(WindowTest& t) {
