@@ -14,10 +14,10 @@
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
 #include "imaging/merge.h"
-#include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
 #include "scripted_interface.h"
 #include "support/paths.h"
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {

@@ -216,7 +216,7 @@ void MapViewerDialog::pointsChanged() {
   const bool grid = preferences.showGrid && fit.valid;
   canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
   updateMarks();
-  list_->setPoints(session_.points(), fit.residuals, selected_);
+  list_->setPoints(session_.points(), fit.residuals.pixels, selected_);
   updateFit();
   updateButtons();
 }
