@@ -14,10 +14,10 @@
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
 #include "imaging/merge.h"
-#include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
 #include "scripted_interface.h"
 #include "support/paths.h"
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {
@@ -25,9 +25,9 @@ namespace {
 /// A person who merges once, saves and closes, and notes when each was done.
 class Operator : public ScriptedInterface {
  public:
-  MergeAnswer askMerge(const MergeQuestion& question) override {
+  void askMerge(MergeQuestion& question) override {
     lap();
-    return ScriptedInterface::askMerge(question);
+    ScriptedInterface::askMerge(question);
   }
   Answer messageBox(const MessageBox& box) override {
     std::fprintf(stderr, "%s\n", box.text.c_str());
@@ -62,11 +62,11 @@ int run(int argc, char** argv) {
   if (argc != 6) return 2;
   const bool enlarged = std::strcmp(argv[4], "enlarge") == 0;
   Operator person;
-  setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+  setFormatTable({formatRows(), getidata, saveMapImage});
   preferences.datumsPath = programFolder() + "datums.txt";
   person.pickedFiles = {argv[1], argv[2], argv[5]};
   person.mergeAnswers = {{MergeAnswer::Action::merge, argv[3], enlarged}, {MergeAnswer::Action::save, "", false}};
-  const std::optional<double> percentage = percentageFrom(argv[3], 0, 100);
+  const std::optional<double> percentage = numberIn(argv[3], mergeWeights);
   if (!percentage) return 2;
   const auto t = static_cast<float>(*percentage / 100);
   const bool done = runCommand([&] { return exact ? mergeExactly(person, t, enlarged, argv[5]) : mergeMaps(); });

@@ -67,7 +67,7 @@ bool writeOnOneThread(bool garmin, int tileSize) {
   Stopwatch watch;
   Bitmap loaded = LoadImageByExtension(calibration.imagePath);
   const double decode = watch.lap();
-  const Bitmap map = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, true, 128);
+  const Bitmap map = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, true, reducedColors);
   const double quantize = watch.lap();
   double encode = 0;
   double write = 0;
@@ -93,7 +93,7 @@ int run(int argc, char** argv) {
   std::ofstream nowhere("/dev/null");
   Operator person(argv[2], nowhere);
   setUserInterface(person);
-  setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+  setFormatTable({formatRows(), getidata, saveMapImage});
   preferences.datumsPath = programFolder() + "datums.txt";
   const int tileSize = parseInt16(argv[3]);
   preferences.tileWidth = preferences.tileHeight = static_cast<std::int16_t>(tileSize);

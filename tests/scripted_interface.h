@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "imaging/merge_question.h"
 #include "imaging/tile_controls.h"
 #include "support/user_interface.h"
 
@@ -57,9 +58,9 @@ class ScriptedInterface : public UserInterface {
     worldFileZones = zones;
     return take(worldFileAnswers);
   }
-  MergeAnswer askMerge(const MergeQuestion& question) override {
+  void askMerge(MergeQuestion& question) override {
     mergeQuestions.push_back(question);
-    return take(mergeAnswers);
+    question.answer = take(mergeAnswers);
   }
   void askGarminTiles(TileControls& controls) override {
     if (const auto choose = take(tileChoices)) choose(controls);
@@ -68,7 +69,7 @@ class ScriptedInterface : public UserInterface {
     textInitials.push_back(initial);
     return take(typedTexts);
   }
-  std::optional<PixelRectangle> askRectangle(const std::string&, int, int) override { return take(rectangles); }
+  void askRectangle(PixelRectangle& part) override { part = take(rectangles).value_or(part); }
   void showPanel(const std::string& message) override { panel = message; }
   void showProgress(int done, int total) override {
     progress.push_back(done);

@@ -24,11 +24,8 @@ Driver driver;
 
 namespace {
 
-constexpr const char* noSupport = "No support";
 constexpr const char* noImage = "Unable to proceed without matching image";
 constexpr const char* wgs84 = "WGS 84";
-
-FormatTable formats;
 
 /// Tells the person why the run stops.
 bool stop(const std::string& text, const std::string& title = "Vellandra") {
@@ -83,20 +80,6 @@ bool logInputFile(const std::string& path) {
   return isWindows1252;
 }
 
-const ReaderRow* readerFor(const std::string& extension) {
-  for (const ReaderRow& row : formats.readers) {
-    if (extension == row.extension) return &row;
-  }
-  return nullptr;
-}
-
-/// Image corners that a ".cal" of edges or corners leaves open.
-void placeCornerPixels() {
-  Calibration& c = calibration;
-  c.points[2].pixelX = c.points[4].pixelX = c.imageWidth;
-  c.points[3].pixelY = c.points[4].pixelY = c.imageHeight;
-}
-
 bool readCalibration() {
   LoadDatums();
   if (datumTable.count == 0) return stop("Unable to load datums.txt", "No datums");
@@ -104,30 +87,34 @@ bool readCalibration() {
   const std::string path = obtainInputPath();
   if (path.empty()) return false;
   const bool isWindows1252 = logInputFile(path);
-  const ReaderRow* reader = readerFor(splitPath(path).extension);
-  if (reader == nullptr) return stop("Unsupported calibration type", noSupport);
+  const FormatRow* format = formatOf(path);
+  if (format == nullptr) return stop("Unsupported calibration type", "No support");
   // Up to here the map that was open can still be written; now it is gone.
   calibration.clear();
   driver.inputPath = path;
   splitInputPath(path);
-  driver.inputIsWindows1252 = isWindows1252;
+  driver.inputIsWindows1252 = format->isText && isWindows1252;
   driver.transformValid = driver.calibrationPending = false;
-  driver.inputType = reader->type;
-  const ReadResult result = reader->read(driver.inputPath);
+  driver.inputFormat = format;
+  const ReadResult result = format->read(driver.inputPath);
   if (result.stopped) return false;
-  if (result.calVariant == 0) return stop("Unsupported CAL format", noSupport);
   if (result.datumIndex == 0) return stop("unable to match input datum " + inputDatumName);
 
   writeLog("Ipath " + calibration.imagePath);
-  if (driver.inputType != "tfw") {
-    formats.identifyImage(calibration.imagePath, calibration.imageWidth, calibration.imageHeight);
+  if (!format->settlesImage) {
+    std::vector<std::string> others = result.otherImages;
+    others.push_back(driver.inputFolder + driver.inputBase + ".png");
+    formatTable().identifyImage(calibration.imagePath, calibration.imageWidth, calibration.imageHeight, others);
   }
-  if (result.calVariant == 2 || result.calVariant == 3) placeCornerPixels();
+  if (result.placePixels != nullptr) result.placePixels();
   closePointGaps();
   dropIncompleteCorners();
   const std::string datum(trim(datumTable.name[static_cast<std::size_t>(result.datumIndex)]));
   const auto give = [&datum](int first, int count) {
-    for (int slot = first; slot < first + count; ++slot) calibration.points[slot].datumName = datum;
+    for (int slot = first; slot < first + count; ++slot) {
+      std::string& name = calibration.points[slot].datumName;
+      if (name.empty()) name = datum;
+    }
   };
   give(1, calibration.pointCount);
   give(firstCornerSlot, calibration.cornerCount);
@@ -166,14 +153,14 @@ bool convertAndFit() {
   if (!convertSlots(1, c.pointCount) || !convertSlots(firstCornerSlot, c.cornerCount)) return false;
   showMessage("Projection " + c.projection);
 
-  const std::optional<ReferencePair> pair = fitMap(c, driver.inputType, preferences.stretchNotRotate, runJournal());
+  const std::optional<ReferencePair> pair = fitMap(c, driver.fixedPair(), preferences.stretchNotRotate, runJournal());
   if (!pair) return stopForPoints();
   driver.referencePair = *pair;
   driver.metresPerPixel = metresPerPixel(c, *pair);
   driver.worldFile = worldFileTerms(c, *pair, preferences.stretchNotRotate);
   if (!c.isMercator() || c.imageHeight != 0) reportFit();
   if (c.imageWidth == 0 || c.imageHeight == 0) return stop(noImage);
-  if (!c.isMercator() && c.tf1 * c.tf4 - c.tf2 * c.tf3 > 0) {
+  if (c.tf1 * c.tf4 - c.tf2 * c.tf3 > 0) {
     showMessage("The map comes out mirrored: check the points");
   }
   driver.transformValid = true;
@@ -190,7 +177,7 @@ bool saveClipboardImage() {
     const MessageBox box{"OK to overwrite " + path + " ?", "Vellandra", Buttons::okCancel, Icon::question};
     if (userInterface().messageBox(box) != Answer::ok) return false;
   }
-  if (!formats.saveClipboardImage(path)) return stop("Unable to save " + path);
+  if (!formatTable().saveClipboardImage(path)) return stop("Unable to save " + path);
   driver.writtenFiles.push_back(path);
   calibration.imagePath = path;
   splitInputPath(path);
@@ -211,10 +198,21 @@ void reportImageName() {
               ", the map's image is " + (sameFolder ? std::string(fileName(path)) : path));
 }
 
+/// Folder and base name under which `format` is written; nothing when it is the input's own, which is left alone.
+std::optional<std::string> outputStem(const FormatRow& format) {
+  const std::string stem = driver.inputFolder + driver.inputBase;
+  if (&format != driver.inputFormat) return stem;
+  const bool datumChanged = inputDatumName != wgs84;
+  if (format.rewritesInput && datumChanged && preferences.writeWgs84) return stem + "wgs84";
+  return std::nullopt;
+}
+
 bool runWriters(WriterMoment moment) {
-  for (const WriterRow& row : formats.writers) {
-    if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
-    const WriteOutcome outcome = row.write();
+  for (const FormatRow& format : formatTable().rows) {
+    if (format.write == nullptr || format.moment != moment) continue;
+    const std::optional<std::string> stem = outputStem(format);
+    if (!stem) continue;
+    const WriteOutcome outcome = format.write(*stem);
     if (outcome == WriteOutcome::failed) return false;
     if (outcome == WriteOutcome::written) driver.calibrationPending = false;
   }
@@ -262,8 +260,9 @@ bool writeOutputs() {
   driver.worldFile = worldFileTerms(calibration, driver.referencePair, preferences.stretchNotRotate);
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
-  const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;
-  if (!cornersHeld) fillImageCorners(calibration);
+  const bool keepsCorners = driver.inputFormat != nullptr && driver.inputFormat->keepsCorners;
+  if (!keepsCorners || calibration.cornerCount == 0) fillImageCorners(calibration);
+  addPointOffTheLine(calibration);
   interpolateThirdPoint(calibration);
   if (!runWriters(WriterMoment::threePoints)) return false;
   addFourthPoint(calibration);
@@ -280,15 +279,10 @@ bool writeOutputs() {
 
 }  // namespace
 
-void setFormatTable(const FormatTable& table) {
-  formats = table;
-}
-
 void splitInputPath(const std::string& path) {
   const PathParts parts = splitPath(path);
   driver.inputFolder = parts.folder;
   driver.inputBase = parts.base;
-  driver.inputExtension = parts.extension;
 }
 
 void updateMenuStates() {

@@ -34,9 +34,9 @@ void logShift(const CalibrationPoint& before, const CalibrationPoint& after, con
               pixels(after.pixelX) + " " + pixels(after.pixelY));
 }
 
-std::optional<ReferencePair> fitAsGiven(Calibration& map, const std::string& inputType, bool stretchNotRotate,
-                                        const Journal& journal) {
-  const std::optional<ReferencePair> pair = chooseReferencePair(map, inputType, journal);
+std::optional<ReferencePair> fitAsGiven(Calibration& map, const std::optional<ReferencePair>& fixedPair,
+                                        bool stretchNotRotate, const Journal& journal) {
+  const std::optional<ReferencePair> pair = chooseReferencePair(map, fixedPair, journal);
   if (!pair) return std::nullopt;
   fitTransform(map, journal);
   if (map.isMercator() || map.fitFailed) deriveTransform(map, *pair, stretchNotRotate, journal);
@@ -105,8 +105,11 @@ bool isBetterFit(const Calibration& map, const Calibration& other) {
   if (leftByOther > exact && leftByOther > clearlyMore * left) return true;
   if (left > exact && left > clearlyMore * leftByOther) return false;
   const GroundShape shape = groundShapeOf(map), shapeOfOther = groundShapeOf(other);
-  // Two points make a map without distortion either way.
-  if (std::abs(shape.distortion - shapeOfOther.distortion) < 1e-6) return shape.turn <= shapeOfOther.turn;
+  // Two points make a map without distortion either way: one of the whole world lies straight.
+  constexpr double straight = 30, turned = 45;  // degrees
+  if (std::abs(shape.distortion - shapeOfOther.distortion) < 1e-6) {
+    return !(shapeOfOther.turn < straight && shape.turn > turned);
+  }
   return shape.distortion < shapeOfOther.distortion;
 }
 
@@ -127,21 +130,21 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
   return {};
 }
 
-std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
-                                    const Journal& journal) {
+std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair,
+                                    bool stretchNotRotate, const Journal& journal) {
   if (mayLieAcross180(map)) {
     const Journal nobody;
     Calibration split = map;
     Calibration joined = map;
     unwrapLongitudes(joined);
-    const bool splitFits = fitAsGiven(split, inputType, stretchNotRotate, nobody).has_value();
-    const bool joinedFits = fitAsGiven(joined, inputType, stretchNotRotate, nobody).has_value();
+    const bool splitFits = fitAsGiven(split, fixedPair, stretchNotRotate, nobody).has_value();
+    const bool joinedFits = fitAsGiven(joined, fixedPair, stretchNotRotate, nobody).has_value();
     if (joinedFits && (!splitFits || isBetterFit(joined, split))) {
       unwrapLongitudes(map);
       journal.show("The map lies across 180 degrees: longitudes go on past 180");
     }
   }
-  return fitAsGiven(map, inputType, stretchNotRotate, journal);
+  return fitAsGiven(map, fixedPair, stretchNotRotate, journal);
 }
 
 Residuals residualsOf(const Calibration& map) {
@@ -186,14 +189,14 @@ float averageErrorOf(const Calibration& map) {
   return static_cast<float>(sum / map.pointCount);
 }
 
-TrialFit tryFit(const Calibration& map, const std::string& inputType, bool stretchNotRotate) {
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate) {
   TrialFit fit;
   fit.map = map;
   fit.map.message.clear();
   const Journal nobody;
   try {
     fit.valid = convertToWgs84(fit.map, 1, fit.map.pointCount, nobody).empty() &&
-                fitMap(fit.map, inputType, stretchNotRotate, nobody) &&
+                fitMap(fit.map, fixedPair, stretchNotRotate, nobody) &&
                 !(fit.map.isMercator() && fit.map.imageHeight == 0);
   } catch (const RunTimeError&) {
     fit.valid = false;  // the driver says why when it comes to the same points

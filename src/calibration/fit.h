@@ -18,10 +18,10 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
 /// Fits the transform of `map`, whose points are on WGS 84: coefficients and Mercator ordinates set, from the reference
 /// pair where least squares cannot serve. A map astride 180 degrees has its eastern points on negative longitudes: they
 /// go on past 180, in tie points and corners. Whether it is such a map, and not one of the whole world, is decided by
-/// which of the two readings fits better, and where both fit, by the one that distorts the ground less. `inputType` as
+/// which of the two readings fits better, and where both fit, by the one that distorts the ground less. `fixedPair` as
 /// in `chooseReferencePair`. Returns the reference pair; nothing when the points make no transform that can be
 /// reversed. Throws Overflow as `fitTransform`.
-std::optional<ReferencePair> fitMap(Calibration& map, const std::string& inputType, bool stretchNotRotate,
+std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate,
                                     const Journal& journal);
 
 /// How far the tie points lie from where the transform puts them.
@@ -48,6 +48,6 @@ struct TrialFit {
 
 /// Not valid with too few points, a point that is not on the earth, a datum that is not in the table, or a number that
 /// does not fit.
-TrialFit tryFit(const Calibration& map, const std::string& inputType, bool stretchNotRotate);
+TrialFit tryFit(const Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate);
 
 }  // namespace vellandra

@@ -37,10 +37,10 @@ void openDerivedMap(const Calibration& map, const std::string& imagePath) {
   inputDatumName = "WGS 84";
   splitInputPath(imagePath);
   driver.inputPath = imagePath;
-  driver.inputType = "zzz";
+  driver.inputFormat = nullptr;
   driver.transformValid = true;
   driver.calibrationPending = false;
-  const std::optional<ReferencePair> pair = chooseReferencePair(calibration, driver.inputType, runJournal());
+  const std::optional<ReferencePair> pair = chooseReferencePair(calibration, std::nullopt, runJournal());
   if (!pair) return;
   driver.referencePair = *pair;
   driver.metresPerPixel = metresPerPixel(calibration, *pair);

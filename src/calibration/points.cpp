@@ -39,15 +39,19 @@ std::array<PixelPlace, 4> imageCorners(const Calibration& map) {
   return {{{0, 0}, {right, 0}, {right, bottom}, {0, bottom}}};
 }
 
+/// Of the triangle of two points and a pixel.
+double twiceTheArea(const CalibrationPoint& a, const CalibrationPoint& b, double x, double y) {
+  const double alongX = static_cast<double>(b.pixelX) - a.pixelX;
+  const double alongY = static_cast<double>(b.pixelY) - a.pixelY;
+  return std::abs(alongX * (y - a.pixelY) - alongY * (x - a.pixelX));
+}
+
 /// The image corner farthest from the line through two points, the first of equals.
 PixelPlace cornerFarthestFrom(const Calibration& map, const CalibrationPoint& a, const CalibrationPoint& b) {
   PixelPlace farthest{};
   double most = -1;
   for (const PixelPlace& corner : imageCorners(map)) {
-    const double alongX = static_cast<double>(b.pixelX) - a.pixelX;
-    const double alongY = static_cast<double>(b.pixelY) - a.pixelY;
-    const double area = std::abs(alongX * (static_cast<double>(corner.y) - a.pixelY) -
-                                 alongY * (static_cast<double>(corner.x) - a.pixelX));
+    const double area = twiceTheArea(a, b, corner.x, corner.y);
     if (area > most) {
       most = area;
       farthest = corner;
@@ -67,6 +71,20 @@ void interpolateThirdPoint(Calibration& map) {
   const PixelPlace place = onOneLine ? cornerFarthestFrom(map, first, second) : PixelPlace{second.pixelX, first.pixelY};
   placeByTransform(map, 3, place.x, place.y);
   addToMessage("Third point interpolated");
+}
+
+void addPointOffTheLine(Calibration& map) {
+  if (map.pointCount < 3 || map.pointCount >= maxTiePoints) return;
+  const CalibrationPoint& first = map.points[1];
+  const CalibrationPoint* second = &first;
+  for (int i = 2; i <= map.pointCount; ++i) {
+    const CalibrationPoint& point = map.points[i];
+    if (twiceTheArea(first, *second, point.pixelX, point.pixelY) != 0) return;
+    if (point.pixelX != first.pixelX || point.pixelY != first.pixelY) second = &point;
+  }
+  const PixelPlace corner = cornerFarthestFrom(map, first, *second);
+  placeByTransform(map, ++map.pointCount, corner.x, corner.y);
+  addToMessage("All points lie on one line: a corner of the map added");
 }
 
 void addFourthPoint(Calibration& map) {

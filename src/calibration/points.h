@@ -8,6 +8,10 @@ namespace vellandra {
 /// or column the image corner farthest from the line through both. Nothing for another count.
 void interpolateThirdPoint(Calibration& map);
 
+/// Three points and more on one line are no calibration for other programs: they get the image corner farthest from it.
+/// Nothing for others.
+void addPointOffTheLine(Calibration& map);
+
 /// Three points become four: their centroid, placed by the transform. Nothing for another count.
 void addFourthPoint(Calibration& map);
 

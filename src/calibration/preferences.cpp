@@ -94,11 +94,10 @@ std::vector<Key> keys() {
           number("KMZTransparency", p.kmzTransparency, -largest16 - 1, largest16)};
 }
 
-/// Takes `text` into `value` when it is a number from 1 to `most`; else tells `refusal`.
-void storeInRange(const std::string& text, int most, const std::string& refusal, std::int16_t& value) {
-  const std::optional<std::int32_t> whole = wholeNumber(text);
-  if (whole && *whole >= 1 && *whole <= most) {
-    value = static_cast<std::int16_t>(*whole);
+/// Takes `text` into `value` when it is a number within `range`; else tells `refusal`.
+void storeInRange(const std::string& text, NumberRange range, const std::string& refusal, std::int16_t& value) {
+  if (const std::optional<double> number = numberIn(text, range)) {
+    value = toInt16(roundToInt32(*number));
   } else {
     tell(refusal);
   }
@@ -148,13 +147,13 @@ void storePreferences(const PreferencesForm& form) {
   p.warnOverwrite = form.warnOverwrite;
   p.stretchNotRotate = form.stretchNotRotate;
   p.writeWgs84 = form.writeWgs84;
-  storeInRange(form.tileWidth, largest16, "Tile width must be 1 to 32767", p.tileWidth);
-  storeInRange(form.tileHeight, largest16, "Tile height must be 1 to 32767", p.tileHeight);
+  storeInRange(form.tileWidth, tileSides, "Tile width must be 1 to 32767", p.tileWidth);
+  storeInRange(form.tileHeight, tileSides, "Tile height must be 1 to 32767", p.tileHeight);
   p.showGrid = form.showGrid;
   p.advancedGarminMapping = form.advancedGarminMapping;
   p.kmzTransparency = form.kmzTransparency ? 1 : 0;
-  storeInRange(form.garminDrawOrder, 99, "Draw order must be 01 to 99", p.garminDrawOrder);
-  storeInRange(form.garminJpegQuality, 5, "JPEG quality must be 01 to 99", p.garminJpegQuality);
+  storeInRange(form.garminDrawOrder, garminDrawOrders, "Draw order must be 01 to 99", p.garminDrawOrder);
+  storeInRange(form.garminJpegQuality, garminJpegQualities, "JPEG quality must be 01 to 99", p.garminJpegQuality);
   p.degreeFormat = form.degreeFormat;
   preferencesChanged = true;
 }

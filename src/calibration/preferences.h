@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "support/numbers.h"
+
 namespace vellandra {
 
 /// The settings kept in `calconv.ini`.
@@ -23,6 +25,9 @@ struct Preferences {
   std::int16_t kmzTransparency = 1;
   bool operator==(const Preferences&) const = default;
 };
+/// What the preferences dialog takes.
+inline constexpr NumberRange tileSides{1, 32767}, garminDrawOrders{1, 99}, garminJpegQualities{1, 5};
+
 extern Preferences preferences;
 extern bool preferencesChanged;
 
@@ -45,7 +50,8 @@ struct PreferencesForm {
   std::uint8_t degreeFormat;
 };
 
-/// Stores the dialog's values; one that is not allowed is told in a message box and not stored.
+/// Stores the dialog's values, numbers rounded half to even; one that is not allowed is told in a message box and not
+/// stored.
 void storePreferences(const PreferencesForm& form);
 
 }  // namespace vellandra

@@ -195,16 +195,9 @@ void logCheck(const Calibration& c, const ReferencePair& pair, const Journal& jo
 
 }  // namespace
 
-std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::string& inputType,
+std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::optional<ReferencePair>& fixed,
                                                  const Journal& journal) {
-  ReferencePair pair;
-  if (inputType == "tfw" && map.pointCount >= 3) {
-    pair = {1, 3};
-  } else if (inputType == "mcd" && map.pointCount >= 4) {
-    pair = {1, 4};
-  } else {
-    pair = searchPair(map, journal);
-  }
+  ReferencePair pair = fixed && map.pointCount >= fixed->j ? *fixed : searchPair(map, journal);
   if (pair.i == 0 || pixelDistance(map, pair) == 0) furthestApart(map, pair);
   if (pair.i == 0 || pixelDistance(map, pair) == 0) return std::nullopt;
   return pair;

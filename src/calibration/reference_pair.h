@@ -15,10 +15,10 @@ struct ReferencePair {
   bool alignedWithGrid = false;
 };
 
-/// Points 1 and 3 for type "tfw", 1 and 4 for "mcd"; else the pair with the largest |difference in longitude| times
-/// |difference in latitude| of points 1 to 30, the earlier on a tie, and without such a pair the one furthest apart in
-/// pixels. Nothing when no two points have distinct pixels.
-std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::string& inputType,
+/// The pair that `fixed` names when there are so many points; else the pair with the largest |difference in longitude|
+/// times |difference in latitude| of points 1 to 30, the earlier on a tie, and without such a pair the one furthest
+/// apart in pixels. Nothing when no two points have distinct pixels.
+std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::optional<ReferencePair>& fixed,
                                                  const Journal& journal);
 
 /// Ground distance of the pair on the UTM plane of its mean longitude, over its distance in pixels.

@@ -5,6 +5,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
 #include "formats/image_identification.h"
@@ -86,7 +87,7 @@ ReadResult readGmi(const std::string& path) {
   return result;
 }
 
-WriteOutcome writeGmi() {
+WriteOutcome writeGmi(const std::string& stem) {
   const Calibration& c = calibration;
   reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
@@ -97,7 +98,7 @@ WriteOutcome writeGmi() {
   content += line("Border and Scale");
   content += line(borderLine());
   content += scaleLine();
-  return writeCalibrationFile(outputPath(".gmi"), content);
+  return writeCalibrationFile(stem + ".gmi", content);
 }
 
 }  // namespace vellandra

@@ -1,8 +1,12 @@
 #include "formats/image_identification.h"
 
+#include <utility>
+
 #include "calibration/log.h"
+#include "calibration/messages.h"
 #include "calibration/pickers.h"
 #include "raster/bitmap.h"
+#include "raster/image_file.h"
 #include "support/numbers.h"
 #include "support/paths.h"
 #include "support/text.h"
@@ -11,17 +15,44 @@
 namespace vellandra {
 namespace {
 
-std::string findImage(const std::string& path) {
-  std::string found = findFile(path);
-  const std::string stem = path.substr(0, path.size() - fileName(path).size()) + splitPath(path).base;
-  for (const char* extension : {".png", ".jpg", ".bmp", ".tif", ".gif"}) {
-    if (!found.empty()) break;
-    found = findFile(stem + extension);
+std::string stemOf(const std::string& path) {
+  return path.substr(0, path.size() - fileName(path).size()) + splitPath(path).base;
+}
+
+struct FoundImage {
+  std::string path;
+  ImageSize size;
+};
+
+/// The image at `path`, or with another extension in its place; `unreadable` gets the path of a file that is none.
+std::optional<FoundImage> findImageAt(const std::string& path, std::string& unreadable) {
+  const std::string stem = stemOf(path);
+  for (const std::string& tried : {path, stem + ".png", stem + ".jpg", stem + ".bmp", stem + ".tif", stem + ".gif"}) {
+    const std::string found = findFile(tried);
+    if (found.empty()) continue;
+    if (const std::optional<ImageSize> size = imageSize(found)) return FoundImage{found, *size};
+    if (imageTypeOf(found) != nullptr) unreadable = found;
   }
-  if (!found.empty()) return found;
+  return std::nullopt;
+}
+
+std::optional<FoundImage> findImage(const std::string& path, const std::vector<std::string>& others) {
+  std::string unreadable;
+  if (std::optional<FoundImage> image = findImageAt(path, unreadable)) return image;
+  for (const std::string& other : others) {
+    std::optional<FoundImage> image = findImageAt(other, unreadable);
+    if (!image) continue;
+    showMessage("There is no image " + path + ", taken is " + std::string(fileName(image->path)));
+    return image;
+  }
+  if (!unreadable.empty()) tell("Unable to read image " + unreadable);
   userInterface().messageBox(
-      {"Identify image file associated with\n" + stem + ".png", "Vellandra", Buttons::ok, Icon::question});
-  return findFile(getifile());
+      {"Identify image file associated with\n" + stemOf(path) + ".png", "Vellandra", Buttons::ok, Icon::question});
+  const std::string chosen = findFile(getifile());
+  if (chosen.empty()) return std::nullopt;
+  if (const std::optional<ImageSize> size = imageSize(chosen)) return FoundImage{chosen, *size};
+  tell("Unable to read image " + chosen);
+  return std::nullopt;
 }
 
 /// `side` is "width" or "height".
@@ -33,21 +64,15 @@ void compareSize(const char* side, std::int16_t stated, std::int16_t actual) {
 
 }  // namespace
 
-void getidata(std::string& path, std::int16_t& width, std::int16_t& height) {
+void getidata(std::string& path, std::int16_t& width, std::int16_t& height, const std::vector<std::string>& others) {
   writeLog("getidata " + path);
-  const std::int16_t statedWidth = width;
-  const std::int16_t statedHeight = height;
-  width = height = 0;
-  path = findImage(path);
-  if (path.empty()) return;
-  const std::optional<ImageSize> size = imageSize(path);
-  if (!size) {
-    tell("Unable to read image " + path);
-    path.clear();
-    return;
-  }
-  width = toInt16(size->width);
-  height = toInt16(size->height);
+  const std::int16_t statedWidth = std::exchange(width, std::int16_t{0});
+  const std::int16_t statedHeight = std::exchange(height, std::int16_t{0});
+  const std::optional<FoundImage> image = findImage(std::exchange(path, {}), others);
+  if (!image) return;
+  path = image->path;
+  width = toInt16(image->size.width);
+  height = toInt16(image->size.height);
   compareSize("width", statedWidth, width);
   compareSize("height", statedHeight, height);
 }

@@ -72,9 +72,8 @@ ReadResult readJpr(const std::string& path) {
   return result;
 }
 
-WriteOutcome writeJpr() {
-  const std::optional<std::string> path = outputPathUnlessInput("jpr", ".jpr");
-  return path ? writeCalibrationFile(*path, jprContent()) : WriteOutcome::skipped;
+WriteOutcome writeJpr(const std::string& stem) {
+  return writeCalibrationFile(stem + ".jpr", jprContent());
 }
 
 }  // namespace vellandra

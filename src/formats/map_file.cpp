@@ -6,7 +6,9 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/points.h"
+#include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "geodesy/datum.h"
@@ -322,12 +324,6 @@ std::string mapContent(const ImageNames& image) {
   return content;
 }
 
-WriteOutcome writeUnasked(const std::string& path, const std::string& content) {
-  if (writeWholeFile(path, content)) return WriteOutcome::written;
-  tell("unable to write " + path);
-  return WriteOutcome::failed;
-}
-
 }  // namespace
 
 ReadResult readMap(const std::string& path) {
@@ -352,15 +348,21 @@ ReadResult readMap(const std::string& path) {
   closePointGaps();
   completeRectangle(map, grid, result.datumIndex);
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
+  if (!map.imagePath.empty()) result.otherImages.push_back(imageBeside(path, map.imagePath));
   logPointCount();
   return result;
 }
 
-WriteOutcome putmap(const std::optional<std::string>& folder) {
+WriteOutcome writeMap(const std::string& stem) {
+  return writeCalibrationFile(stem + ".map", mapContent(imageNamesOfRun()));
+}
+
+WriteOutcome putmap(const std::string& folder) {
   const std::string& image = calibration.imagePath;
-  if (folder) return writeUnasked(*folder + "/" + splitPath(image).base + ".map", mapContentBeside(image));
-  const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+  const std::string path = folder + "/" + splitPath(image).base + ".map";
+  if (writeWholeFile(path, mapContentBeside(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 std::string mapPathBeside(const std::string& imagePath) {

@@ -172,7 +172,6 @@ ReadResult readMcd(const std::string& path) {
   constexpr const char* title = "MCD Input";
   ReadResult result;
   result.stopped = true;
-  driver.inputIsWindows1252 = false;  // numbers have no encoding
   Rectangle rectangle{};
   const std::string fault = parse(TextFile(path).content(), rectangle);
   if (!fault.empty()) {
@@ -188,10 +187,10 @@ ReadResult readMcd(const std::string& path) {
   unwrapLongitude(rectangle);
   placePoints(rectangle);
   logPointCount();
-  return {matchDatum(wgs84Name), false, -1};
+  return {matchDatum(wgs84Name)};
 }
 
-WriteOutcome writeMcd() {
+WriteOutcome writeMcd(const std::string& stem) {
   const Rectangle rectangle = imageRectangle();
   if (rectangle.inDegrees && !(reachesPoleAtMost(rectangle.first) && reachesPoleAtMost(rectangle.opposite))) {
     showMessage("No .mcd file is written: a corner of the image lies beyond a pole");
@@ -203,7 +202,7 @@ WriteOutcome writeMcd() {
     showMessage("The .mcd file cannot hold the rotation of this map: corners are up to " + formatNumber(off, "###0.0") +
                 " pixels off");
   }
-  return writeCalibrationFile(outputPath(".mcd"), mcdContent(rectangle));
+  return writeCalibrationFile(stem + ".mcd", mcdContent(rectangle));
 }
 
 }  // namespace vellandra

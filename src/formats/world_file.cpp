@@ -8,6 +8,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "formats/image_identification.h"
@@ -175,12 +176,10 @@ ReadResult readWorldFile(const std::string& path) {
   const std::optional<Grid> grid = gridOf(*world);
   if (!grid) return result;
   placeCorners(world->terms, *grid);
-  return {grid->datumIndex, false, -1};
+  return {grid->datumIndex};
 }
 
-WriteOutcome writeWorldFile() {
-  const std::optional<std::string> path = outputPathUnlessInput("tfw", ".tfw");
-  if (!path) return WriteOutcome::skipped;
+WriteOutcome writeWorldFile(const std::string& stem) {
   reportLostProjection(".tfw");
   const WorldFileTerms& t = driver.worldFile;
   const std::array<std::string, 6> terms = {scaleTerm(t.A), scaleTerm(t.D),  scaleTerm(t.B),
@@ -192,7 +191,7 @@ WriteOutcome writeWorldFile() {
     rounded[i] = parseNumber(terms[i]);
   }
   reportRounding(t, {rounded[0], rounded[1], rounded[2], rounded[3], rounded[4], rounded[5]});
-  return writeCalibrationFile(*path, content);
+  return writeCalibrationFile(stem + ".tfw", content);
 }
 
 }  // namespace vellandra

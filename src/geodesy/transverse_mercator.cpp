@@ -1,5 +1,6 @@
 #include "geodesy/transverse_mercator.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -91,6 +92,32 @@ void fromGrid(const TransverseMercator& projection, double easting, double north
   const double E = easting - projection.E0, E2 = E * E;
   lat = (phi - E2 * (VII - E2 * (VIII - E2 * IX))) / degToRad;
   lon = (projection.lon0 * degToRad + E * (X - E2 * (XI - E2 * (XII - E2 * XIIA)))) / degToRad;
+}
+
+void fromGridFar(const TransverseMercator& projection, double easting, double northing, double& lat, double& lon) {
+  const double n = projection.n, n2 = n * n, n3 = n2 * n, n4 = n3 * n;
+  const std::array<double, 4> beta = {n / 2 - 2.0 / 3 * n2 + 37.0 / 96 * n3 - n4 / 360,
+                                      n2 / 48 + n3 / 15 - 437.0 / 1440 * n4, 17.0 / 480 * n3 - 37.0 / 840 * n4,
+                                      4397.0 / 161280 * n4};
+  const std::array<double, 4> delta = {2 * n - 2.0 / 3 * n2 - 2 * n3 + 116.0 / 45 * n4,
+                                       7.0 / 3 * n2 - 8.0 / 5 * n3 - 227.0 / 45 * n4, 56.0 / 15 * n3 - 136.0 / 35 * n4,
+                                       4279.0 / 630 * n4};
+  const double rectifyingRadius = projection.aF0 / (1 + n) * (1 + n2 / 4 + n4 / 64);
+  const double xi = (northing - projection.N0) / rectifyingRadius;
+  const double eta = (easting - projection.E0) / rectifyingRadius;
+  double xiOnSphere = xi, etaOnSphere = eta;
+  for (std::size_t j = 0; j < beta.size(); ++j) {
+    const double multiple = 2 * (static_cast<double>(j) + 1);
+    xiOnSphere -= beta[j] * std::sin(multiple * xi) * std::cosh(multiple * eta);
+    etaOnSphere -= beta[j] * std::cos(multiple * xi) * std::sinh(multiple * eta);
+  }
+  const double conformal = std::asin(std::sin(xiOnSphere) / std::cosh(etaOnSphere));
+  double phi = conformal;
+  for (std::size_t j = 0; j < delta.size(); ++j) {
+    phi += delta[j] * std::sin(2 * (static_cast<double>(j) + 1) * conformal);
+  }
+  lat = phi / degToRad;
+  lon = projection.lon0 + std::atan2(std::sinh(etaOnSphere), std::cos(xiOnSphere)) / degToRad;
 }
 
 }  // namespace vellandra

@@ -55,7 +55,9 @@ void UtmToLatLong(std::int16_t zone, double northing, double easting, double dA,
                                       .lon0 = static_cast<double>(centralMeridian(zone)),
                                       .E0 = falseEasting,
                                       .N0 = 0};
-  fromGrid(projection, easting, northing, lat, lon);
+  constexpr double usualSpan = 250000;  // metres from the meridian: both series agree to millimetres there
+  const auto inverse = std::abs(easting - falseEasting) <= usualSpan ? fromGrid : fromGridFar;
+  inverse(projection, easting, northing, lat, lon);
 }
 
 char utmBandLetter(double lat) {

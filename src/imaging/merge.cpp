@@ -7,15 +7,14 @@
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
-#include "imaging/row_bands.h"
+#include "imaging/merge_question.h"
 #include "imaging/saved_map.h"
 #include "support/numbers.h"
+#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
 namespace {
-
-constexpr int savedColors = 128;
 
 /// One side: its calibration goes to `map`, the names of its files are added to `files`. An empty image, with the
 /// person told, when it cannot be opened.
@@ -48,7 +47,9 @@ class Dialog {
     while (true) {
       question_.merged = static_cast<bool>(result_.image);
       question_.preview = pictureOf(question_.merged ? result_.image : maps_.base, previewSide);
-      const MergeAnswer answer = userInterface().askMerge(question_);
+      question_.answer = {};
+      userInterface().askMerge(question_);
+      const MergeAnswer& answer = question_.answer;
       if (answer.action == MergeAnswer::Action::close) {
         if (mayClose()) return;
       } else if (answer.action == MergeAnswer::Action::save) {
@@ -70,7 +71,7 @@ class Dialog {
   bool merge(const MergeAnswer& answer) {
     question_.percentage = answer.percentage;
     question_.enlarge = answer.enlarge;
-    const std::optional<double> percentage = percentageFrom(answer.percentage, 0, 100);
+    const std::optional<double> percentage = numberIn(answer.percentage, mergeWeights);
     if (!percentage) {
       tell("Transparency must be 0 to 100");
       return true;
@@ -87,7 +88,7 @@ class Dialog {
     const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
     userInterface().showBusy(true);
-    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, savedColors, 0);
+    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
     userInterface().showBusy(false);
     writeLog("Quantize for save");
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;

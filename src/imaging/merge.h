@@ -6,8 +6,12 @@
 #include "imaging/merge_sides.h"
 #include "imaging/saved_map.h"
 #include "raster/bitmap.h"
+#include "support/numbers.h"
 
 namespace vellandra {
+
+/// The weight of the merge map, in per cent.
+inline constexpr NumberRange mergeWeights{0, 100};
 
 /// The two maps of a merge, each with its own calibration; images of 24 bits.
 struct MergeMaps {

@@ -11,6 +11,7 @@
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "imaging/saved_map.h"
+#include "raster/pixel_rectangle.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
 
@@ -69,7 +70,7 @@ bool rescaleMap() {
   if (!calibrated()) return false;
   const std::optional<std::string> text = userInterface().askText("Scale percentage, 10 to 90", "50");
   if (!text) return false;
-  const std::optional<double> percentage = percentageFrom(*text, 10, 90);
+  const std::optional<double> percentage = numberIn(*text, {10, 90});
   if (!percentage) {
     tell("scale percentage must be 10 to 90");
     return false;
@@ -97,27 +98,27 @@ bool rescaleMap() {
 
 bool cropMap() {
   if (!calibrated()) return false;
-  const std::optional<PixelRectangle> part =
-      userInterface().askRectangle("Part of the map to keep", calibration.imageWidth, calibration.imageHeight);
-  if (!part) return false;
+  PixelRectangle part;
+  userInterface().askRectangle(part);
+  if (part == PixelRectangle()) return false;
   Bitmap loaded;
   const Bitmap& image = openImage(loaded);
   if (!image) return false;
-  if (!isInside(*part, image)) {
+  if (!isInside(part, image)) {
     tell("The part to keep must lie inside the map");
     return false;
   }
   const std::optional<std::string> path = askWhereToSave(filesOfOpenMap());
   if (!path) return false;
-  Bitmap cropped = copyRectangle(image, part->left, part->top, part->right, part->bottom);
+  Bitmap cropped = copyRectangle(image, part.left, part.top, part.right, part.bottom);
   if (!canSave(ImageFormat::png, cropped)) cropped = convertTo24Bits(cropped);
   if (!cropped) {
     tell("Unable to allocate memory for cropped map");
     return false;
   }
   PixelMapping mapping;
-  mapping.fromX = part->left;
-  mapping.fromY = part->top;
+  mapping.fromX = part.left;
+  mapping.fromY = part.top;
   return saveCopy(cropped, mapping, *path, "Done cropping");
 }
 

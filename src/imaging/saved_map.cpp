@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <string_view>
 
+#include "calibration/format_row.h"
 #include "calibration/messages.h"
 #include "calibration/open_map.h"
 #include "calibration/pickers.h"
 #include "calibration/preferences.h"
-#include "formats/format_table.h"
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "support/files.h"
-#include "support/numbers.h"
 #include "support/paths.h"
 #include "support/user_interface.h"
 
@@ -30,12 +28,15 @@ bool isOneOf(const MapFiles& files, const std::string& path) {
 /// The calibrations beside an image that are named after it, but for its ".map".
 std::string otherCalibrationsOf(const std::string& path) {
   const PathParts image = splitPath(path);
+  const FormatRow* saved = formatOf(mapPathBeside(path));
   std::string names;
-  for (const ReaderRow& row : readerTable()) {
-    if (std::string_view(row.type) == "map") continue;
-    for (const std::string& ending : {"." + std::string(row.extension), "_png." + std::string(row.extension)}) {
-      const std::string file = findFile(image.folder + image.base + ending);
-      if (!file.empty()) names += (names.empty() ? "" : ", ") + std::string(fileName(file));
+  for (const FormatRow& format : formatTable().rows) {
+    if (&format == saved) continue;
+    for (const Ending& ending : format.endings) {
+      for (const std::string tail : {".", "_png."}) {
+        const std::string file = findFile(image.folder + image.base + tail + ending.extension);
+        if (!file.empty()) names += (names.empty() ? "" : ", ") + std::string(fileName(file));
+      }
     }
   }
   return names;
@@ -77,16 +78,6 @@ bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string&
   if (mapImage.path == path) mapImage = MapImage();  // what is on show is not in that file any more
   previous.keepNew();
   return true;
-}
-
-std::optional<double> percentageFrom(const std::string& text, double lowest, double highest) {
-  try {
-    const double value = parseNumber(text);
-    if (beginsWithNumber(text) && value >= lowest && value <= highest) return value;
-  } catch (const Overflow&) {
-    return std::nullopt;
-  }
-  return std::nullopt;
 }
 
 }  // namespace vellandra

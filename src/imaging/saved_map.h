@@ -23,7 +23,4 @@ std::optional<std::string> askWhereToSave(const MapFiles& inUse);
 /// be written.
 bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string& path);
 
-/// What the person typed as a percentage, if it is a number from `lowest` to `highest`.
-std::optional<double> percentageFrom(const std::string& text, double lowest, double highest);
-
 }  // namespace vellandra

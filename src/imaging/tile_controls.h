@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "support/user_interface.h"
+#include "raster/pixel_rectangle.h"
 
 namespace vellandra {
 
@@ -11,6 +11,8 @@ namespace vellandra {
 /// are written. Tiles are numbered from 1, column by column, from the top down in a column.
 class TileControls {
  public:
+  static constexpr int mostTiles = 1000;  ///< of a map; with more, none is written
+
   virtual ~TileControls() = default;
 
   /// The counts as asked for; one below 1 becomes 1. Of tiles of a whole size there can be fewer.
@@ -36,9 +38,9 @@ class TileControls {
   /// Throws SubscriptOutOfRange for a number outside 1 to `tileCount()`.
   virtual PixelRectangle tile(std::int64_t number) const = 0;
 
-  /// Whether tile `number` is written; true for a number past 1000, with which nothing is written at all.
+  /// Whether tile `number` is written; true for a number past `mostTiles`.
   virtual bool isTicked(std::int64_t number) const = 0;
-  /// Ticks tile `number` or crosses it out. Does nothing for a number outside 1 to 1000.
+  /// Ticks tile `number` or crosses it out. Does nothing for a number outside 1 to `mostTiles`.
   virtual void toggle(std::int64_t number) = 0;
   /// The tile under (x, y) of the picture, which shows the whole map scaled to `pictureWidth` x `pictureHeight`; 0
   /// beside it.

@@ -53,9 +53,9 @@ bool isBelowOneTile(std::int32_t imageWidth, std::int32_t imageHeight, TileSize 
 
 TileGrid garminTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size) {
   const TileGrid grid(imageWidth, imageHeight, size);
-  if (grid.count() > largestGarminTileCount) {
+  if (grid.count() > TileControls::mostTiles) {
     throw SubscriptOutOfRange(std::to_string(grid.count()) + " tiles, more than " +
-                              std::to_string(largestGarminTileCount));
+                              std::to_string(TileControls::mostTiles));
   }
   return grid;
 }
@@ -90,7 +90,7 @@ void GarminTileControls::setCounts(int across, int down) {
 }
 
 bool GarminTileControls::isTicked(std::int64_t number) const {
-  return number < 1 || number > largestGarminTileCount || !crossed_[static_cast<std::size_t>(number - 1)];
+  return number < 1 || number > mostTiles || !crossed_[static_cast<std::size_t>(number - 1)];
 }
 
 std::int64_t GarminTileControls::tileAt(double x, double y, double pictureWidth, double pictureHeight) const {
@@ -98,7 +98,7 @@ std::int64_t GarminTileControls::tileAt(double x, double y, double pictureWidth,
 }
 
 void GarminTileControls::toggle(std::int64_t number) {
-  if (number < 1 || number > largestGarminTileCount) return;
+  if (number < 1 || number > mostTiles) return;
   bool& crossed = crossed_[static_cast<std::size_t>(number - 1)];
   crossed = !crossed;
 }

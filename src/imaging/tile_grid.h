@@ -37,14 +37,11 @@ class TileGrid {
   std::int32_t across_, down_;
 };
 
-/// The most tiles a Garmin Custom Map is cut into.
-constexpr int largestGarminTileCount = 1000;
-
 /// Whether the image's area is below one tile's, whatever its shape; a Garmin Custom Map is then one tile, of the
 /// image's size.
 bool isBelowOneTile(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
 
-/// Throws SubscriptOutOfRange for more than 1000 tiles.
+/// Throws SubscriptOutOfRange for more tiles than a Garmin Custom Map may have.
 TileGrid garminTileGrid(std::int32_t imageWidth, std::int32_t imageHeight, TileSize size);
 
 /// TrekBuddy's tile positions are 16-bit numbers: throws Overflow for an image past 32767 pixels.
@@ -76,7 +73,7 @@ class GarminTileControls : public TileControls {
   std::int32_t imageWidth_, imageHeight_;
   TileSize preferred_, size_;
   std::int32_t across_, down_;
-  std::array<bool, largestGarminTileCount> crossed_{};
+  std::array<bool, mostTiles> crossed_{};
   bool confirmed_ = false;
 };
 

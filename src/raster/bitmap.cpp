@@ -37,7 +37,6 @@ namespace {
 using Access = BitmapAccess;
 
 constexpr std::int64_t largestSide = 32767;
-constexpr int tileColors = 128;
 
 FREE_IMAGE_FORMAT identifier(ImageFormat format) {
   return static_cast<FREE_IMAGE_FORMAT>(format);
@@ -245,7 +244,7 @@ Bitmap LoadQuantized(const std::string& path) {
   const Busy busy;
   Bitmap loaded = LoadImageByExtension(path);
   showMessage("Rebuilding palette, please wait...");
-  Bitmap reduced = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, tileColors, 0);
+  Bitmap reduced = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, reducedColors, 0);
   if (reduced) return reduced;
   showMessage(path + "already quantized");
   return loaded;

@@ -69,8 +69,11 @@ std::optional<ImageSize> imageSize(const std::string& path);
 /// Throws Overflow for an image past 32767 pixels, before its pixels are decoded.
 Bitmap LoadImageByExtension(const std::string& path);
 
-/// Loads as above and reduces the image to 128 colours, with the hourglass and a line in the message panel. The image
-/// as loaded when it cannot be reduced, which the panel says.
+/// Colours of the maps that are reduced before they are written: tiles, and merged maps.
+inline constexpr int reducedColors = 128;
+
+/// Loads as above and reduces the image to `reducedColors`, with the hourglass and a line in the message panel. The
+/// image as loaded when it cannot be reduced, which the panel says.
 Bitmap LoadQuantized(const std::string& path);
 
 /// `bitmap` with a palette of `paletteSize` colours (brought to 2 to 256), of which the last `reserveSize` come from

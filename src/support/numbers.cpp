@@ -142,6 +142,18 @@ bool beginsWithNumber(std::string_view text) {
   return !(end - behind >= 2 && behind[0] == ',' && isDigit(behind[1]));
 }
 
+std::optional<double> numberIn(std::string_view text, NumberRange range) {
+  const std::string_view number = leadingNumber(text);
+  const std::string_view all = trim(text);
+  if (number.empty() || number.data() + number.size() != all.data() + all.size()) return std::nullopt;
+  try {
+    const double value = parseNumber(number);
+    return value >= range.least && value <= range.most ? std::optional(value) : std::nullopt;
+  } catch (const Overflow&) {
+    return std::nullopt;
+  }
+}
+
 std::int16_t parseInt16(std::string_view text) {
   return parseInteger<std::int16_t>(text);
 }

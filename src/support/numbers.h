@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,15 @@ double parseNumber(std::string_view text);
 /// True when `text`, trimmed, begins with a number in the sense of `parseNumber`. A decimal comma makes it none: "35,5"
 /// would be read as 35.
 bool beginsWithNumber(std::string_view text);
+
+/// What a person may give, both ends included.
+struct NumberRange {
+  int least, most;
+};
+
+/// The number that a person typed, blanks around it left aside: nothing when `text` is no number, holds anything else
+/// ("300px", "50 %", "35,5"), or lies outside `range`. A dialog that warns beforehand asks this as well.
+std::optional<double> numberIn(std::string_view text, NumberRange range);
 
 /// `parseNumber`, rounded half to even. Throw Overflow when the result does not fit.
 std::int16_t parseInt16(std::string_view text);

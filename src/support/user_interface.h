@@ -8,6 +8,8 @@
 namespace vellandra {
 
 class TileControls;
+struct MergeQuestion;
+struct PixelRectangle;
 
 enum class Buttons { ok, okCancel, yesNo };
 enum class Icon { none, question, warning, error };
@@ -42,29 +44,6 @@ struct Picture {
   std::vector<std::uint8_t> pixels;
 };
 
-/// The dialog "Merge Maps" as it opens, and again after each of its actions.
-struct MergeQuestion {
-  std::string expandCaption;      ///< beside the box for enlarging the base map
-  bool merged = false;            ///< there is a result, which can be saved
-  std::string percentage = "50";  ///< the field labelled transparency, as it was left
-  bool enlarge = false;           ///< the box, as it was left
-  Picture preview;                ///< the base map, or the result, scaled down
-};
-
-struct MergeAnswer {
-  enum class Action { close, merge, save };
-  Action action = Action::close;
-  std::string percentage;  ///< as typed
-  bool enlarge = false;    ///< the base map is enlarged first
-};
-
-/// Columns `left` to `right` - 1 and rows `top` to `bottom` - 1 of an image.
-struct PixelRectangle {
-  int left = 0, top = 0, right = 0, bottom = 0;
-  bool isEmpty() const { return left >= right || top >= bottom; }
-  bool operator==(const PixelRectangle&) const = default;
-};
-
 /// Which commands of the main window can be used.
 struct MenuStates {
   bool calibratedImage = false;  ///< an image is loaded and its calibration fits
@@ -90,21 +69,20 @@ class UserInterface {
   /// British grid).
   virtual WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) = 0;
 
-  // Questions that only commands in windows ask; elsewhere they take their harmless answer.
+  // Questions that only commands in windows ask; elsewhere they take their harmless answer. What the person changes may
+  // be of a type that is none of the port's.
 
   /// "Merge Maps": what the person wants done next.
-  virtual MergeAnswer askMerge(const MergeQuestion&) { return {}; }
+  virtual void askMerge(MergeQuestion& /*question*/) {}
 
   /// "Garmin Tile controls": the person changes `controls` and confirms them, or closes the dialog without.
   virtual void askGarminTiles(TileControls& /*controls*/) {}
 
+  /// The part of the open map's image to keep, which need not lie in it; all 0, as it was, when cancelled.
+  virtual void askRectangle(PixelRectangle& /*part*/) {}
+
   /// A line of text, as typed, with `initial` to start from; nothing when cancelled.
   virtual std::optional<std::string> askText(const std::string& /*prompt*/, const std::string& /*initial*/) {
-    return std::nullopt;
-  }
-
-  /// A part of an image of `width` x `height` pixels, which the answer need not lie in; nothing when cancelled.
-  virtual std::optional<PixelRectangle> askRectangle(const std::string& /*prompt*/, int /*width*/, int /*height*/) {
     return std::nullopt;
   }
 

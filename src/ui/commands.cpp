@@ -34,7 +34,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   calibration.imageHeight = height;
   splitInputPath(path);
   driver.inputPath = path;
-  driver.inputType.clear();
+  driver.inputFormat = nullptr;
   driver.inputIsWindows1252 = false;
   driver.transformValid = false;
   driver.calibrationPending = false;
@@ -130,7 +130,7 @@ bool mnuvc(const Viewer& viewer) {
   if (!viewer(ViewerMode::view).recalculate) return true;
   if (calibration.pointCount >= 2) {
     showMessage("Recalculating...........................");
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
   }
   return calculate();
 }

@@ -18,6 +18,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "calibration/calibration.h"
 #include "calibration/driver.h"
@@ -40,23 +41,18 @@ constexpr const char* recentKey = "recentFiles";
 constexpr int mostRecentFiles = 8;
 constexpr int longestRecentText = 70;  // average characters
 
-constexpr const char* calibrationEndings[] = {"map", "gux", "tfw", "jgw", "pgw", "jpr", "cal", "gmi", "mcd", "imp"};
 constexpr const char* imageEndings[] = {"png", "bmp", "jpg", "gif", "tif"};
 
-template <typename List>
-bool endsWithOneOf(const QString& path, const List& endings) {
+bool isImage(const QString& path) {
   const std::string extension = splitPath(pathBytes(path)).extension;
-  for (const char* ending : endings) {
-    if (extension == ending) return true;
-  }
-  return false;
+  return std::ranges::find(imageEndings, extension) != std::end(imageEndings);
 }
 
 /// The one file that is dragged here, when it is one that can be opened.
 QString droppedFile(const QMimeData* data) {
   if (data->urls().size() != 1) return {};
   const QString path = data->urls().constFirst().toLocalFile();
-  return endsWithOneOf(path, calibrationEndings) || endsWithOneOf(path, imageEndings) ? path : QString();
+  return formatOf(pathBytes(path)) != nullptr || isImage(path) ? path : QString();
 }
 
 }  // namespace
@@ -231,9 +227,8 @@ void MainWindow::refreshNextStep() {
     offer(secondButton_, "Load a map image...", "mnulm");
     return;
   }
-  const QString name = QFileInfo(shownPath(calibration.imagePath)).fileName();
-  const QString size = QString("%1, %2 x %3 pixels, %4 %5. ")
-                           .arg(name)
+  const QString size = QFileInfo(shownPath(calibration.imagePath)).fileName() +
+                       QString(", %1 x %2 pixels, %3 %4. ")
                            .arg(calibration.imageWidth)
                            .arg(calibration.imageHeight)
                            .arg(calibration.pointCount)
@@ -265,7 +260,7 @@ void MainWindow::refreshRecentFiles() {
   for (const QString& path : files) {
     const QString text = metrics.elidedText(QDir::toNativeSeparators(path), Qt::ElideMiddle,
                                             metrics.averageCharWidth() * longestRecentText);
-    QAction* entry = recent_->addAction(QString("&%1  %2").arg(++number).arg(QString(text).replace("&", "&&")), this,
+    QAction* entry = recent_->addAction(QString("&%1  ").arg(++number) + QString(text).replace("&", "&&"), this,
                                         [this, path] { openFile(path); });
     entry->setStatusTip(path);
   }
@@ -284,7 +279,7 @@ void MainWindow::rememberFile(const std::string& path) {
 void MainWindow::openFile(const QString& path) {
   run([this, path] {
     const std::string given = pathBytes(path);
-    const bool image = endsWithOneOf(path, imageEndings);
+    const bool image = isImage(path);
     const bool done = image ? mnulm([this](ViewerMode mode) { return view(mode); }, given) : mnufo(given);
     if (done) rememberFile(given);
     return done;
@@ -293,11 +288,11 @@ void MainWindow::openFile(const QString& path) {
 
 void MainWindow::showPanel(const QString& message) {
   if (message.startsWith(shownPanel_) && !shownPanel_.isEmpty()) {
-    const QString added = message.mid(shownPanel_.size()).remove(QChar('\r'));
-    if (!added.isEmpty()) panel_->appendPlainText(added.chopped(added.endsWith(QChar('\n')) ? 1 : 0));
+    const QString added = message.mid(shownPanel_.size()).remove('\r');
+    if (!added.isEmpty()) panel_->appendPlainText(added.chopped(added.endsWith('\n') ? 1 : 0));
   } else {
     QString all = message;
-    panel_->setPlainText(all.remove(QChar('\r')).trimmed());
+    panel_->setPlainText(all.remove('\r').trimmed());
   }
   shownPanel_ = message;
   panel_->moveCursor(QTextCursor::End);
@@ -361,7 +356,7 @@ void MainWindow::showReadme() {
   QDialog dialog(this);
   dialog.setObjectName("readme");
   dialog.setWindowTitle("readme.txt");
-  auto* text = new QPlainTextEdit(QString::fromUtf8(file.readAll()));
+  auto* text = new QPlainTextEdit(shown(file.readAll().toStdString()));
   text->setReadOnly(true);
   text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   text->setAccessibleName("readme.txt");

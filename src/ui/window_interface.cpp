@@ -123,20 +123,24 @@ WorldFileAnswer WindowInterface::askWorldFile(const std::string& lines, const st
   return dialog.answer();
 }
 
-MergeAnswer WindowInterface::askMerge(const MergeQuestion& question) {
-  if (window_ == nullptr) return {};
+void WindowInterface::askMerge(MergeQuestion& question) {
+  if (window_ == nullptr) return;
   auto* open = static_cast<MergeDialog*>(window_->findChild<QDialog*>(MergeDialog::name));
   MergeDialog* dialog = open != nullptr ? open : new MergeDialog(window_);
-  return dialog->ask(question);
+  question.answer = dialog->ask(question);
 }
 
 void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
-  const bool shown = isOnShow(calibration.imagePath);
-  const Bitmap loaded = shown ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
-  const Bitmap& map = shown ? mapImage.bitmap : loaded;
+  const bool inMemory = isOnShow(calibration.imagePath);
+  const Bitmap loaded = inMemory ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
+  const Bitmap& map = inMemory ? mapImage.bitmap : loaded;
   if (!map) return tell("Unable to load map");
   showGarminTileControls(parent(), pictureOf(map, longestPictureSide), controls);
+}
+
+void WindowInterface::askRectangle(PixelRectangle& part) {
+  if (window_ != nullptr && showOpenMap()) part = window_->view(ViewerMode::crop).crop;
 }
 
 std::optional<std::string> WindowInterface::askText(const std::string& prompt, const std::string& initial) {
@@ -148,14 +152,7 @@ std::optional<std::string> WindowInterface::askText(const std::string& prompt, c
   dialog.setTextValue(shown(initial));
   dialog.findChild<QLineEdit*>()->setAccessibleName(shown(prompt));
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-  return dialog.textValue().toStdString();
-}
-
-std::optional<PixelRectangle> WindowInterface::askRectangle(const std::string&, int, int) {
-  if (window_ == nullptr || !showOpenMap()) return std::nullopt;
-  const ViewerResult result = window_->view(ViewerMode::crop);
-  if (result.cropRight == 0 && result.cropBottom == 0) return std::nullopt;
-  return PixelRectangle{result.cropLeft, result.cropTop, result.cropRight, result.cropBottom};
+  return textBytes(dialog.textValue());
 }
 
 void WindowInterface::showPanel(const std::string& message) {
@@ -189,7 +186,7 @@ Picture WindowInterface::clipboardPicture() {
 }
 
 std::string WindowInterface::clipboardText() {
-  return QApplication::clipboard()->text().toStdString();
+  return textBytes(QApplication::clipboard()->text());
 }
 
 }  // namespace vellandra

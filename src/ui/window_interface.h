@@ -24,10 +24,10 @@ class WindowInterface : public UserInterface {
   std::string askSaveFile(const FilePicker& picker) override;
   int chooseDatum(const std::string& prompt, const std::vector<std::string>& names) override;
   WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) override;
-  MergeAnswer askMerge(const MergeQuestion& question) override;
+  void askMerge(MergeQuestion& question) override;
   void askGarminTiles(TileControls& controls) override;
+  void askRectangle(PixelRectangle& part) override;
   std::optional<std::string> askText(const std::string& prompt, const std::string& initial) override;
-  std::optional<PixelRectangle> askRectangle(const std::string& prompt, int width, int height) override;
   void showPanel(const std::string& message) override;
   void showProgress(int done, int total) override;
   void showBusy(bool busy) override;

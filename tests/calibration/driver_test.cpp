@@ -22,12 +22,15 @@ const std::string gmi = "t\narea.png\n400\n300\n0;0;-3;51\n399;0;-2;51\n399;299;
 TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
   const std::string elf("\177ELF\0\1\2\xFF\xFE Point\n\r\0,,,", 20);
   const std::string point4 = "Point04,xy,";
+  const std::string noOzi =
+      "This is not an OziExplorer map calibration: it has neither \"Point\" lines nor a \"Map Projection\" line";
   const std::tuple<const char*, std::string, std::string> rows[] = {
       // told in the last box or as the panel's error
       {"a.xyz", map, "Unsupported calibration type"},
       {"a.jgw2", map, "Unsupported calibration type"},
-      {"empty.map", "", "Unable to proceed without matching image"},
-      {"junk.map", elf, "Unable to proceed without matching image"},
+      {"empty.map", "", noOzi},
+      {"junk.map", elf, noOzi},
+      {"noimage.gux", "", "Unable to proceed without matching image"},
       {"datum.map", mapOn("Atlantis", threePoints), "unable to match input datum ATLANTIS"},
       {"one.map", mapOn("WGS 84", "Point01,xy,1,1,in,deg,50,30,N,3,15,W"), "Insufficient points to proceed"},
       {"point.map", map + point4 + "20,20,in,deg,95,0,N,3,0,W",
@@ -177,7 +180,7 @@ TEST_F(DriverTest, ClipboardImageIsSavedBeforeTheCalibrationsNameIt) {
   mapImage.bitmap = allocate24Bits(400, 300);
   const auto writeWith = [this](const std::string& picked) {
     calibration.imagePath = "clip.board";
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
     person.pickedFiles = {picked};
     return run(writeCalibrations);
   };

@@ -64,7 +64,7 @@ TEST_F(PreferencesTest, DialogRefusesWhatIsOutOfRange) {
   expected.stretchNotRotate = expected.writeWgs84 = expected.advancedGarminMapping = true;
   expected.tileWidth = 300, expected.kmzTransparency = 0, expected.degreeFormat = 2;
   EXPECT_EQ(preferences, expected);
-  storePreferences({false, true, true, "40000", "x", false, true, false, "99", "1", 2});
+  storePreferences({false, true, true, "40000", "300px", false, true, false, "99", "1", 2});
   expected.garminDrawOrder = 99, expected.garminJpegQuality = 1;
   EXPECT_EQ(preferences, expected);
   const std::string height = "Tile height must be 1 to 32767";

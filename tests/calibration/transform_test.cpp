@@ -39,12 +39,12 @@ class TransformTest : public CoreTest {
 
   /// "1 2", also with " aligned", as the reference pair.
   static std::string pairFor(const std::string& type) {
-    const std::optional<ReferencePair> pair = chooseReferencePair(calibration, type, journal);
+    const std::optional<ReferencePair> pair = chooseReferencePair(calibration, formatOf(type)->fixedPair, journal);
     if (!pair) return "none";
     return std::to_string(pair->i) + " " + std::to_string(pair->j) + (pair->alignedWithGrid ? " aligned" : "");
   }
   static void derive(bool stretchNotRotate = false) {
-    deriveTransform(calibration, *chooseReferencePair(calibration, "map", journal), stretchNotRotate, journal);
+    deriveTransform(calibration, *chooseReferencePair(calibration, std::nullopt, journal), stretchNotRotate, journal);
     setMercatorOrdinates(calibration);
   }
   static void fit() { fitTransform(calibration, journal); }
@@ -169,7 +169,7 @@ TEST_F(TransformTest, ReferencePair) {
 TEST_F(TransformTest, WorldFileTermsStretchOnlyARotatedLinearMap) {
   setPoints({{0, 0, 50, 10}, {1000, 0, 49.9, 11}, {1000, 1000, 49, 10.8}, {0, 1000, 49.1, 9.8}});
   fit();
-  const ReferencePair pair = *chooseReferencePair(calibration, "map", journal);
+  const ReferencePair pair = *chooseReferencePair(calibration, std::nullopt, journal);
   EXPECT_NE(worldFileTerms(calibration, pair, false).D, 0);
   const WorldFileTerms stretched = worldFileTerms(calibration, pair, true);
   EXPECT_EQ(stretched.D, 0);
@@ -248,7 +248,7 @@ TEST_F(TrialFitTest, TouchesNothing) {
     givePoints(row.count, 2, row.datum, row.projection, row.west);
     const std::string logBefore = log(), pointsBefore = points();
     calibration.message = "text of the panel";
-    const TrialFit fit = tryFit(calibration, "", false);
+    const TrialFit fit = tryFit(calibration, std::nullopt, false);
     ASSERT_TRUE(fit.valid);
     EXPECT_EQ(log(), logBefore);
     EXPECT_EQ(calibration.message, "text of the panel");
@@ -281,7 +281,7 @@ TEST_F(TrialFitTest, AMapAcross180DegreesIsJoinedHoweverItLies) {
             calibration.points[i].setPosition(latitude, longitude);
             calibration.points[i].datumName = "WGS 84";
           }
-          const TrialFit fit = tryFit(calibration, "", false);
+          const TrialFit fit = tryFit(calibration, std::nullopt, false);
           const std::string name = std::to_string(count) + " points turned by " + std::to_string(turn) +
                                    (mirror < 0 ? " mirrored" : "") + (wholeWorld ? ", whole world" : "");
           ASSERT_TRUE(fit.valid) << name;
@@ -301,22 +301,22 @@ TEST_F(TrialFitTest, WorstPointIsNamedOnlyWhenOneIsWorse) {
   } rows[] = {{"a rectangle shares its error", 4, 2, 0}, {"more points tell", 6, 5, 5}, {"no error", 6, 0, 0}};
   for (const auto& row : rows) {
     givePoints(row.count, row.moved);
-    const Residuals residuals = tryFit(calibration, "", false).residuals;
+    const Residuals residuals = tryFit(calibration, std::nullopt, false).residuals;
     EXPECT_EQ(residuals.worstStandsOut() ? residuals.worst : 0, row.worst) << row.name;
   }
 }
 
 TEST_F(TrialFitTest, PointsThatMakeNoMapAreNoFit) {
   givePoints(1, 0);
-  EXPECT_FALSE(tryFit(calibration, "", false).valid) << "one point";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt, false).valid) << "one point";
   givePoints(4, 0, "NO SUCH DATUM");
-  EXPECT_FALSE(tryFit(calibration, "", false).valid) << "datum";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt, false).valid) << "datum";
   givePoints(4, 0);
   calibration.points[3].latitude = 91;
-  EXPECT_FALSE(tryFit(calibration, "", false).valid) << "off the earth";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt, false).valid) << "off the earth";
   givePoints(4, 0);
   calibration.points[3].setPixel(50000, 1);
-  EXPECT_FALSE(tryFit(calibration, "", false).valid) << "a pixel whose square does not fit";
+  EXPECT_FALSE(tryFit(calibration, std::nullopt, false).valid) << "a pixel whose square does not fit";
 }
 
 }  // namespace

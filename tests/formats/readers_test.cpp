@@ -173,20 +173,23 @@ TEST_F(TiePoints, PastTheLastSlotEndTheReading) {
 TEST_F(TiePoints, OfTheBritishGridBringTheWholeFileToWgs84) {
   const std::string britishPoint = "S CalPoint1 = BRITISH = 250000 390000 = 0 0\n";
   const std::string other = "S CalPoint2 = DEG = N38.5 E13.25 = 9 9\n";
-  EXPECT_EQ(read("gux", "M E    European 1950\n" + britishPoint + other).datumIndex, matchDatum("WGS 84"));
+  ASSERT_TRUE(convert("area.gux", "M E    European 1950\n" + britishPoint + other));
   expectPosition(1, 53.385473509, -4.256880033);
   EXPECT_NEAR(calibration.points[2].latitude, 38.498946416, 2e-7);  // PROJ: intl with towgs84=-87,-98,-121
   EXPECT_NEAR(calibration.points[2].longitude, 13.249135085, 2e-7);
   EXPECT_GT(read("gux", "M E Nowhere\n" + britishPoint).datumIndex, 0);
   EXPECT_EQ(person.datumPrompts.size(), 0U) << "the datum of a file of British points alone does not matter";
   EXPECT_EQ(read("gux", britishPoint + other + "M E   Nowhere").datumIndex, 0);
+  preferences.warnOverwrite = false;
+  preferences.writeWgs84 = true;
   EXPECT_EQ(person.datumPrompts, Texts{"Choose to match : NOWHERE"});
 
-  read("map", mapOn("Ord Srvy Grt Britn",
-                    "Point01,xy,1,2,in,deg,,,N,,,W,grid,SU,30000,80000,N\nPoint02,xy,5,5,in,deg,51,30,N,1,30,W\n"
-                    "Point03,xy,9,2,in,deg,51,0,N,1,0,W\nMMPXY,1,0,0\nMMPLL,1,-1.5,51.5\n",
-                    "(BNG) British National Grid"));
-  EXPECT_EQ(inputDatumName, "WGS 84");
+  ASSERT_TRUE(convert(
+      "area.map", mapOn("Ord Srvy Grt Britn",
+                        "Point01,xy,1,2,in,deg,,,N,,,W,grid,SU,30000,80000,N\nPoint02,xy,5,5,in,deg,51,30,N,1,30,W\n"
+                        "Point03,xy,9,2,in,deg,51,0,N,1,0,W\nMMPXY,1,0,0\nMMPLL,1,-1.5,51.5\n",
+                        "(BNG) British National Grid")));
+  EXPECT_TRUE(fileExists(folder + "areawgs84.map")) << "the file names another datum";
   // cs2cs +proj=longlat +ellps=airy +towgs84=375,-111,431 +to +proj=longlat +datum=WGS84: -1.5 51.5
   for (const int slot : {2, firstCornerSlot}) expectPosition(slot, 51.50043954, -1.50145658);
   expectPosition(1, 51.51807913, -1.56904403);
@@ -220,10 +223,10 @@ TEST_F(TiePoints, ImageAndSizeComeFromTheFileButNoFolder) {
       {"gmi", "title\nC:\\maps\\my.old map.png \n 100 \n200\n", "my.old map.png", "100 200"},
       {"imp", "Bitmap=other.gif\nBitmapWidth= 100\nBitmapHeight=200", "area.png", "100 200"},
       {"jpr", "nm=other.gif\nvp3=100,200", "area.png", "100 200"},
-      {"map", "t\nC:\\secret\\scan.png\n\n", "scan.png", "0 0"},
-      {"map", "t\n../../etc/scan.png\n\nIWH,Map Image Width/Height, 0100,200", "scan.png", "100 200"},
-      {"map", "t\nscan\nD:\\maps\\scan.jpg", "scan.jpg", "0 0"},
-      {"map", "", "x.x", "0 0"},
+      {"map", "t\nC:\\secret\\scan.png\n\nMap Projection,", "scan.png", "0 0"},
+      {"map", "t\n../../etc/scan.png\n\nIWH,Map Image Width/Height, 0100,200\nMap Projection,", "scan.png", "100 200"},
+      {"map", "t\nscan\nD:\\maps\\scan.jpg\nMap Projection,", "scan.jpg", "0 0"},
+      {"map", "Map Projection,", "x.x", "0 0"},
   };
   for (const auto& [extension, content, name, size] : rows) {
     read(extension, content);

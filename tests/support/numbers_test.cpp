@@ -52,6 +52,13 @@ TEST(ParseNumber, TakesTheLeadingNumberOnly) {
   EXPECT_EQ(parseNumber("0." + std::string(400, '0') + "1e+10"), 0);
 }
 
+TEST(NumberIn, TakesANumberOfTheRangeAndNothingBesideIt) {
+  const std::pair<const char*, std::optional<double>> rows[] = {
+      {"1", 1},     {" 33.5\t", 33.5}, {"+100", 100}, {"1e1", 10}, {"0.99", {}}, {"100.01", {}}, {"-5", {}},
+      {"30px", {}}, {"50 %", {}},      {"35,5", {}},  {"3 5", {}}, {"0x10", {}}, {"1e999", {}},  {"", {}}};
+  for (const auto& [text, value] : rows) EXPECT_EQ(numberIn(text, {1, 100}), value) << text;
+}
+
 TEST(ParseInteger, RoundsHalfToEvenAndRefusesWhatDoesNotFit) {
   const std::pair<double, int> halves[] = {{2.5, 2}, {3.5, 4}, {-0.5, 0}, {-1.5, -2}, {-2.5, -2}, {2.4999, 2}};
   for (const auto& [value, rounded] : halves) {

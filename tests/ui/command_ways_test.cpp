@@ -128,7 +128,7 @@ void throwing(WindowTest& t) {
 Step cropping(int right) {
   return [=](WindowTest& t) {
     written(t);
-    t.onMap = [=] { return ViewerResult{false, 10, 20, right, 220}; };
+    t.onMap = [=] { return ViewerResult{false, {10, 20, right, 220}}; };
   };
 }
 void blocked(WindowTest& t) {
@@ -203,7 +203,7 @@ Step windowIs(bool open) {
   return [open](WindowTest& t) { EXPECT_EQ(t.window->isVisible(), open); };
 }
 void fitted(WindowTest&) {
-  EXPECT_EQ(driver.inputType, "zzz");
+  EXPECT_EQ(driver.inputFormat, nullptr);
   EXPECT_NEAR(calibration.tf1, 0.001, 1e-12);
 }
 void goesOn(WindowTest& t) {

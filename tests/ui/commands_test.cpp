@@ -50,13 +50,13 @@ TEST_F(WindowTest, FileDialogsCarryTheirTitleDefaultNameAndFilters) {
        {"Ozi Map files (*.map) (*.map)", "GPSU GUX files (*.gux) (*.gux)", "World files (*.tfw) (*.tfw)",
         "MM JPR files (*.jpr) (*.jpr)", "GMI calibration files(*.gmi) (*.gmi)", "MCD Calibrations (*.mcd) (*.mcd)",
         "World files (*.jgw) (*.jgw)", "World files (*.pgw) (*.pgw)", "Cal files (*.cal) (*.cal)",
-        "CompeGPS files (*.imp) (*.imp)", "All files (*)"}},
+        "CompeGPS files (*.imp) (*.imp)"}},
       {"mnulm",
        "Open image file",
        "*.png",
-       {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)", "All files (*)"}},
-      {"eldf", "Open datums.txt file ", "*.txt", {"Text files(*.txt) (*.txt)", "All files (*)"}},
-      {"mnuel7z", "Find 7z.exe ", "*.exe", {"Exe files(*.exe) (*.exe)", "All files (*)"}},
+       {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)"}},
+      {"eldf", "Open datums.txt file ", "*.txt", {"Text files(*.txt) (*.txt)"}},
+      {"mnuel7z", "Find 7z.exe ", "*.exe", {"Exe files(*.exe) (*.exe)"}},
       {"mnurs", "Save image file  ", "*.png", {"PNG files(*.png) (*.png)"}},
   };
   openWales();
@@ -68,7 +68,8 @@ TEST_F(WindowTest, FileDialogsCarryTheirTitleDefaultNameAndFilters) {
       auto* picker = qobject_cast<QFileDialog*>(dialog);
       ASSERT_NE(picker, nullptr);
       EXPECT_EQ(part<QLineEdit>(picker, "fileNameEdit")->text(), row.name);
-      EXPECT_EQ(picker->nameFilters(), row.filters);
+      EXPECT_EQ(picker->nameFilters().mid(0, row.filters.size()), row.filters) << "others follow";
+      EXPECT_EQ(picker->nameFilters().contains("All files (*)"), !saves);
       EXPECT_TRUE(picker->testOption(QFileDialog::DontConfirmOverwrite)) << "the command asks itself";
       if (saves) static_cast<QDialog*>(picker)->accept();
       EXPECT_TRUE(picker->isVisible()) << "the default name is no file to save";

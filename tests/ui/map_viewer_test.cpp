@@ -300,10 +300,10 @@ TEST_F(MapViewerTest, CropRectangleIsDrawnAdjustedAndConfirmed) {
   QTest::keyClick(canvas, Qt::Key_Return);
   EXPECT_FALSE(viewer->isVisible());
   const ViewerResult result = viewer->viewerResult();
-  EXPECT_EQ(result.cropLeft, 120);
-  EXPECT_NEAR(result.cropTop, 100, 3);
-  EXPECT_NEAR(result.cropRight, 400, 3);
-  EXPECT_EQ(result.cropBottom, 699);
+  EXPECT_EQ(result.crop.left, 120);
+  EXPECT_NEAR(result.crop.top, 100, 3);
+  EXPECT_NEAR(result.crop.right, 400, 3);
+  EXPECT_EQ(result.crop.bottom, 699);
   EXPECT_FALSE(result.recalculate);
 }
 

@@ -17,17 +17,17 @@ constexpr int longestStep = 100;
 
 AdjustPointDialog::AdjustPointDialog(int number, QWidget* parent)
     : QDialog(parent), report_(new QLabel), step_(new QSpinBox) {
-  setWindowTitle(QStringLiteral("Adjust calibration Point"));
+  setWindowTitle("Adjust calibration Point");
   report_->setMinimumWidth(36 * report_->fontMetrics().averageCharWidth());
   step_->setRange(1, longestStep);
-  step_->setSuffix(QStringLiteral(" px"));
-  step_->setAccessibleName(QStringLiteral("Pixels moved at a time"));
-  auto* stepLabel = new QLabel(QStringLiteral("&Step:"));
+  step_->setSuffix(" px");
+  step_->setAccessibleName("Pixels moved at a time");
+  auto* stepLabel = new QLabel("&Step:");
   stepLabel->setBuddy(step_);
 
   auto* cross = new QGridLayout;
   const auto addMove = [&](const char* text, int row, int column, int right, int down) {
-    auto* button = new QPushButton(QString::fromLatin1(text));
+    auto* button = new QPushButton(text);
     button->setAutoRepeat(true);
     button->setAutoDefault(false);
     cross->addWidget(button, row, column);
@@ -40,9 +40,9 @@ AdjustPointDialog::AdjustPointDialog(int number, QWidget* parent)
   addMove("&Up", 0, 1, 0, -1);
   addMove("&Down", 2, 1, 0, 1);
 
-  auto* keep = new QPushButton(QStringLiteral("&OK"));
-  auto* remove = new QPushButton(QStringLiteral("D&elete"));
-  auto* cancel = new QPushButton(QStringLiteral("&Cancel"));
+  auto* keep = new QPushButton("&OK");
+  auto* remove = new QPushButton("D&elete");
+  auto* cancel = new QPushButton("&Cancel");
   keep->setDefault(true);
   for (QPushButton* button : {remove, cancel}) button->setAutoDefault(false);
   auto* buttons = new QHBoxLayout;
@@ -55,7 +55,7 @@ AdjustPointDialog::AdjustPointDialog(int number, QWidget* parent)
   stepRow->addWidget(step_);
   stepRow->addStretch();
   auto* layout = new QVBoxLayout(this);
-  auto* heading = new QLabel(QStringLiteral("Point %1").arg(number));
+  auto* heading = new QLabel(QString("Point %1").arg(number));
   QFont bold = heading->font();
   bold.setBold(true);
   heading->setFont(bold);

@@ -12,7 +12,6 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <array>
-#include <vector>
 
 #include "geodesy/datum.h"
 #include "support/text.h"
@@ -27,25 +26,25 @@ constexpr int shownDatums = 9;
 
 CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& settings, QWidget* parent)
     : QDialog(parent),
-      degrees_(new QRadioButton(QStringLiteral("&Degrees/Minutes/Seconds"))),
-      british_(new QRadioButton(QStringLiteral("OS &Great Britain"))),
-      irish_(new QRadioButton(QStringLiteral("&Irish grid"))),
-      utm_(new QRadioButton(QStringLiteral("&UTM zone"))),
+      degrees_(new QRadioButton("&Degrees/Minutes/Seconds")),
+      british_(new QRadioButton("OS &Great Britain")),
+      irish_(new QRadioButton("&Irish grid")),
+      utm_(new QRadioButton("&UTM zone")),
       zone_(new QSpinBox),
-      southern_(new QCheckBox(QStringLiteral("&Southern hemisphere"))),
+      southern_(new QCheckBox("&Southern hemisphere")),
       filter_(new QLineEdit),
       datums_(new QListWidget),
       note_(new QLabel) {
-  setWindowTitle(QStringLiteral("Map Calibration Settings"));
+  setWindowTitle("Map Calibration Settings");
   zone_->setRange(1, 60);
   zone_->setValue(settings.zone);
-  zone_->setAccessibleName(QStringLiteral("UTM zone"));
+  zone_->setAccessibleName("UTM zone");
   southern_->setChecked(settings.southern);
-  filter_->setObjectName(QStringLiteral("filter"));
-  filter_->setPlaceholderText(QStringLiteral("Filter"));
+  filter_->setObjectName("filter");
+  filter_->setPlaceholderText("Filter");
   filter_->setClearButtonEnabled(true);
-  filter_->setAccessibleName(QStringLiteral("Filter of the datum list"));
-  datums_->setAccessibleName(QStringLiteral("Datum"));
+  filter_->setAccessibleName("Filter of the datum list");
+  datums_->setAccessibleName("Datum");
   datums_->setMinimumHeight(shownDatums * datums_->fontMetrics().lineSpacing());
   datums_->setMinimumWidth(40 * datums_->fontMetrics().averageCharWidth());
   note_->setWordWrap(true);
@@ -56,10 +55,10 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
   zoneRow->addWidget(zone_);
   zoneRow->addWidget(southern_);
   zoneRow->addStretch();
-  auto* datumLabel = new QLabel(QStringLiteral("D&atum:"));
+  auto* datumLabel = new QLabel("D&atum:");
   datumLabel->setBuddy(filter_);
   auto* layout = new QVBoxLayout(this);
-  layout->addWidget(new QLabel(QStringLiteral("Choose map grid type:-")));
+  layout->addWidget(new QLabel("Choose map grid type:-"));
   layout->addWidget(degrees_);
   layout->addWidget(british_);
   layout->addWidget(irish_);
@@ -86,13 +85,13 @@ CalibrationSettingsDialog::CalibrationSettingsDialog(const CalibrationSettings& 
 }
 
 void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
-  std::vector<std::string> names;
-  for (int i = 1; i <= datumTable.count; ++i) names.emplace_back(trim(datumTable.name.at(static_cast<std::size_t>(i))));
+  for (int i = 1; i <= datumTable.count; ++i) {
+    names_.emplace_back(trim(datumTable.name.at(static_cast<std::size_t>(i))));
+  }
   // Points on WGS 84 are not shifted, so it needs no row of the table.
-  if (std::ranges::find(names, wgs84Name) == names.end()) names.insert(names.begin(), wgs84Name);
-  for (const std::string& name : names) {
+  if (std::ranges::find(names_, wgs84Name) == names_.end()) names_.insert(names_.begin(), wgs84Name);
+  for (const std::string& name : names_) {
     auto* item = new QListWidgetItem(shown(name), datums_);
-    item->setData(Qt::UserRole, QByteArray::fromStdString(name));
     if (name == chosen || (name == wgs84Name && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
   }
   datums_->scrollToItem(datums_->currentItem(), QAbstractItemView::PositionAtCenter);
@@ -119,10 +118,10 @@ void CalibrationSettingsDialog::updateEnabled() {
   filter_->setEnabled(choosesDatum);
   datums_->setEnabled(choosesDatum);
   const bool chosen = datums_->currentItem() != nullptr;
-  note_->setText(grid == EntryGrid::british ? QStringLiteral("British grid references have their own datum.")
-                 : grid == EntryGrid::irish ? QStringLiteral("Irish grid references are on Ireland 1965.")
-                 : chosen ? QStringLiteral("Points will be on %1.").arg(datums_->currentItem()->text())
-                          : QStringLiteral("No datum has this in its name."));
+  note_->setText(grid == EntryGrid::british ? "British grid references have their own datum."
+                 : grid == EntryGrid::irish ? "Irish grid references are on Ireland 1965."
+                 : chosen                   ? "Points will be on " + datums_->currentItem()->text() + "."
+                                            : "No datum has this in its name.");
   findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->setEnabled(!choosesDatum || chosen);
 }
 
@@ -136,9 +135,7 @@ EntryGrid CalibrationSettingsDialog::grid() const {
 CalibrationSettings CalibrationSettingsDialog::settings() const {
   CalibrationSettings result;
   result.grid = grid();
-  if (datums_->currentItem() != nullptr) {
-    result.datum = datums_->currentItem()->data(Qt::UserRole).toByteArray().toStdString();
-  }
+  if (datums_->currentRow() >= 0) result.datum = names_.at(static_cast<std::size_t>(datums_->currentRow()));
   result.zone = static_cast<std::int16_t>(zone_->value());
   result.southern = southern_->isChecked();
   return result;

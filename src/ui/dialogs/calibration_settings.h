@@ -3,6 +3,7 @@
 #include <QDialog>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "geodesy/datum.h"
 
@@ -51,6 +52,7 @@ class CalibrationSettingsDialog : public QDialog {
   QLineEdit* filter_;
   QListWidget* datums_;
   QLabel* note_;
+  std::vector<std::string> names_;  ///< of the datums, in the order of the list
 };
 
 }  // namespace vellandra

@@ -24,7 +24,7 @@ class FileDialog : public QFileDialog {
  protected:
   void accept() override {
     auto* name = findChild<QLineEdit*>("fileNameEdit");
-    const bool wildcard = name != nullptr && name->text().contains(QChar('*'));
+    const bool wildcard = name != nullptr && name->text().contains('*');
     if (wildcard) {
       name->selectAll();
       name->setFocus();
@@ -36,11 +36,11 @@ class FileDialog : public QFileDialog {
 
 /// "description|*.a;*.b|..." as "description (*.a *.b)", one a pattern list.
 QStringList nameFilters(const std::string& filter) {
-  const QStringList parts = shown(filter).split(QChar('|'));
+  const QStringList parts = shown(filter).split('|');
   QStringList filters;
   for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
     QString patterns = parts[i + 1];
-    filters << parts[i] + " (" + patterns.replace(QChar(';'), QChar(' ')) + ")";
+    filters << parts[i] + " (" + patterns.replace(';', ' ') + ")";
   }
   return filters;
 }

@@ -23,16 +23,16 @@ QPixmap mark(const char* name) {
   return QPixmap(shownPath(programFolder()) + name);
 }
 
-constexpr std::int64_t mostTiles = 1000;  ///< past which no map is written
-
 /// Into how many tiles the map is cut, and how many of them are written.
 QString countsText(const TileControls& controls) {
   const std::int64_t count = controls.tileCount();
-  const QString cut = QStringLiteral("%1 x %2 tiles, ").arg(controls.tilesAcross()).arg(controls.tilesDown());
-  if (count > mostTiles) return cut + QStringLiteral("too many: at most %1 can be written").arg(mostTiles);
+  const QString cut = QString("%1 x %2 tiles, ").arg(controls.tilesAcross()).arg(controls.tilesDown());
+  if (count > TileControls::mostTiles) {
+    return cut + QString("too many: at most %1 can be written").arg(TileControls::mostTiles);
+  }
   std::int64_t written = 0;
   for (std::int64_t number = 1; number <= count; ++number) written += controls.isTicked(number) ? 1 : 0;
-  return cut + QStringLiteral("%1 will be written").arg(written);
+  return cut + QString("%1 will be written").arg(written);
 }
 
 /// The map with its tiles.
@@ -115,7 +115,7 @@ void TilePicture::paintEvent(QPaintEvent*) {
   painter.drawImage(picturePlace(), map_);
   const std::int64_t count = controls_.tileCount();
   painter.setPen(QPen(QColor(0, 0, 0, 160), 0));
-  for (std::int64_t number = 1; number <= std::min(count, mostTiles); ++number) {
+  for (std::int64_t number = 1; number <= std::min<std::int64_t>(count, TileControls::mostTiles); ++number) {
     const QRectF place = tilePlace(number);
     painter.drawRect(place);
     const qreal side = std::min({place.width(), place.height(), largestMark});

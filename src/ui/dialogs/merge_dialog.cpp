@@ -8,6 +8,7 @@
 #include <QPixmap>
 #include <QPushButton>
 
+#include "imaging/merge.h"
 #include "ui/widgets/picture.h"
 #include "ui/widgets/qt_text.h"
 
@@ -77,7 +78,7 @@ MergeAnswer MergeDialog::ask(const MergeQuestion& question) {
   setEnabled(false);  // while the command works
   MergeAnswer answer;
   answer.action = action_;
-  answer.percentage = percentage_->text().toStdString();
+  answer.percentage = textBytes(percentage_->text());
   answer.enlarge = expand_->isChecked();
   return answer;
 }
@@ -89,9 +90,7 @@ void MergeDialog::finish(MergeAnswer::Action action) {
 }
 
 void MergeDialog::checkPercentage() {
-  bool number = false;
-  const double typed = percentage_->text().toDouble(&number);
-  const bool allowed = number && typed >= 0 && typed <= 100;
+  const bool allowed = numberIn(textBytes(percentage_->text()), mergeWeights).has_value();
   reason_->setText(allowed ? "0 keeps the base map, 100 shows only the merge map" : "must be 0 to 100");
 }
 

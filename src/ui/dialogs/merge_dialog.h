@@ -4,7 +4,7 @@
 #include <QEventLoop>
 #include <QImage>
 
-#include "support/user_interface.h"
+#include "imaging/merge_question.h"
 
 class QCheckBox;
 class QLabel;

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include "calibration/preferences.h"
+#include "ui/widgets/qt_text.h"
 
 namespace vellandra {
 namespace {
@@ -22,8 +23,8 @@ class PreferencesDialog : public QDialog {
 
  private:
   QCheckBox* addCheckBox(QFormLayout* layout, const char* name, const char* caption, bool checked);
-  /// A number from `least` to `most`; outside, the reason stands beside it.
-  QLineEdit* addNumber(QFormLayout* layout, const char* name, const char* caption, int value, int least, int most);
+  /// A number within `range`; outside, the reason stands beside it.
+  QLineEdit* addNumber(QFormLayout* layout, const char* name, const char* caption, int value, NumberRange range);
   QFormLayout* addGroup(QVBoxLayout* column, const char* title);
 
   QCheckBox *warnOverwrite_, *stretchNotRotate_, *writeWgs84_, *showGrid_, *advancedGarmin_, *transparent_;
@@ -54,16 +55,17 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   degreeFormat_->setAccessibleName("Angles are shown in");
 
   QFormLayout* tiles = addGroup(right, "Tiles");
-  tileWidth_ = addNumber(tiles, "tilewidth", "Ti&le width, pixels", p.tileWidth, 1, 32767);
-  tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, 1, 32767);
+  tileWidth_ = addNumber(tiles, "tilewidth", "Ti&le width, pixels", p.tileWidth, tileSides);
+  tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, tileSides);
 
   QFormLayout* garmin = addGroup(right, "Garmin Custom Map");
   advancedGarmin_ = addCheckBox(garmin, "advancedgarminmapping", "&Choose the tiles before they are written",
                                 p.advancedGarminMapping);
   transparent_ =
       addCheckBox(garmin, "kmztransparency", "&Transparent, over the device's own map", p.kmzTransparency != 0);
-  drawOrder_ = addNumber(garmin, "garmindraworder", "&Draw order", p.garminDrawOrder, 1, 99);
-  jpegQuality_ = addNumber(garmin, "garminjpegquality", "JPEG &quality, 5 is best", p.garminJpegQuality, 1, 5);
+  drawOrder_ = addNumber(garmin, "garmindraworder", "&Draw order", p.garminDrawOrder, garminDrawOrders);
+  jpegQuality_ =
+      addNumber(garmin, "garminjpegquality", "JPEG &quality, 5 is best", p.garminJpegQuality, garminJpegQualities);
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -96,22 +98,20 @@ QCheckBox* PreferencesDialog::addCheckBox(QFormLayout* layout, const char* name,
 }
 
 QLineEdit* PreferencesDialog::addNumber(QFormLayout* layout, const char* name, const char* caption, int value,
-                                        int least, int most) {
+                                        NumberRange range) {
   auto* edit = new QLineEdit(QString::number(value));
   edit->setObjectName(name);
-  edit->setAccessibleName(QString(caption).remove(QChar('&')));
+  edit->setAccessibleName(plainCaption(caption));
   edit->setFixedWidth(fontMetrics().averageCharWidth() * 12);
   auto* reason = new QLabel;
-  const QString range = QString("%1 to %2").arg(least).arg(most);
-  const QString refusal = "must be " + range;
+  const QString rangeText = QString("%1 to %2").arg(range.least).arg(range.most);
+  const QString refusal = "must be " + rangeText;
   QFont bold = reason->font();
   bold.setBold(true);
   reason->setMinimumWidth(QFontMetrics(bold).horizontalAdvance(refusal));
   const auto check = [=](const QString& text) {
-    bool number = false;
-    const int typed = text.trimmed().toInt(&number);
-    const bool allowed = number && typed >= least && typed <= most;
-    reason->setText(allowed ? range : refusal);
+    const bool allowed = numberIn(textBytes(text), range).has_value();
+    reason->setText(allowed ? rangeText : refusal);
     reason->setFont(allowed ? edit->font() : bold);
     edit->setAccessibleDescription(reason->text());
   };
@@ -130,13 +130,13 @@ PreferencesForm PreferencesDialog::form() const {
   return {warnOverwrite_->isChecked(),
           stretchNotRotate_->isChecked(),
           writeWgs84_->isChecked(),
-          tileWidth_->text().toStdString(),
-          tileHeight_->text().toStdString(),
+          textBytes(tileWidth_->text()),
+          textBytes(tileHeight_->text()),
           showGrid_->isChecked(),
           advancedGarmin_->isChecked(),
           transparent_->isChecked(),
-          drawOrder_->text().toStdString(),
-          jpegQuality_->text().toStdString(),
+          textBytes(drawOrder_->text()),
+          textBytes(jpegQuality_->text()),
           static_cast<std::uint8_t>(degreeFormat_->currentIndex() + 1)};
 }
 

@@ -21,10 +21,10 @@ MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent) : QWidget(parent), im
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
   setMinimumSize(240, 180);
-  setAccessibleName(QStringLiteral("Map"));
+  setAccessibleName("Map");
   setAccessibleDescription(
-      QStringLiteral("Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "
-                     "shows it at full size, Enter takes the place in the middle"));
+      "Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "
+      "shows it at full size, Enter takes the place in the middle");
   view_.setImageSize(image.width(), image.height());
   updateCursor({});
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <optional>
-
-#include "support/user_interface.h"
+#include "raster/pixel_rectangle.h"
 
 namespace vellandra {
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "raster/pixel_rectangle.h"
+
 class QWidget;
 
 namespace vellandra {
@@ -8,8 +10,7 @@ enum class ViewerMode { calibrate, view, crop };
 
 struct ViewerResult {
   bool recalculate = false;  ///< points were placed or changed
-  /// The rectangle to keep in pixels, right and bottom exclusive; all 0: none.
-  int cropLeft = 0, cropTop = 0, cropRight = 0, cropBottom = 0;
+  PixelRectangle crop;       ///< to keep; all 0: none
 };
 
 /// Shows `mapImage`, the loaded map of the calibration, in a modal window over `parent`, and returns when it is closed.

@@ -4,6 +4,8 @@
 #include <QLabel>
 #include <QSpinBox>
 
+#include "ui/widgets/qt_text.h"
+
 namespace vellandra {
 
 CropPanel::CropPanel(int imageWidth, int imageHeight, QWidget* parent) : QWidget(parent), size_(new QLabel) {
@@ -13,21 +15,20 @@ CropPanel::CropPanel(int imageWidth, int imageHeight, QWidget* parent) : QWidget
     edges_[i] = new QSpinBox;
     edges_[i]->setRange(0, i % 2 == 0 ? imageWidth : imageHeight);
     edges_[i]->setKeyboardTracking(false);
-    edges_[i]->setAccessibleName(QString::fromLatin1(names[i]).remove(QLatin1Char('&')));
-    layout->addRow(QString::fromLatin1(names[i]), edges_[i]);
+    edges_[i]->setAccessibleName(plainCaption(names[i]));
+    layout->addRow(names[i], edges_[i]);
     connect(edges_[i], &QSpinBox::valueChanged, this, &CropPanel::takeFields);
   }
   layout->addRow(size_);
 }
 
-void CropPanel::show(const PixelRectangle& pixels) {
+void CropPanel::setPixels(const PixelRectangle& pixels) {
   showing_ = true;
   const std::array<int, 4> values = {pixels.left, pixels.top, pixels.right, pixels.bottom};
   for (std::size_t i = 0; i < edges_.size(); ++i) edges_[i]->setValue(values[i]);
-  size_->setText(
-      pixels.isEmpty()
-          ? QStringLiteral("No rectangle yet")
-          : QStringLiteral("%1 x %2 pixels").arg(pixels.right - pixels.left).arg(pixels.bottom - pixels.top));
+  size_->setText(pixels.isEmpty()
+                     ? "No rectangle yet"
+                     : QString("%1 x %2 pixels").arg(pixels.right - pixels.left).arg(pixels.bottom - pixels.top));
   showing_ = false;
 }
 

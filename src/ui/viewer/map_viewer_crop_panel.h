@@ -16,7 +16,7 @@ class CropPanel : public QWidget {
 
  public:
   CropPanel(int imageWidth, int imageHeight, QWidget* parent);
-  void show(const PixelRectangle& pixels);
+  void setPixels(const PixelRectangle& pixels);
 
  Q_SIGNALS:
   void edited(const vellandra::PixelRectangle& pixels);

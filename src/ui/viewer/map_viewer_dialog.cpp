@@ -4,7 +4,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
-#include <QTreeWidget>
 
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
@@ -17,6 +16,8 @@
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_crop_panel.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_list.h"
+#include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
 
 namespace vellandra {
@@ -26,41 +27,6 @@ constexpr const char* notKept = "Not kept";
 
 DegreeFormat degreeFormat() {
   return DegreeFormat(preferences.degreeFormat);
-}
-
-/// What `textOf` makes of a position, or nothing for one that no format can show.
-template <typename TextOf>
-QString shownBy(const TextOf& textOf, double latitude, double longitude) {
-  try {
-    return shown(textOf(latitude, withinHalfTurn(longitude)));
-  } catch (const RunTimeError&) {
-    return {};
-  }
-}
-
-QString shownPosition(double latitude, double longitude) {
-  return shownBy([](double lat, double lon) { return positionText(lat, lon, degreeFormat()); }, latitude, longitude);
-}
-
-QString shownGrid(double latitude, double longitude) {
-  // 180 E is 180 W: there is no zone behind 60.
-  return shownBy([](double lat, double lon) { return gridText(lat, lon == 180 ? -180 : lon); }, latitude, longitude);
-}
-
-/// In decimal degrees, whatever the format in use.
-QString shownDegrees(double latitude, double longitude) {
-  const auto textOf = [](double lat, double lon) {
-    return formatNumber(lat, "##0.00000") + " " + formatNumber(lon, "##0.00000");
-  };
-  return shownBy(textOf, latitude, longitude);
-}
-
-/// The same with latitude and longitude one above the other, for a narrow column.
-QString stackedPosition(double latitude, double longitude) {
-  QString text = shownPosition(latitude, longitude);
-  const QString gap = text.contains(QLatin1String("  ")) ? QStringLiteral("  ") : QStringLiteral(" ");
-  const auto at = text.indexOf(gap);
-  return at < 0 ? text : text.replace(at, gap.size(), QLatin1Char('\n'));
 }
 
 /// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
@@ -73,10 +39,10 @@ Calibration startingRecord(const Bitmap& image) {
 
 QString titleOf(ViewerMode mode) {
   const QString name = shownPath(std::string(fileName(calibration.imagePath)));
-  const QString what = mode == ViewerMode::calibrate ? QStringLiteral("Calibrate map")
-                       : mode == ViewerMode::view    ? QStringLiteral("View calibrated map")
-                                                     : QStringLiteral("Crop map");
-  return name.isEmpty() ? what : what + QStringLiteral(" - ") + name;
+  const QString what = mode == ViewerMode::calibrate ? "Calibrate map"
+                       : mode == ViewerMode::view    ? "View calibrated map"
+                                                     : "Crop map";
+  return name.isEmpty() ? what : what + " - " + name;
 }
 
 }  // namespace
@@ -85,7 +51,7 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
     : QDialog(parent),
       mode_(mode),
       image_(image),
-      session_(mode, startingRecord(image), driver.inputType),
+      session_(mode, startingRecord(image), driver.fixedPair()),
       crop_(image.width(), image.height()) {
   setWindowTitle(titleOf(mode));
   setWindowFlag(Qt::WindowMaximizeButtonHint);
@@ -99,7 +65,7 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
 MapViewerDialog::~MapViewerDialog() = default;
 
 void MapViewerDialog::showCrop() {
-  cropPanel_->show(crop_.pixels());
+  cropPanel_->setPixels(crop_.pixels());
   done_->setEnabled(!crop_.pixels().isEmpty());
 }
 
@@ -250,7 +216,7 @@ void MapViewerDialog::pointsChanged() {
   const bool grid = preferences.showGrid && fit.valid;
   canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
   updateMarks();
-  updateList();
+  list_->setPoints(session_.points(), fit.residuals.pixels, selected_);
   updateFit();
   updateButtons();
 }
@@ -270,41 +236,18 @@ void MapViewerDialog::updateMarks() {
   canvas_->setMarks(std::move(marks));
 }
 
-void MapViewerDialog::updateList() {
-  updating_ = true;
-  const auto count = static_cast<int>(session_.points().size());
-  while (list_->topLevelItemCount() > count) delete list_->takeTopLevelItem(count);
-  while (list_->topLevelItemCount() < count) list_->addTopLevelItem(new QTreeWidgetItem);
-  const std::vector<double>& residuals = session_.fit().residuals.pixels;
-  for (int i = 0; i < count; ++i) {
-    const auto index = static_cast<std::size_t>(i);
-    const TiePoint& point = session_.points()[index];
-    QTreeWidgetItem* item = list_->topLevelItem(i);
-    item->setText(0, QString::number(i + 1));
-    item->setText(1, stackedPosition(point.latitude, point.longitude));
-    item->setText(2, QStringLiteral("%1, %2").arg(point.x).arg(point.y));
-    item->setText(3, index < residuals.size() ? shown(formatNumber(residuals[index], "0.00")) : QString());
-    item->setTextAlignment(3, Qt::AlignRight | Qt::AlignVCenter);
-    const QString tip =
-        QStringLiteral("%1\nDatum %2\nPixel %3, %4").arg(item->text(1), shown(point.datum)).arg(point.x).arg(point.y);
-    for (int column = 0; column < list_->columnCount(); ++column) item->setToolTip(column, tip);
-  }
-  list_->setCurrentItem(selected_ > 0 ? list_->topLevelItem(selected_ - 1) : nullptr);
-  updating_ = false;
-}
-
 void MapViewerDialog::updateFit() {
   fit_->setText(shown(fitReport(session_.fit(), session_.points().size())));
 }
 
 void MapViewerDialog::updateButtons() {
-  instruction_->setText(QString::fromLatin1(instructionText(session_.instruction())));
+  instruction_->setText(instructionText(session_.instruction()));
   settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
   undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
   for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
   if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
   if (mode_ == ViewerMode::view) {
-    done_->setText(session_.changed() ? QStringLiteral("&Done") : QStringLiteral("&Close"));
+    done_->setText(session_.changed() ? "&Done" : "&Close");
     cancel_->setVisible(session_.changed());
   }
 }
@@ -312,23 +255,21 @@ void MapViewerDialog::updateButtons() {
 QString MapViewerDialog::reportOf(int number) const {
   const auto index = static_cast<std::size_t>(number - 1);
   const TiePoint& point = session_.points().at(index);
-  QString text = QStringLiteral("Pixels : X %1 Y %2\nPosition : %3")
+  QString text = QString("Pixels : X %1 Y %2\nPosition : %3")
                      .arg(point.x)
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
   if (index < session_.fit().residuals.pixels.size()) {
-    text +=
-        QStringLiteral("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
+    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
   }
   return text;
 }
 
 void MapViewerDialog::showPixel(int x, int y) {
-  QString text = QStringLiteral("Pixels : X ") + shown(formatNumber(x, "#####0")) + QStringLiteral(" Y ") +
-                 shown(formatNumber(y, "#####0"));
+  QString text = "Pixels : X " + shown(formatNumber(x, "#####0")) + " Y " + shown(formatNumber(y, "#####0"));
   if (session_.fit().valid) {
     const Position position = positionAt(session_.fit().map, x, y);
-    text += QStringLiteral("      ") + shownPosition(position.latitude, position.longitude) + QStringLiteral("      ") +
+    text += "      " + shownPosition(position.latitude, position.longitude) + "      " +
             shownGrid(position.latitude, position.longitude);
   }
   readout_->setText(text);
@@ -336,9 +277,8 @@ void MapViewerDialog::showPixel(int x, int y) {
 
 void MapViewerDialog::accept() {
   if (mode_ == ViewerMode::crop) {
-    const PixelRectangle& kept = crop_.pixels();
-    if (kept.isEmpty()) return;
-    result_ = {false, kept.left, kept.top, kept.right, kept.bottom};
+    if (crop_.pixels().isEmpty()) return;
+    result_.crop = crop_.pixels();
     QDialog::accept();
     return;
   }

@@ -11,7 +11,6 @@
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
-class QTreeWidget;
 
 namespace vellandra {
 
@@ -19,6 +18,7 @@ class Bitmap;
 class CropPanel;
 class MapCanvas;
 class PointEntry;
+class PointList;
 
 /// The viewer's window; see `showMapViewer`.
 class MapViewerDialog : public QDialog {
@@ -66,7 +66,6 @@ class MapViewerDialog : public QDialog {
 
   void pointsChanged();
   void updateMarks();
-  void updateList();
   void updateFit();
   void updateButtons();
   void showPixel(int x, int y);
@@ -80,7 +79,6 @@ class MapViewerDialog : public QDialog {
   ViewerResult result_;
   int selected_ = 0;
   int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none
-  bool updating_ = false;
 
   MapCanvas* canvas_ = nullptr;
   QPushButton* instruction_ = nullptr;
@@ -91,7 +89,7 @@ class MapViewerDialog : public QDialog {
   QPushButton* remove_ = nullptr;
   QPushButton* done_ = nullptr;
   QPushButton* cancel_ = nullptr;
-  QTreeWidget* list_ = nullptr;
+  PointList* list_ = nullptr;
   QLabel* fit_ = nullptr;
   QLabel* readout_ = nullptr;
   PointEntry* entry_ = nullptr;

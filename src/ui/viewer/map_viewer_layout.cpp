@@ -1,22 +1,18 @@
 #include <QApplication>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollBar>
 #include <QSplitter>
-#include <QStyledItemDelegate>
 #include <QToolButton>
-#include <QTreeWidget>
 #include <QVBoxLayout>
-#include <algorithm>
 
 #include "raster/bitmap.h"
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_crop_panel.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_list.h"
 #include "ui/widgets/window_settings.h"
 
 namespace vellandra {
@@ -26,23 +22,12 @@ constexpr const char* geometryKey = "mapViewer";
 constexpr double buttonZoom = 1.5;
 
 QPushButton* addButton(QBoxLayout* layout, const char* text, const char* toolTip) {
-  auto* button = new QPushButton(QString::fromLatin1(text));
+  auto* button = new QPushButton(text);
   button->setAutoDefault(false);
-  button->setToolTip(QString::fromLatin1(toolTip));
+  button->setToolTip(toolTip);
   layout->addWidget(button);
   return button;
 }
-
-/// Rows of two lines with a little room around them.
-class TwoLineRows : public QStyledItemDelegate {
- public:
-  using QStyledItemDelegate::QStyledItemDelegate;
-  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-    constexpr int room = 6;
-    const QSize text = QStyledItemDelegate::sizeHint(option, index);
-    return {text.width(), std::max(text.height(), 2 * option.fontMetrics.lineSpacing() + room)};
-  }
-};
 
 }  // namespace
 
@@ -71,7 +56,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
   auto* tools = new QHBoxLayout;
   if (mode_ != ViewerMode::crop) {
     instruction_ = addButton(tools, "", "What to do next");
-    instruction_->setObjectName(QStringLiteral("instruction"));
+    instruction_->setObjectName("instruction");
     QFont bold = instruction_->font();
     bold.setBold(true);
     instruction_->setFont(bold);
@@ -81,7 +66,7 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
   } else {
-    auto* hint = new QLabel(QStringLiteral("Drag a rectangle over the map, and its edges to change it"));
+    auto* hint = new QLabel("Drag a rectangle over the map, and its edges to change it");
     tools->addWidget(hint);
   }
   tools->addStretch();
@@ -93,8 +78,8 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
   const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
     auto* button = new QToolButton;
     arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
-    button->setAccessibleName(QString::fromLatin1(name));
-    button->setToolTip(QString::fromLatin1(name));
+    button->setAccessibleName(name);
+    button->setToolTip(name);
     button->setFocusPolicy(Qt::StrongFocus);
     button->setAutoRepeat(arrow != Qt::NoArrow);
     tools->addWidget(button);
@@ -109,9 +94,8 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
   addPan("Up", Qt::UpArrow, 0, -1);
   addPan("Down", Qt::DownArrow, 0, 1);
   tools->addSpacing(8);
-  connect(addTool("Zoom in", Qt::NoArrow, QStringLiteral("+")), &QToolButton::clicked, this,
-          [this] { canvas_->zoomBy(buttonZoom); });
-  connect(addTool("Zoom out", Qt::NoArrow, QString::fromUtf8("\u2212")), &QToolButton::clicked, this,
+  connect(addTool("Zoom in", Qt::NoArrow, "+"), &QToolButton::clicked, this, [this] { canvas_->zoomBy(buttonZoom); });
+  connect(addTool("Zoom out", Qt::NoArrow, "\u2212"), &QToolButton::clicked, this,
           [this] { canvas_->zoomBy(1 / buttonZoom); });
   connect(addButton(tools, "&Fit", "The whole map in the window (F)"), &QPushButton::clicked, this,
           [this] { canvas_->fit(); });
@@ -123,17 +107,7 @@ QWidget* MapViewerDialog::buildSide() {
   auto* side = new QWidget;
   auto* layout = new QVBoxLayout(side);
   layout->setContentsMargins(6, 0, 0, 0);
-  list_ = new QTreeWidget;
-  list_->setAccessibleName(QStringLiteral("Calibration points"));
-  list_->setRootIsDecorated(false);
-  list_->setUniformRowHeights(true);
-  list_->setItemDelegate(new TwoLineRows(list_));
-  list_->setTextElideMode(Qt::ElideNone);
-  list_->setHeaderLabels({QStringLiteral("Point"), QStringLiteral("Latitude, longitude"), QStringLiteral("Pixel"),
-                          QStringLiteral("Residual")});
-  list_->header()->setStretchLastSection(false);
-  list_->header()->setSectionResizeMode(1, QHeaderView::Stretch);
-  for (const int column : {0, 2, 3}) list_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+  list_ = new PointList(nullptr);
   auto* tools = new QHBoxLayout;
   adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
   correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
@@ -149,15 +123,11 @@ QWidget* MapViewerDialog::buildSide() {
   layout->addLayout(tools);
   layout->addWidget(fit_);
   layout->addWidget(entry_);
-  const QFontMetrics metrics(list_->font());
-  side->setMinimumWidth(
-      metrics.horizontalAdvance(QStringLiteral(" Point  W 179\u00B0 59' 59.999\"  00000, 00000  Residual ")) +
-      list_->verticalScrollBar()->sizeHint().width() + 4 * metrics.averageCharWidth());
+  side->setMinimumWidth(list_->widthOfRows());
 
-  connect(list_, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-    if (updating_ || item == nullptr) return;
-    select(list_->indexOfTopLevelItem(item) + 1);
-    const TiePoint& point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
+  connect(list_, &PointList::chosen, this, [this](int number) {
+    select(number);
+    const TiePoint& point = session_.points().at(static_cast<std::size_t>(number - 1));
     canvas_->centreOnPixel(point.x, point.y);
   });
   connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });
@@ -182,8 +152,8 @@ QWidget* MapViewerDialog::buildCropSide() {
 QHBoxLayout* MapViewerDialog::buildBottom() {
   auto* bottom = new QHBoxLayout;
   readout_ = new QLabel;
-  readout_->setAccessibleName(QStringLiteral("Place under the cursor"));
-  readout_->setToolTip(QStringLiteral("Pixel, latitude and longitude, grid reference"));
+  readout_->setAccessibleName("Place under the cursor");
+  readout_->setToolTip("Pixel, latitude and longitude, grid reference");
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   readout_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);  // a long text must not widen the window
   bottom->addWidget(readout_, 1);

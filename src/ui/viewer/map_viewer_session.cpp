@@ -10,8 +10,6 @@
 namespace vellandra {
 namespace {
 
-constexpr const char* changedPoints = "zzz";  ///< the input type of points that belong to no file any more
-
 std::vector<TiePoint> pointsOf(const Calibration& map) {
   std::vector<TiePoint> points;
   for (int i = 1; i <= map.pointCount; ++i) {
@@ -50,8 +48,9 @@ std::string fitReport(const TrialFit& fit, std::size_t count) {
          formatNumber(fit.residuals.ofWorst(), "0.00") + " pixels";
 }
 
-CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start, std::string inputType)
-    : mode_(mode), map_(start), inputType_(std::move(inputType)), points_(pointsOf(start)), before_(points_) {
+CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start,
+                                       const std::optional<ReferencePair>& fixedPair)
+    : mode_(mode), map_(start), fixedPair_(fixedPair), points_(pointsOf(start)), before_(points_) {
   map_.message.clear();
   refit();
 }
@@ -124,7 +123,7 @@ void CalibrationSession::undo() {
 
 void CalibrationSession::refit() {
   commit(map_);
-  fit_ = tryFit(map_, changed() ? changedPoints : inputType_, preferences.stretchNotRotate);
+  fit_ = tryFit(map_, changed() ? std::nullopt : fixedPair_, preferences.stretchNotRotate);
 }
 
 void CalibrationSession::commit(Calibration& map) const {

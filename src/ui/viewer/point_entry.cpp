@@ -11,13 +11,12 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
-#include "calibration/preferences.h"
 #include "geodesy/angle_format.h"
 #include "geodesy/datum.h"
 #include "geodesy/utm.h"
-#include "support/errors.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
+#include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
 
 namespace vellandra {
@@ -25,8 +24,6 @@ namespace {
 
 constexpr const char* invalidGrid = "Invalid grid reference";
 constexpr double squareEnd = 99999.999;
-constexpr double utmEastEnd = 999999.999;
-constexpr double utmNorthEnd = southernFalseNorthing;
 
 /// What differs between the two grids of letters and metres.
 struct NationalGrid {
@@ -72,9 +69,9 @@ PointEntry::PointEntry(QWidget* parent)
       datum_(new QLabel),
       forms_(new QStackedWidget),
       result_(new QLabel),
-      accept_(new QPushButton(QStringLiteral("&Place point"))),
-      drop_(new QPushButton(QStringLiteral("Lea&ve out"))) {
-  setAccessibleName(QStringLiteral("Coordinates of the point"));
+      accept_(new QPushButton("&Place point")),
+      drop_(new QPushButton("Lea&ve out")) {
+  setAccessibleName("Coordinates of the point");
   QFont bold = heading_->font();
   bold.setBold(true);
   heading_->setFont(bold);
@@ -103,16 +100,15 @@ PointEntry::PointEntry(QWidget* parent)
 
 PointEntry::Field PointEntry::addField(QWidget* form, const char* label, const char* example) {
   Field field{new QLineEdit, new QLabel};
-  const QString name = QString::fromUtf8(label);
-  field.edit->setAccessibleName(QString(name).remove(QLatin1Char('&')));
-  field.edit->setPlaceholderText(QString::fromUtf8(example));
+  field.edit->setAccessibleName(plainCaption(label));
+  field.edit->setPlaceholderText(example);
   field.reason->setWordWrap(true);
   field.reason->hide();
   auto* box = new QVBoxLayout;
   box->setSpacing(1);
   box->addWidget(field.edit);
   box->addWidget(field.reason);
-  auto* title = new QLabel(name);
+  auto* title = new QLabel(label);
   title->setBuddy(field.edit);
   static_cast<QFormLayout*>(form->layout())->addRow(title, box);
   connect(field.edit, &QLineEdit::textChanged, this, &PointEntry::validate);
@@ -127,9 +123,9 @@ QWidget* PointEntry::degreesForm() {
   longitude_ = addField(form, "Long&itude", "0 7 40.08 W");
   for (const Field& field : {latitude_, longitude_}) {
     field.edit->setToolTip(
-        QStringLiteral("Degrees, degrees and minutes, or degrees, minutes and seconds:\n"
-                       "51.5074   51 30.444   51 30 26.64\n"
-                       "with a letter or a sign for the side"));
+        "Degrees, degrees and minutes, or degrees, minutes and seconds:\n"
+        "51.5074   51 30.444   51 30 26.64\n"
+        "with a letter or a sign for the side");
   }
   return form;
 }
@@ -150,13 +146,13 @@ QWidget* PointEntry::utmForm() {
   layout->setContentsMargins(0, 0, 0, 0);
   zone_ = new QSpinBox;
   zone_->setRange(1, 60);
-  zone_->setAccessibleName(QStringLiteral("UTM zone"));
-  auto* title = new QLabel(QStringLiteral("&Zone"));
+  zone_->setAccessibleName("UTM zone");
+  auto* title = new QLabel("&Zone");
   title->setBuddy(zone_);
   layout->addRow(title, zone_);
   easting_ = addField(form, "Eastin&g (metres)", "448251");
   northing_ = addField(form, "&Northing (metres)", "5411932");
-  southern_ = new QCheckBox(QStringLiteral("Sout&hern hemisphere"));
+  southern_ = new QCheckBox("Sout&hern hemisphere");
   layout->addRow(QString(), southern_);
   connect(zone_, &QSpinBox::valueChanged, this, &PointEntry::validate);
   connect(southern_, &QCheckBox::toggled, this, &PointEntry::validate);
@@ -169,14 +165,13 @@ void PointEntry::setSettings(const CalibrationSettings& settings) {
   forms_->setCurrentIndex(national != nullptr ? 1 : settings.grid == EntryGrid::degrees ? 0 : 2);
   // Only the form in use decides how high the panel is.
   for (int i = 0; i < forms_->count(); ++i) {
-    const bool shown = i == forms_->currentIndex();
-    forms_->widget(i)->setSizePolicy(QSizePolicy::Preferred, shown ? QSizePolicy::Preferred : QSizePolicy::Ignored);
+    const bool inUse = i == forms_->currentIndex();
+    forms_->widget(i)->setSizePolicy(QSizePolicy::Preferred, inUse ? QSizePolicy::Preferred : QSizePolicy::Ignored);
   }
   zone_->setValue(settings.zone);
   southern_->setChecked(settings.southern);
-  if (national != nullptr) letters_.edit->setPlaceholderText(QString::fromUtf8(national->example));
-  datum_->setText(national != nullptr ? QString::fromUtf8(national->name)
-                                      : QStringLiteral("Datum %1").arg(shown(settings.datum)));
+  if (national != nullptr) letters_.edit->setPlaceholderText(national->example);
+  datum_->setText(national != nullptr ? national->name : "Datum " + shown(settings.datum));
   validate();
 }
 
@@ -185,9 +180,9 @@ void PointEntry::setHeading(const QString& text) {
 }
 
 void PointEntry::begin(int number) {
-  setHeading(QStringLiteral("Coordinates of point %1").arg(number));
-  accept_->setText(QStringLiteral("&Place point"));
-  drop_->setText(QStringLiteral("Lea&ve out"));
+  setHeading(QString("Coordinates of point %1").arg(number));
+  accept_->setText("&Place point");
+  drop_->setText("Lea&ve out");
   for (const Field* field : fieldsInUse()) field->edit->clear();
   begunWith_ = typed();
   validate();
@@ -200,9 +195,9 @@ void PointEntry::takeFocus() {
 
 void PointEntry::beginCorrection(int number, double latitude, double longitude) {
   begin(number);
-  accept_->setText(QStringLiteral("Change &point"));
-  drop_->setText(QStringLiteral("Cancel"));
-  setHeading(QStringLiteral("New coordinates of point %1").arg(number));
+  accept_->setText("Change &point");
+  drop_->setText("Cancel");
+  setHeading(QString("New coordinates of point %1").arg(number));
   if (settings_.grid != EntryGrid::degrees) return;
   latitude_.edit->setText(exactDegrees(latitude));
   longitude_.edit->setText(exactDegrees(withinHalfTurn(longitude)));
@@ -213,7 +208,7 @@ void PointEntry::beginCorrection(int number, double latitude, double longitude) 
 QString PointEntry::typed() const {
   QStringList texts;
   for (const Field* field : fieldsInUse()) texts << field->edit->text().trimmed();
-  return texts.join(QLatin1Char('\n'));
+  return texts.join('\n');
 }
 
 bool PointEntry::isTouched() const {
@@ -234,7 +229,7 @@ std::vector<const PointEntry::Field*> PointEntry::fieldsInUse() const {
 }
 
 std::string PointEntry::textOf(const Field& field) {
-  return field.edit->text().toStdString();
+  return textBytes(field.edit->text());
 }
 
 /// Shows the reason beside the field; true when the field has a value.
@@ -272,8 +267,9 @@ bool PointEntry::readFields() {
   } else if (nationalGrid(settings_.grid) != nullptr) {
     return readNationalGrid();
   } else {
-    const EntryField easting = parseMetres(textOf(easting_), 0, utmEastEnd);
-    const EntryField northing = parseMetres(textOf(northing_), 0, utmNorthEnd);
+    const EntryField easting = parseMetres(textOf(easting_), utmWestEnd, utmEastEnd);
+    const double origin = southern_->isChecked() ? southernFalseNorthing : 0;
+    const EntryField northing = parseMetres(textOf(northing_), origin - utmNorthingRange, origin + utmNorthingRange);
     const bool first = reportField(easting_, easting);
     if (!reportField(northing_, northing) || !first) return false;
     position_ = utmPosition(static_cast<std::int16_t>(zone_->value()), southern_->isChecked(), *easting.value,
@@ -291,11 +287,9 @@ void PointEntry::validate() {
   result_->setPalette(palette);
   if (outsideArea_) {
     colorReason(result_);
-    result_->setText(QString::fromLatin1(invalidGrid));
+    result_->setText(invalidGrid);
   } else if (position_) {
-    result_->setText(QStringLiteral("= ") +
-                     shown(positionText(position_->latitude, withinHalfTurn(position_->longitude),
-                                        DegreeFormat(preferences.degreeFormat))));
+    result_->setText("= " + shownPosition(position_->latitude, position_->longitude));
   } else {
     result_->clear();
   }
