@@ -39,9 +39,19 @@ def map_fraction_point(x, y, lon, lat):
     return f"{x},{y},in,deg,{d},{m},{hemisphere(lat, 'NS')},{e},{n},{hemisphere(lon, 'EW')},grid,,,,N"
 
 
-def map_grid_point(x, y, zone, easting, northing):
+def map_signed_point(x, y, lon, lat):
+    """The same with the sign of south and west before degrees and minutes."""
+    angles = []
+    for value, letters in ((lat, "NS"), (lon, "EW")):
+        (degrees, minutes), sign = degrees_minutes(value, 6), "-" if value < 0 else ""
+        angles.append(f"{sign if degrees else ''}{degrees},{sign}{minutes:.6f},{hemisphere(value, letters)}")
+    return f"{x},{y},in,deg,{','.join(angles)},grid,,,,N"
+
+
+def map_grid_point(x, y, zone, easting, northing, half="N"):
     """The same with a grid reference: `zone` is a UTM zone, the letters of a square, or blank."""
-    return (f"{x:5d},{y:5d},in, deg,    ,        ,N,    ,        ,W, grid,  {zone:>2},{easting:>11},{northing:>11},N")
+    return (f"{x:5d},{y:5d},in, deg,    ,        ,N,    ,        ,W, grid,"
+            f"  {zone:>2},{easting:>11},{northing:>11},{half}")
 
 
 def ozi_map(sample, projection, points, mmpll, metres_per_pixel, slots=30):
