@@ -126,12 +126,15 @@ class Comparison:
     def expected(self):
         """Points with those that are made up for the writers, corners and border; and their last digit."""
         m, at, points = self.m, self.fit.at, numpy.hstack([self.m.pixels, self.m.lonlat])
-        if len(points) == 2:
-            third = points[1, 0], points[0, 1]
-            if (points[0, :2] == points[1, :2]).any():  # the corner furthest from their line, of equals the first
-                (dx, dy), (x, y) = m.pixels[1] - m.pixels[0], m.pixels[0]
-                third = max(m.corners(), key=lambda corner: abs(dx * (corner[1] - y) - dy * (corner[0] - x)))
-            points = numpy.vstack([points, at([third])])
+        (x, y), ways = m.pixels[0], m.pixels - m.pixels[0]
+        dx, dy = ways[numpy.abs(ways).sum(axis=1).argmax()]
+        beside = lambda pixel: abs(dx * (pixel[1] - y) - dy * (pixel[0] - x))
+        on_row_or_column = len(points) == 2 and (points[0, :2] == points[1, :2]).any()
+        if on_row_or_column or 2 < len(points) < 30 and not any(map(beside, m.pixels)):
+            # The corner furthest from the line that all points lie on, of equals the first.
+            points = numpy.vstack([points, at([max(m.corners(), key=beside)])])
+        elif len(points) == 2:
+            points = numpy.vstack([points, at([(points[1, 0], points[0, 1])])])
         more = numpy.vstack([points, at([points[:, :2].mean(axis=0).round()])]) if len(points) == 3 else points
         corners = at(m.corners())
         held = m.held if len(m.held) else corners

@@ -130,6 +130,15 @@ ReadResult cornersRead(const std::string& path) {
   return {matchDatum(wgs84Name), false, placeCornerPixels};
 }
 
+/// The right edge of a map; of one across 180 degrees, which ends in the west again, as a longitude past 180. Wider
+/// than three quarters of the earth it would be: that is a map drawn mirrored.
+std::string pastTheDateLine(std::string_view left, std::string_view right) {
+  constexpr double widest = 270;
+  const double width = parseNumber(right) - parseNumber(left);
+  const bool across = beginsWithNumber(left) && beginsWithNumber(right) && width < 0 && width + 360 <= widest;
+  return across ? formatGeneral(parseNumber(right) + 360) : std::string(right);
+}
+
 ReadResult readEdges(const std::string& path) {
   std::string_view left, top, right, bottom;
   TextFile file(path);
@@ -142,10 +151,7 @@ ReadResult readEdges(const std::string& path) {
     if (key == "$GPMR") right = field(fields, 1);
     if (key == "$GPMB") bottom = field(fields, 1);
   }
-  // A map across 180 degrees ends in the west again.
-  const std::string east = beginsWithNumber(left) && beginsWithNumber(right) && parseNumber(right) < parseNumber(left)
-                               ? formatGeneral(parseNumber(right) + 360)
-                               : std::string(right);
+  const std::string east = pastTheDateLine(left, right);
   readDegrees(1, top, left);
   readDegrees(2, top, east);
   readDegrees(3, bottom, left);
