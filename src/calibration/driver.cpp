@@ -264,6 +264,7 @@ bool writeOutputs() {
 
 void setFormatTable(const FormatTable& table) {
   formats = table;
+  setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
 }
 
 void splitInputPath(const std::string& path) {
