@@ -214,9 +214,7 @@ void reportImageName() {
 bool runWriters(WriterMoment moment) {
   for (const WriterRow& row : formats.writers) {
     if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
-    const WriteOutcome outcome = row.write();
-    if (outcome == WriteOutcome::failed) return false;
-    if (outcome == WriteOutcome::written) driver.calibrationPending = false;
+    if (row.write() == WriteOutcome::failed) return false;
   }
   return true;
 }
@@ -239,7 +237,9 @@ void showFiles(const std::string& what, const std::vector<std::string>& paths) {
 bool writeOutputs() {
   driver.writtenFiles.clear();
   driver.keptFiles.clear();
-  if (!driver.transformValid) return stop("Insufficient points to proceed");
+  if (!driver.transformValid) return stop(driver.whyNotValid);
+  // Files of which some are new and some are not yet are no calibration that is written.
+  const bool pending = std::exchange(driver.calibrationPending, true);
   if (!saveClipboardImage()) return false;
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
@@ -253,9 +253,24 @@ bool writeOutputs() {
   if (!runWriters(WriterMoment::fourPoints)) return false;
   showPanel();
   if (!runWriters(WriterMoment::last)) return false;
+  driver.calibrationPending = pending && driver.writtenFiles.empty();
   showFiles("Written: ", driver.writtenFiles);
   showFiles("Kept as they were: ", driver.keptFiles);
   showMessage("done");
+  return true;
+}
+
+/// Every stage up to the fit.
+bool calculate() {
+  driver.whyNotValid = "The calibration was not read to its end: see the messages";  // of an error that ends the run
+  const bool reads = driver.stage == openCalibration || driver.stage == batch;
+  if (reads && !readCalibration()) return false;
+  if (reads || driver.stage == afterImage) {
+    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
+                std::to_string(calibration.imageHeight));
+  }
+  if (!convertAndFit()) return false;
+  driver.calibrationPending = true;
   return true;
 }
 
@@ -281,15 +296,9 @@ void updateMenuStates() {
 
 bool do_it() {
   const MenuStatesAtEnd menuStates;
-  const bool reads = driver.stage == openCalibration || driver.stage == batch;
-  if (reads && !readCalibration()) return false;
-  if (reads || driver.stage == afterImage) {
-    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
-                std::to_string(calibration.imageHeight));
-  }
-  if (driver.stage != writeCalibrations) {
-    if (!convertAndFit()) return false;
-    driver.calibrationPending = true;
+  if (driver.stage != writeCalibrations && !calculate()) {
+    if (!driver.transformValid) driver.whyNotValid = lastTold;
+    return false;
   }
   return driver.stage == writeCalibrations || driver.stage == batch ? writeOutputs() : true;
 }

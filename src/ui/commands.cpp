@@ -39,6 +39,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   driver.inputType.clear();
   driver.inputIsWindows1252 = false;
   driver.transformValid = false;
+  driver.whyNotValid = Driver().whyNotValid;
   driver.calibrationPending = false;
   inputDatumName.clear();
   updateMenuStates();
@@ -48,6 +49,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
 bool calculate() {
   if (calibration.pointCount < 2) {
     driver.transformValid = false;
+    driver.whyNotValid = Driver().whyNotValid;
     updateMenuStates();
     showMessage("Insufficient points to proceed");
     return false;
