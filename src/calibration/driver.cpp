@@ -66,16 +66,15 @@ bool logInputFile(const std::string& path) {
   writeLog(path);
   TextFile file(path);
   const bool isWindows1252 = !isUtf8(file.content());
-  constexpr std::size_t most = 4'000'000;  // a log that fills the disk helps nobody
-  std::size_t written = 0;
+  constexpr std::size_t most = 4'000'000;  // bytes: a log that fills the disk helps nobody
+  const std::uint64_t end = logSize() + most;
   std::string_view line;
   while (getline(file, line)) {
-    if (written > most) {
+    if (logSize() >= end) {
       writeLog("the rest of the file is not copied");
       break;
     }
-    writeLog(line.substr(0, most));
-    written += line.size() + 1;
+    writeLog(line.substr(0, static_cast<std::size_t>(end - logSize())));
   }
   return isWindows1252;
 }
@@ -212,9 +211,7 @@ bool runWriters(WriterMoment moment) {
     if (format.write == nullptr || format.moment != moment) continue;
     const std::optional<std::string> stem = outputStem(format);
     if (!stem) continue;
-    const WriteOutcome outcome = format.write(*stem);
-    if (outcome == WriteOutcome::failed) return false;
-    if (outcome == WriteOutcome::written) driver.calibrationPending = false;
+    if (format.write(*stem) == WriteOutcome::failed) return false;
   }
   return true;
 }
@@ -254,7 +251,9 @@ class MadeUpPoints {
 bool writeOutputs() {
   driver.writtenFiles.clear();
   driver.keptFiles.clear();
-  if (!driver.transformValid) return stop("Insufficient points to proceed");
+  if (!driver.transformValid) return stop(driver.whyNotValid);
+  // Files of which some are new and some are not yet are no calibration that is written.
+  const bool pending = std::exchange(driver.calibrationPending, true);
   if (!saveClipboardImage()) return false;
   const MadeUpPoints madeUp;
   driver.worldFile = worldFileTerms(calibration, driver.referencePair, preferences.stretchNotRotate);
@@ -271,9 +270,24 @@ bool writeOutputs() {
   if (!runWriters(WriterMoment::fourPoints)) return false;
   showPanel();
   if (!runWriters(WriterMoment::last)) return false;
+  driver.calibrationPending = pending && driver.writtenFiles.empty();
   showFiles("Written: ", driver.writtenFiles);
   showFiles("Kept as they were: ", driver.keptFiles);
   showMessage("done");
+  return true;
+}
+
+/// Every stage up to the fit.
+bool calculate() {
+  driver.whyNotValid = "The calibration was not read to its end: see the messages";  // of an error that ends the run
+  const bool reads = driver.stage == openCalibration || driver.stage == batch;
+  if (reads && !readCalibration()) return false;
+  if (reads || driver.stage == afterImage) {
+    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
+                std::to_string(calibration.imageHeight));
+  }
+  if (!convertAndFit()) return false;
+  driver.calibrationPending = true;
   return true;
 }
 
@@ -293,15 +307,9 @@ void updateMenuStates() {
 
 bool do_it() {
   const MenuStatesAtEnd menuStates;
-  const bool reads = driver.stage == openCalibration || driver.stage == batch;
-  if (reads && !readCalibration()) return false;
-  if (reads || driver.stage == afterImage) {
-    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
-                std::to_string(calibration.imageHeight));
-  }
-  if (driver.stage != writeCalibrations) {
-    if (!convertAndFit()) return false;
-    driver.calibrationPending = true;
+  if (driver.stage != writeCalibrations && !calculate()) {
+    if (!driver.transformValid) driver.whyNotValid = lastTold;
+    return false;
   }
   return driver.stage == writeCalibrations || driver.stage == batch ? writeOutputs() : true;
 }

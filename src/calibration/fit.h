@@ -21,8 +21,8 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
 /// which of the two readings fits better, and where both fit, by the one that distorts the ground less. `fixedPair` as
 /// in `chooseReferencePair`. Returns the reference pair; nothing when the points make no transform that can be
 /// reversed. Throws Overflow as `fitTransform`.
-std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair, bool stretchNotRotate,
-                                    const Journal& journal);
+std::optional<ReferencePair> fitMap(Calibration& map, const std::optional<ReferencePair>& fixedPair,
+                                    bool stretchNotRotate, const Journal& journal);
 
 /// How far the tie points lie from where the transform puts them.
 struct Residuals {

@@ -1,5 +1,9 @@
 #include "calibration/format_row.h"
 
+#include "calibration/calibration.h"
+#include "calibration/driver.h"
+#include "support/files.h"
+
 #include <algorithm>
 
 #include "support/paths.h"
@@ -13,6 +17,7 @@ FormatTable formats;
 
 void setFormatTable(const FormatTable& table) {
   formats = table;
+  setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
 }
 
 const FormatTable& formatTable() {

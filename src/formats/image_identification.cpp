@@ -1,5 +1,7 @@
 #include "formats/image_identification.h"
 
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "calibration/log.h"
@@ -7,6 +9,7 @@
 #include "calibration/pickers.h"
 #include "raster/bitmap.h"
 #include "raster/image_file.h"
+#include "support/errors.h"
 #include "support/numbers.h"
 #include "support/paths.h"
 #include "support/text.h"
@@ -14,6 +17,8 @@
 
 namespace vellandra {
 namespace {
+
+constexpr int largestSide = std::numeric_limits<std::int16_t>::max();  // pixels, as calibrations hold them
 
 std::string stemOf(const std::string& path) {
   return path.substr(0, path.size() - fileName(path).size()) + splitPath(path).base;
@@ -36,6 +41,16 @@ std::optional<FoundImage> findImageAt(const std::string& path, std::string& unre
   return std::nullopt;
 }
 
+/// What to do about an image that cannot be read for the ending of its name, on a line of its own.
+std::string endingAdvice(const std::string& path) {
+  if (imageTypeOf(path) != nullptr) return {};
+  const std::string name = lowerCase(path);
+  for (const auto& [longEnding, ending] : {std::pair(".tiff", ".tif"), std::pair(".jpeg", ".jpg")}) {
+    if (name.ends_with(longEnding)) return std::string("\nRename it: its name has to end in ") + ending;
+  }
+  return "\nSave it as one of .png, .jpg, .bmp, .tif or .gif";
+}
+
 std::optional<FoundImage> findImage(const std::string& path, const std::vector<std::string>& others) {
   std::string unreadable;
   if (std::optional<FoundImage> image = findImageAt(path, unreadable)) return image;
@@ -51,7 +66,7 @@ std::optional<FoundImage> findImage(const std::string& path, const std::vector<s
   const std::string chosen = findFile(getifile());
   if (chosen.empty()) return std::nullopt;
   if (const std::optional<ImageSize> size = imageSize(chosen)) return FoundImage{chosen, *size};
-  tell("Unable to read image " + chosen);
+  tell("Unable to read image " + chosen + endingAdvice(chosen));
   return std::nullopt;
 }
 
@@ -71,6 +86,11 @@ void getidata(std::string& path, std::int16_t& width, std::int16_t& height, cons
   const std::optional<FoundImage> image = findImage(std::exchange(path, {}), others);
   if (!image) return;
   path = image->path;
+  if (std::max(image->size.width, image->size.height) > largestSide) {
+    throw Overflow("the image " + path + " has " + std::to_string(image->size.width) + " by " +
+                   std::to_string(image->size.height) + " pixels, at most " + std::to_string(largestSide) +
+                   " a side can be calibrated: scale it down or cut it into sheets");
+  }
   width = toInt16(image->size.width);
   height = toInt16(image->size.height);
   compareSize("width", statedWidth, width);

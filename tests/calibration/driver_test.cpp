@@ -1,9 +1,6 @@
 #include "calibration/driver.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
-#include <csignal>
 
 #include "map_fixture.h"
 #include "support/text.h"
@@ -44,6 +41,7 @@ TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
       {"wide.map", map + "IWH,Map Image Width/Height,40000,300", "Overflow\r\n40000"},
       {"degrees.map", map + point4 + "20,20,in,deg,1e999,0,N,3,0,W", "Overflow\r\n1e999"},
       {"short.tfw", "0.1\r\n0\r\n0\r\n-0.1\r\n10\r\n", "Line 6 of the world file holds no number"},
+      {"long.xyz", std::string(300'000, '\n'), "Unsupported calibration type"},
   };
   for (const auto& [name, content, told] : rows) {
     calibration.message.clear();
@@ -52,9 +50,13 @@ TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
     EXPECT_FALSE(convert(name, content)) << name;
     EXPECT_TRUE(lastBox() == told || panelHas("***** Error *****\r\n" + told)) << name << lastBox() << person.panel;
     EXPECT_EQ(written(name), content);
+    EXPECT_FALSE(run(writeCalibrations));
+    EXPECT_TRUE(lastBox() == told || lastBox().starts_with("The calibration was not read")) << name << lastBox();
     fs::remove(folder + name);
     EXPECT_EQ(files(), before) << name;
   }
+  EXPECT_LT(fs::file_size(folder + "vellandra.log"), 4'100'000U)
+      << "a copied line takes more room in the log than in the file";
 }
 
 TEST_F(DriverTest, MissingFilesAreTold) {
@@ -214,6 +216,11 @@ TEST_F(DriverTest, ImageIsFoundWhateverItsCaseAndExtension) {
   fs::remove(folder + "area.jpg");
   EXPECT_FALSE(convert("area.map", map));  // area.tif is no image
   EXPECT_EQ(person.boxes[2].text, "Unable to read image " + folder + "area.tif");
+  fs::rename(folder + "area.tif", folder + "area.TIFF");
+  person.pickedFiles = {folder + "area.TIFF"};
+  EXPECT_FALSE(convert("area.map", map));
+  EXPECT_EQ(person.boxes[6].text,
+            "Unable to read image " + folder + "area.TIFF\nRename it: its name has to end in .tif");
 }
 
 TEST_F(DriverTest, ImageTooWideForTheRecordIsRefusedFromItsHeader) {
@@ -222,35 +229,48 @@ TEST_F(DriverTest, ImageTooWideForTheRecordIsRefusedFromItsHeader) {
   png.replace(29, 4, std::string("\x32\x02\x5C\xD3", 4));      // its checksum
   writeTestFile(folder + "area.png", png);
   EXPECT_FALSE(convert("area.map", map));
-  EXPECT_TRUE(panelHas("***** Error *****\r\nOverflow\r\n40000 does not fit\r\n")) << log();
+  EXPECT_TRUE(panelHas("***** Error *****\r\nOverflow\r\nthe image " + folder + "area.png has 40000 by 1 pixels"))
+      << log();
 }
 
 // The world file, which is written first, stops the run.
 TEST_F(DriverTest, FailedWriteKeepsWhatWasThere) {
   preferences.warnOverwrite = false;
   writeTestFile(folder + "area.tfw", "mine");
-  (void)std::signal(SIGXFSZ, SIG_IGN);
-  rlimit unlimited{};
-  getrlimit(RLIMIT_FSIZE, &unlimited);
-  const rlimit small{10, unlimited.rlim_max};  // bytes a file: the write fails on its way, as on a full disk
   writeTestFile(folder + "area.map", map);
-  setrlimit(RLIMIT_FSIZE, &small);
-  EXPECT_EQ(runBatch(folder + "area.map"), 1);
-  setrlimit(RLIMIT_FSIZE, &unlimited);
+  {
+    const FileSizeLimit limit(10);
+    EXPECT_EQ(runBatch(folder + "area.map"), 1);
+  }
   EXPECT_EQ(written("area.tfw"), "mine");
 
-  fs::remove(folder + "area.tfw");
-  fs::create_directories(folder + "area.tfw/a folder of that name");
+  fs::create_directories(folder + "area.jpr/a folder of that name");
   EXPECT_EQ(runBatch(folder + "area.map"), 1);
-  EXPECT_EQ(person.boxTexts(), Texts(2, "unable to write " + folder + "area.tfw"));
-  EXPECT_EQ(files().size(), 3U);
+  EXPECT_EQ(person.boxTexts(),
+            (Texts{"unable to write " + folder + "area.tfw", "unable to write " + folder + "area.jpr"}));
+  EXPECT_TRUE(driver.calibrationPending) << "two files of seven count as written";
+  EXPECT_EQ(files().size(), 5U);
 }
 
-TEST(BatchPath, JoinsArgumentsAndDropsOnePairOfQuotes) {
-  EXPECT_EQ(batchPath({"my", "map.map"}), fs::current_path() / "my map.map");
-  EXPECT_EQ(batchPath({"\"/my", "map.map\""}), "/my map.map");
-  EXPECT_EQ(batchPath({"\"\"x\"\""}), fs::current_path() / "\"x\"");
-  EXPECT_EQ(batchPath({"\""}), fs::current_path() / "\"");
+TEST(CommandLine, IsAPathBehindAtMostOneOption) {
+  using Task = CommandLine::Task;
+  const std::string here = fs::current_path().string() + "/";
+  const std::tuple<Texts, Task, std::string> rows[] = {
+      {{}, Task::window, ""},
+      {{"--help"}, Task::help, ""},
+      {{"my", "map.map"}, Task::batch, here + "my map.map"},
+      {{"\"/my", "map.map\""}, Task::batch, "/my map.map"},
+      {{"\"\"x\"\""}, Task::batch, here + "\"x\""},
+      {{"\""}, Task::batch, here + "\""},
+      {{"--open"}, Task::window, ""},  // as the desktop starts the program without a file
+      {{"--open", "my", "map.map"}, Task::window, here + "my map.map"},
+      {{"--folder", "/my", "maps"}, Task::folder, "/my maps"},
+      {{"--folder", ""}, Task::folder, ""},
+  };
+  for (const auto& [arguments, task, path] : rows) {
+    const CommandLine read = readCommandLine(arguments);
+    EXPECT_EQ(std::pair(read.task, read.path), std::pair(task, path)) << path;
+  }
 }
 
 }  // namespace
