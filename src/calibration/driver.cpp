@@ -268,6 +268,7 @@ void updateMenuStates() {
 
 bool do_it() {
   const MenuStatesAtEnd menuStates;
+  setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
   const bool reads = driver.stage == openCalibration || driver.stage == batch;
   if (reads && !readCalibration()) return false;
   if (reads || driver.stage == afterImage) {

@@ -1,9 +1,11 @@
 #include "support/files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -22,22 +24,24 @@ constexpr off_t largestTextFile = 256LL * 1024 * 1024;
 /// A file descriptor that closes itself.
 class Descriptor {
  public:
+  Descriptor() = default;
   explicit Descriptor(int fd) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() {
     if (fd_ >= 0) ::close(fd_);
   }
+  explicit operator bool() const { return fd_ >= 0; }
   int get() const { return fd_; }
-  /// The result of closing: the last moment at which a write can turn out to have failed.
-  bool close() {
-    const int fd = fd_;
-    fd_ = -1;
-    return ::close(fd) == 0;
-  }
+  int release() { return std::exchange(fd_, -1); }
 
  private:
-  int fd_;
+  int fd_ = -1;
 };
 
 bool writeAll(int fd, std::string_view content) {
@@ -52,10 +56,37 @@ bool writeAll(int fd, std::string_view content) {
   return true;
 }
 
-/// Where a rename must go so that a symbolic link stays a link.
-std::string linkTarget(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr), &std::free);
-  return target ? target.get() : path;
+bool isSameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+std::function<std::vector<std::string>()>& filesInUse() {
+  static std::function<std::vector<std::string>()> files;
+  return files;
+}
+
+bool isInUse(const struct stat& file) {
+  if (!filesInUse()) return false;
+  const std::vector<std::string> paths = filesInUse()();
+  return std::any_of(paths.begin(), paths.end(), [&file](const std::string& path) {
+    struct stat used {};
+    return ::stat(path.c_str(), &used) == 0 && isSameFile(used, file);
+  });
+}
+
+/// Where a new `path` is put: the file that a link leads to, so that the link stays. Empty when what is there must not
+/// be replaced: anything but a regular file, a link that leads nowhere or to a file in use, and a write-protected file,
+/// which could be renamed over all the same.
+std::string placeFor(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) return errno == ENOENT ? path : std::string();
+  std::string place = path;
+  if (S_ISLNK(status.st_mode)) {
+    const std::unique_ptr<char, decltype(&std::free)> target(::realpath(path.c_str(), nullptr), &std::free);
+    if (!target || ::stat(target.get(), &status) != 0 || isInUse(status)) return {};
+    place = target.get();
+  }
+  return S_ISREG(status.st_mode) && ::access(place.c_str(), W_OK) == 0 ? place : std::string();
 }
 
 /// The mode of the file that is replaced, or the one a new file would have.
@@ -67,54 +98,107 @@ mode_t modeOf(const std::string& path) {
   return 0666 & ~mask;
 }
 
-/// A writer may rename over a file it could not have opened for writing: that would replace a write-protected file. A
-/// folder could be renamed as well.
-bool isProtected(const std::string& path) {
-  struct stat status {};
-  if (::stat(path.c_str(), &status) != 0) return false;
-  return S_ISDIR(status.st_mode) || ::access(path.c_str(), W_OK) != 0;
+/// The hidden names under which files are written in `folder`. Each belongs to the process that has locked its file, so
+/// what a killed one leaves is the next one's to take.
+constexpr int mostHidden = 8;
+std::string hiddenName(const std::string& folder, int number) {
+  return folder + ".vellandra-" + std::to_string(number);
 }
 
-/// A file's new content, flushed to the disk beside its name. Removed again unless it is put in its place.
+struct HiddenFile {
+  std::string name;
+  Descriptor file;
+  bool locksWork = true;
+};
+
+/// The file under `name`, opened for this process alone; without one when another writes it or it cannot be opened.
+HiddenFile openHidden(std::string name, int flags) {
+  HiddenFile hidden;
+  Descriptor file(::open(name.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, 0600));
+  if (!file) return hidden;
+  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    hidden.locksWork = errno == EWOULDBLOCK;
+    if (!hidden.locksWork) ::unlink(name.c_str());
+    return hidden;
+  }
+  // The process that had it may have put it in its place meanwhile.
+  struct stat opened {};
+  struct stat named {};
+  const bool still = ::fstat(file.get(), &opened) == 0 && ::lstat(name.c_str(), &named) == 0 &&
+                     isSameFile(opened, named) && S_ISREG(opened.st_mode) && opened.st_nlink == 1;
+  if (still) hidden.file = std::move(file), hidden.name = std::move(name);
+  return hidden;
+}
+
+/// An empty file of this process in `folder`. What killed processes have left there goes.
+HiddenFile newHiddenFile(const std::string& folder) {
+  HiddenFile hidden;
+  int number = 0;
+  while (!hidden.file && hidden.locksWork && number < mostHidden) {
+    hidden = openHidden(hiddenName(folder, ++number), O_CREAT);
+  }
+  if (!hidden.file) {  // a file system without locks
+    hidden.name = folder + ".vellandra-XXXXXX";
+    hidden.file = Descriptor(::mkostemp(hidden.name.data(), O_CLOEXEC));
+    return hidden;
+  }
+  if (::ftruncate(hidden.file.get(), 0) != 0) {
+    ::unlink(hidden.name.c_str());
+    return {};
+  }
+  while (++number <= mostHidden) {
+    const HiddenFile left = openHidden(hiddenName(folder, number), 0);
+    if (left.file) ::unlink(left.name.c_str());
+  }
+  return hidden;
+}
+
+/// A new file beside the name it is for. Removed again unless it is put in its place.
 class PreparedFile {
  public:
-  PreparedFile(const std::string& path, std::string_view content) : target_(linkTarget(path)) {
-    if (isProtected(path)) return;
-    std::string name = target_.substr(0, target_.rfind('/') + 1) + ".vellandra-XXXXXX";
-    Descriptor file(::mkostemp(name.data(), O_CLOEXEC));
-    if (file.get() < 0) return;
-    prepared_ = std::move(name);
+  explicit PreparedFile(const std::string& path) : place_(placeFor(path)) {
+    if (place_.empty()) return;
+    hidden_ = newHiddenFile(place_.substr(0, place_.rfind('/') + 1));
     // Memory cards know no modes and refuse them, which does not matter there.
-    (void)::fchmod(file.get(), modeOf(path));
-    complete_ = writeAll(file.get(), content) && ::fsync(file.get()) == 0 && file.close();
+    if (hidden_.file) (void)::fchmod(hidden_.file.get(), modeOf(place_));
   }
   PreparedFile(const PreparedFile&) = delete;
   PreparedFile& operator=(const PreparedFile&) = delete;
   ~PreparedFile() {
-    if (!prepared_.empty()) ::unlink(prepared_.c_str());
+    if (hidden_.file) ::unlink(hidden_.name.c_str());
   }
 
-  explicit operator bool() const { return complete_; }
+  const std::string& place() const { return place_; }
 
-  /// Where the old file is then, empty when there is none or it cannot be moved.
-  std::string setOldAside() const {
-    std::string aside = prepared_ + "-old";
-    return ::rename(target_.c_str(), aside.c_str()) == 0 ? aside : std::string();
-  }
-  void bringBack(const std::string& aside) const {
-    if (!aside.empty()) (void)::rename(aside.c_str(), target_.c_str());
+  /// False when not all of `content` comes to the disk.
+  bool write(std::string_view content) {
+    return hidden_.file && writeAll(hidden_.file.get(), content) && ::fsync(hidden_.file.get()) == 0;
   }
 
-  bool putInPlace() {
-    if (!complete_ || ::rename(prepared_.c_str(), target_.c_str()) != 0) return false;
-    prepared_.clear();
-    return true;
+  /// The descriptor of the file, which has its place now; none when that fails.
+  Descriptor putInPlace() noexcept {
+    if (!hidden_.file || ::rename(hidden_.name.c_str(), place_.c_str()) != 0) return {};
+    return std::move(hidden_.file);
   }
 
  private:
-  std::string target_, prepared_;
-  bool complete_ = false;
+  std::string place_;
+  HiddenFile hidden_;
 };
+
+enum class Exchange { done, fileFailed, companionFailed };
+
+/// Puts both in their places. Nothing here needs memory, whose lack would stop it half-way.
+Exchange exchange(PreparedFile& file, PreparedFile& companion, const std::string& old) noexcept {
+  const char* const place = companion.place().c_str();
+  const bool aside = ::rename(place, old.c_str()) == 0;
+  if (!aside && errno != ENOENT) return Exchange::companionFailed;
+  if (!file.putInPlace()) {
+    if (aside) (void)::rename(old.c_str(), place);
+    return Exchange::fileFailed;
+  }
+  return companion.putInPlace() ? Exchange::done : Exchange::companionFailed;
+}
 
 }  // namespace
 
@@ -164,30 +248,38 @@ bool makeFolder(const std::string& path) {
   return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+void setFilesInUse(std::function<std::vector<std::string>()> files) {
+  filesInUse() = std::move(files);
+}
+
 bool writeWholeFile(const std::string& path, std::string_view content) {
-  return PreparedFile(path, content).putInPlace();
+  PreparedFile file(path);
+  return file.write(content) && file.putInPlace();
 }
 
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion) {
-  PreparedFile newFile(file.path, file.content);
-  if (!newFile) return file.path;
-  PreparedFile newCompanion(companion.path, companion.content);
-  if (!newCompanion) return companion.path;
-  // The companion is missing for a moment: a file without one is incomplete, with the wrong one it would mislead.
-  const std::string old = newCompanion.setOldAside();
-  if (old.empty() && fileExists(companion.path)) return companion.path;
-  if (!newFile.putInPlace()) {
-    newCompanion.bringBack(old);
-    return file.path;
+  PreparedFile newFile(file.path);
+  if (!newFile.write(file.content)) return file.path;
+  PreparedFile newCompanion(companion.path);
+  if (!newCompanion.write(companion.content)) return companion.path;
+  // The companion is missing for a moment: a file without one is incomplete, with the wrong one it would mislead. Of a
+  // program that ends just then, the old one is found under a name that can be seen.
+  const std::string old = newCompanion.place() + ".vellandra-old";
+  switch (exchange(newFile, newCompanion, old)) {
+    case Exchange::fileFailed:
+      return file.path;
+    case Exchange::companionFailed:
+      return companion.path;
+    case Exchange::done:
+      break;
   }
-  const bool done = newCompanion.putInPlace();
-  if (!old.empty()) ::unlink(old.c_str());
-  return done ? std::string() : companion.path;
+  ::unlink(old.c_str());
+  return {};
 }
 
-GrowingFile::GrowingFile(std::string path)
-    : path_(std::move(path)),
-      descriptor_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {}
+GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {
+  descriptor_ = PreparedFile(path_).putInPlace().release();
+}
 
 GrowingFile::~GrowingFile() {
   if (descriptor_ >= 0) ::close(descriptor_);

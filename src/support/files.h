@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vellandra {
 
@@ -29,8 +31,13 @@ bool fileExists(const std::string& path);
 /// Makes the folder `path` unless it is there; false when there is none afterwards. The folder around it must exist.
 bool makeFolder(const std::string& path);
 
+/// The files that the running command reads, as `files` gives them when a file is written: no link leads a write to
+/// them.
+void setFilesInUse(std::function<std::vector<std::string>()> files);
+
 /// Writes `content` to `path` so that the file appears whole or not at all: written beside its name, flushed, renamed
-/// over it. Returns false on failure, with an old file of that name intact.
+/// over it. A regular file is replaced, a link to one stays a link; anything else that is there, such as a device, is
+/// left alone. Returns false on failure, with what was there intact.
 bool writeWholeFile(const std::string& path, std::string_view content);
 
 struct FileContent {
@@ -40,12 +47,12 @@ struct FileContent {
 
 /// Writes `file` and `companion`, which says something about it, so that neither is ever there beside the other's old
 /// version: both are written beside their names and flushed before either takes its name's place. Returns the path that
-/// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails is `file`
-/// new and without a companion.
+/// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails, or the
+/// program ends between two of them, is there no companion: the old one is then in its path with ".vellandra-old".
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion);
 
-/// A file that grows while a command works: what was there goes when it is opened, and what is added is in it at once,
-/// however the command ends.
+/// A file that grows while a command works: a new one takes the place of what was there when it is opened, by the rules
+/// of `writeWholeFile`, and what is added is in it at once, however the command ends.
 class GrowingFile {
  public:
   explicit GrowingFile(std::string path);
@@ -61,7 +68,7 @@ class GrowingFile {
 
  private:
   std::string path_;
-  int descriptor_;
+  int descriptor_ = -1;
 };
 
 }  // namespace vellandra

@@ -1,5 +1,7 @@
 #include "support/files.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -48,8 +50,43 @@ TEST_F(FilesTest, WrittenFileKeepsModeAndLink) {
   EXPECT_EQ(fs::status(folder + "real").permissions(), static_cast<fs::perms>(0640));
   EXPECT_EQ(written("real"), "new");
   EXPECT_FALSE(writeWholeFile(folder + "none/x", "new"));
-  EXPECT_FALSE(writeWholeFile(folder, "new"));
   EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 3) << "left over";  // the log and these two
+}
+
+TEST_F(FilesTest, OnlyRegularFilesAreReplaced) {
+  ASSERT_EQ(mkfifo((folder + "fifo").c_str(), 0600), 0);
+  fs::create_directory(folder + "folder");
+  const std::pair<const char*, const char*> links[] = {{"to fifo", "fifo"}, {"nowhere", "none"}, {"round", "round"}};
+  for (const auto& [link, target] : links) fs::create_symlink(target, folder + link);
+  for (const char* name : {"fifo", "folder", "to fifo", "nowhere", "round"}) {
+    const fs::file_type before = fs::symlink_status(folder + name).type();
+    EXPECT_FALSE(writeWholeFile(folder + name, "new")) << name;
+    EXPECT_FALSE(GrowingFile(folder + name)) << name;
+    EXPECT_EQ(fs::symlink_status(folder + name).type(), before) << name;
+  }
+  EXPECT_FALSE(fs::exists(folder + "none"));
+}
+
+TEST_F(FilesTest, AGrowingFileSharesItsContentWithNoOther) {
+  writeTestFile(folder + "map.png", "pixels");
+  fs::create_hard_link(folder + "map.png", folder + "list");
+  const GrowingFile one(folder + "list");
+  EXPECT_TRUE(one.add("one"));
+  const GrowingFile two(folder + "list");  // as a second program opens the log
+  EXPECT_TRUE(two.add("two") && one.add("one"));
+  EXPECT_EQ(written("list") + written("map.png"), "twopixels");
+}
+
+TEST_F(FilesTest, WhatAKilledProgramLeftIsTakenAwayAndAnothersFileIsNot) {
+  for (const char* name : {".vellandra-1", ".vellandra-2", ".vellandra-4"}) writeTestFile(folder + name, "left over");
+  const int another = ::open((folder + ".vellandra-1").c_str(), O_WRONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(another, LOCK_EX), 0);
+  EXPECT_TRUE(writeWholeFile(folder + "x", "new"));
+  EXPECT_EQ(written("x") + written(".vellandra-1"), "newleft over");
+  ::close(another);
+  EXPECT_TRUE(writeWholeFile(folder + "x", "again"));
+  EXPECT_EQ(written("x"), "again");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "left over";  // the log and this one
 }
 
 TEST_F(FilesTest, FilesAreFoundWithoutRegardToCaseSeparatorAndEncoding) {
