@@ -50,7 +50,10 @@ std::optional<int> runOnDisplay(char** argv, const std::optional<std::string>& p
 int main(int argc, char** argv) {
   // Dates in the log follow the person's locale; numbers in files never do.
   (void)std::setlocale(LC_TIME, "");
-  (void)std::signal(SIGPIPE, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
+  // A reader that goes away and a limit on the size of files are failed writes, and not the program's end.
+  for (const int ignored : {SIGPIPE, SIGXFSZ}) {
+    (void)std::signal(ignored, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
+  }
 
   vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
   const std::vector<std::string> arguments(argv + 1, argv + argc);

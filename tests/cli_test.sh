@@ -61,6 +61,11 @@ if mount -t tmpfs -o size=64k tmpfs "$work/small" 2>/dev/null; then
   rm "$VELLANDRA_HOME/calconv.ini"
 fi
 
+# A limit on the size of files is a failed write as well.
+mkdir "$work/limit"
+cp "$samples/crete/crete."{map,png} "$work/limit"
+expect 1 "unable to write $work/limit/crete.tfw" bash -c 'ulimit -f 0; exec "$0" "$1"' "$program" "$work/limit/crete.map"
+
 # 100 MB of junk under every extension: a clear answer soon, in 256 MiB with 60 for the libraries. The limit is on data:
 # the libraries' address space would drown it.
 head -c 100000000 /dev/urandom >"$work/junk"

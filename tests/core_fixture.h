@@ -1,8 +1,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -32,6 +34,23 @@ inline std::string contentOf(const std::string& path) {
 inline void writeTestFile(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
+
+/// While one lives, a file that grows past `bytes` is a write that fails on its way, as on a full disk.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    (void)std::signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit small{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+
+ private:
+  rlimit before_{};
+};
 
 /// Position of a name in the datum table that is loaded.
 inline int datumNumber(const std::string& name) {

@@ -66,16 +66,15 @@ bool logInputFile(const std::string& path) {
   writeLog(path);
   TextFile file(path);
   const bool isWindows1252 = !isUtf8(file.content());
-  constexpr std::size_t most = 4'000'000;  // a log that fills the disk helps nobody
-  std::size_t written = 0;
+  constexpr std::size_t most = 4'000'000;  // bytes: a log that fills the disk helps nobody
+  const std::uint64_t end = logSize() + most;
   std::string_view line;
   while (getline(file, line)) {
-    if (written > most) {
+    if (logSize() >= end) {
       writeLog("the rest of the file is not copied");
       break;
     }
-    writeLog(line.substr(0, most));
-    written += line.size() + 1;
+    writeLog(line.substr(0, static_cast<std::size_t>(end - logSize())));
   }
   return isWindows1252;
 }

@@ -1,21 +1,25 @@
 #include "calibration/log.h"
 
 #include <array>
-#include <cstdio>
 #include <ctime>
-#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "support/files.h"
 
 namespace vellandra {
 namespace {
 
 constexpr const char* firstLine = "In the event of an error please send this file by e-mail to support@corvane.example";
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { (void)std::fclose(file); }  // NOLINT(cppcoreguidelines-owning-memory)
-};
+constexpr std::size_t mostWaiting = 65536;  // bytes
 
 struct Log {
-  std::unique_ptr<std::FILE, CloseFile> file;
+  std::optional<GrowingFile> file;
+  std::string waiting;  ///< lines that are not in the file yet
+  std::uint64_t size = 0;
+  bool failed = false;
   std::time_t stampTime = 0;
   std::string stamp;
 };
@@ -37,30 +41,41 @@ const std::string& timeStamp() {
 }  // namespace
 
 bool openLog(const std::string& path) {
-  log.file.reset(std::fopen(path.c_str(), "wbe"));  // NOLINT(cppcoreguidelines-owning-memory)
-  if (!log.file) return false;
+  log.waiting.clear();
+  log.size = 0;
+  log.failed = false;
+  // A new file each time: another run that has this log open goes on with its own.
+  log.file.emplace(path);
+  if (!*log.file) {
+    log.file.reset();
+    return false;
+  }
   writeLog(firstLine);
   flushLog();
   return true;
 }
 
 bool closeLog() {
-  if (!log.file) return true;
-  const bool failed = std::ferror(log.file.get()) != 0;
-  return std::fclose(log.file.release()) == 0 && !failed;
+  flushLog();
+  log.file.reset();
+  return !std::exchange(log.failed, false);
 }
 
 void writeLog(std::string_view text) {
   if (!log.file) return;
-  // A line that cannot be written is remembered by the stream and told when the log is closed.
-  const std::string& stamp = timeStamp();
-  (void)std::fwrite(stamp.data(), 1, stamp.size(), log.file.get());
-  (void)std::fwrite(text.data(), 1, text.size(), log.file.get());
-  (void)std::fwrite("\r\n", 1, 2, log.file.get());
+  log.waiting.append(timeStamp()).append(text).append("\r\n");
+  log.size += log.stamp.size() + text.size() + 2;
+  if (log.waiting.size() > mostWaiting) flushLog();
 }
 
 void flushLog() {
-  if (log.file) (void)std::fflush(log.file.get());
+  if (!log.file) return;
+  if (!log.file->add(log.waiting)) log.failed = true;  // told when the log is closed
+  log.waiting.clear();
+}
+
+std::uint64_t logSize() {
+  return log.size;
 }
 
 }  // namespace vellandra

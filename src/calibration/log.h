@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,5 +18,8 @@ void writeLog(std::string_view text);
 
 /// Brings the lines so far to the file.
 void flushLog();
+
+/// Bytes of the lines since the log was opened.
+std::uint64_t logSize();
 
 }  // namespace vellandra

@@ -31,7 +31,7 @@ class SpawnSettings {
   bool detach() {
     sigset_t usual;
     ::sigemptyset(&usual);
-    ::sigaddset(&usual, SIGPIPE);
+    for (const int ignored : {SIGPIPE, SIGXFSZ}) ::sigaddset(&usual, ignored);
     const auto nowhere = [this](int descriptor, int mode) {
       return ::posix_spawn_file_actions_addopen(&files_, descriptor, "/dev/null", mode, 0) == 0;
     };

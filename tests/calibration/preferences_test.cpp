@@ -1,5 +1,7 @@
 #include "calibration/preferences.h"
 
+#include <sys/stat.h>
+
 #include "calibration/pickers.h"
 #include "core_fixture.h"
 #include "support/paths.h"
@@ -98,14 +100,20 @@ TEST_F(PreferencesTest, SessionGoesOnWithoutAFolderToWriteTo) {
   unsetenv("XDG_DATA_HOME");
 }
 
-TEST_F(PreferencesTest, LogThatCannotBeWrittenIsToldAtTheEnd) {
+TEST_F(PreferencesTest, LogThatCannotBeWrittenIsTold) {
+  const std::string told = "unable to write " + folder + "vellandra.log";
   std::filesystem::remove(folder + "vellandra.log");
-  std::filesystem::create_symlink("/dev/full", folder + "vellandra.log");
+  ASSERT_EQ(mkfifo((folder + "vellandra.log").c_str(), 0600), 0);
+  startSession();  // and does not wait for a reader
+  endLog();
+  EXPECT_EQ(person.boxTexts(), Texts{told});
+  std::filesystem::remove(folder + "vellandra.log");
   startSession();
-  writeLog("a line");
+  const FileSizeLimit limit(150);
+  writeLog(std::string(200, 'x'));
   endLog();
   endLog();
-  EXPECT_EQ(person.boxTexts(), Texts{"unable to write " + folder + "vellandra.log"});
+  EXPECT_EQ(person.boxTexts(), Texts(2, told));
 }
 
 }  // namespace
