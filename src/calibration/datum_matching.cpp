@@ -38,13 +38,33 @@ int chooseFromTable(const std::string& label) {
   return chosen >= 1 && chosen <= datumTable.count ? chosen : 0;
 }
 
+/// The datum table; empty when there is none where the preferences and the program's folder have it.
+std::string findDatumsFile() {
+  std::string path = findFile(preferences.datumsPath);
+  if (!path.empty()) return path;
+  path = findFile(programFolder() + "datums.txt");
+  if (!path.empty()) showMessage("No file " + preferences.datumsPath + ": the datums are read from " + path);
+  return path;
+}
+
+void remember(const std::string& name, const std::string& match) {
+  if ((name + match).find_first_of("=\r\n") != std::string::npos) {
+    showMessage("Datum " + shown(name) + " is read as " + shown(match) +
+                " this time only: a name with \"=\" cannot be remembered");
+    return;
+  }
+  preferences.unmatchedName = name;
+  preferences.matchedName = match;
+  preferencesChanged = true;
+}
+
 }  // namespace
 
 void LoadDatums() {
   datumTable = DatumTable();
   lastMatch = LastMatch();
   reportedDatum = 0;
-  std::string path = findFile(preferences.datumsPath);
+  std::string path = findDatumsFile();
   if (path.empty() && locateDatumsFile()) path = findFile(preferences.datumsPath);
   if (path.empty()) return;
   TextFile file(path);
@@ -52,15 +72,19 @@ void LoadDatums() {
 }
 
 void finddatum(std::string& name, std::int16_t& index) {
-  if (name == preferences.unmatchedName) name = preferences.matchedName;
+  if (name == preferences.unmatchedName && name != preferences.matchedName) {
+    name = preferences.matchedName;
+    showMessage("Datum " + shown(preferences.unmatchedName) + " is read as " + shown(name) +
+                ", as it was matched before");
+  }
   inputDatumName = shown(name);
   index = static_cast<std::int16_t>(findDatumByName(name));
   if (index == 0) {
     index = static_cast<std::int16_t>(chooseFromTable(inputDatumName));
     if (index > 0) {
-      preferences.unmatchedName = name;
-      preferences.matchedName = datumTable.name[static_cast<std::size_t>(index)];
-      inputDatumName = shown(preferences.matchedName);
+      const std::string& match = datumTable.name[static_cast<std::size_t>(index)];
+      inputDatumName = shown(match);
+      remember(name, match);
     }
   }
   if (index > 0) lastMatch = {shown(datumTable.name[static_cast<std::size_t>(index)]), index};

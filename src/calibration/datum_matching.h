@@ -8,12 +8,14 @@ namespace vellandra {
 /// The name of the last datum looked up, as it is shown.
 extern std::string inputDatumName;
 
-/// Fills the datum table from the file that the preferences name. When that is missing, the person is asked for it once
-/// and the answer is kept; without one the table stays empty.
+/// Fills the datum table from the file that the preferences name; when that is missing, from the one in the program's
+/// folder, which the panel says. Without that either, the person is asked and the answer is kept; without one the table
+/// stays empty.
 void LoadDatums();
 
 /// Looks `name` up in the datum table, in the shape of `datumColumnName`: a name matched by hand before is replaced by
-/// its match, and for a name that is not in the table the person is asked. `index` is 0 when there is no match.
+/// its match, which the panel says, and for a name that is not in the table the person is asked and the answer is kept.
+/// `index` is 0 when there is no match.
 void finddatum(std::string& name, std::int16_t& index);
 
 /// The same for a name as a file gives it, "WGS84" meaning "WGS 84"; sets `inputDatumName`. Returns the index.

@@ -23,22 +23,20 @@ namespace {
 constexpr const char* fileNameOfPreferences = "calconv.ini";
 constexpr const char* header = "'Calibration conversion preferences file";
 
-using Values = std::vector<std::string_view>;  // the text behind the first, the second "="
-
-/// One key of the file: how it is written, and how its value is taken and given.
+/// One key of the file: how it is written, and how what stands behind its "=" is taken and given.
 struct Key {
   const char* written;
-  std::function<void(const Values&)> read;
+  std::function<void(std::string_view)> read;
   std::function<std::string()> text;
 };
 
 Key boolean(const char* written, bool& value) {
-  return {written, [&value](const Values& given) { value = field(given, 0) == "true"; },
+  return {written, [&value](std::string_view given) { value = field(splitFields(given, "="), 0) == "true"; },
           [&value] { return value ? "True" : "False"; }};
 }
 
 Key path(const char* written, std::string& value) {
-  return {written, [&value](const Values& given) { value = given[0]; }, [&value] { return value; }};
+  return {written, [&value](std::string_view given) { value = given; }, [&value] { return value; }};
 }
 
 /// `text` as a whole number; nothing when it is no number or past 32 bits.
@@ -54,13 +52,13 @@ std::optional<std::int32_t> wholeNumber(std::string_view text) {
 /// A number that is none, does not fit or is outside `least` to `most` is reported and the default stands.
 template <typename Integer>
 Key number(const char* written, Integer& value, int least, int most) {
-  const auto read = [written, &value, least, most](const Values& given) {
-    const std::optional<std::int32_t> whole = wholeNumber(given[0]);
+  const auto read = [written, &value, least, most](std::string_view given) {
+    const std::optional<std::int32_t> whole = wholeNumber(given);
     if (whole && *whole >= least && *whole <= most) {
       value = static_cast<Integer>(*whole);
       return;
     }
-    showMessage(std::string(fileNameOfPreferences) + ": " + written + "=" + std::string(given[0].substr(0, 40)) +
+    showMessage(std::string(fileNameOfPreferences) + ": " + written + "=" + std::string(given.substr(0, 40)) +
                 " is not allowed, " + std::to_string(value) + " is used");
   };
   return {written, read, [&value] { return std::to_string(value); }};
@@ -72,10 +70,12 @@ constexpr int largest16 = 32767;
 std::vector<Key> keys() {
   Preferences& p = preferences;
   const Key match = {"matchdatum",
-                     [&](const Values& given) {
-                       if (field(given, 0).empty() || field(given, 1).empty()) return;
-                       p.unmatchedName = datumColumnName(field(given, 0));
-                       p.matchedName = datumColumnName(field(given, 1));
+                     [&](std::string_view given) {
+                       const std::vector<std::string_view> names = splitFields(given, "=");
+                       // With more than two parts nobody knows which name is which.
+                       if (names.size() != 2 || field(names, 0).empty() || field(names, 1).empty()) return;
+                       p.unmatchedName = datumColumnName(field(names, 0));
+                       p.matchedName = datumColumnName(field(names, 1));
                      },
                      [&] { return std::string(trim(p.unmatchedName)) + "=" + std::string(trim(p.matchedName)); }};
   return {boolean("Warnoverwrite", p.warnOverwrite),
@@ -122,17 +122,26 @@ void readPreferences() {
   std::string_view line;
   while (getline(file, line)) {
     const std::string lower = lowerCase(line);
-    const Values fields = splitFields(lower, "=", 4);
-    if (fields.size() < 2) continue;
+    const std::size_t equals = lower.find('=');
+    if (equals == std::string::npos) continue;
+    const std::string_view whole = lower;
     for (const Key& key : known) {
-      if (trim(fields[0]) == lowerCase(key.written)) key.read(Values(fields.begin() + 1, fields.end()));
+      if (trim(whole.substr(0, equals)) == lowerCase(key.written)) key.read(whole.substr(equals + 1));
     }
   }
 }
 
 bool writePreferences() {
   std::string content = std::string(header) + "\r\n";
-  for (const Key& key : keys()) content += std::string(key.written) + "=" + key.text() + "\r\n";
+  for (const Key& key : keys()) {
+    const std::string text = key.text();
+    if (text.find_first_of("\r\n") == std::string::npos) {
+      content += std::string(key.written) + "=" + text + "\r\n";
+    } else {
+      showMessage(std::string(fileNameOfPreferences) + ": " + key.written +
+                  " is not kept, its path holds a line break");
+    }
+  }
   const std::string path = settingsFolder() + fileNameOfPreferences;
   if (!writeWholeFile(path, content)) {
     tell("unable to write " + path);

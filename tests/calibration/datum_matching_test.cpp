@@ -84,6 +84,29 @@ TEST_F(DatumMatching, UnknownDatumIsMatchedByHandOnceAndKeptForTheNextRun) {
   EXPECT_FALSE(fileExists(folder + "calconv.ini")) << "written without an answer to keep";
 }
 
+TEST_F(DatumMatching, RememberedMatchIsToldAndNeverPoisonsAnotherName) {
+  fs::copy_file(SOURCE_FOLDER "/data/datums.txt", folder + "datums.txt");
+  preferences.datumsPath = folder + "gone.txt";
+  const auto open = [this](const std::string& datum) {
+    calibration.message.clear();
+    writeTestFile(folder + "area.map", mapOn(datum, threePoints));
+    person.pickedFiles = {folder + "area.map"};
+    return run(openCalibration);
+  };
+  person.datums = {datumNumber("WGS 84"), datumNumber("European 1950")};
+  EXPECT_TRUE(open("WGS 84=Tokyo"));
+  EXPECT_TRUE(panelHas("No file " + folder + "gone.txt: the datums are read from " + folder + "datums.txt\r\n"));
+  EXPECT_TRUE(panelHas("Datum WGS 84=TOKYO is read as WGS 84 this time only: a name with \"=\" cannot be remembered"));
+  EXPECT_FALSE(preferencesChanged);
+  EXPECT_TRUE(open("European 50"));
+  EXPECT_TRUE(preferencesChanged) << "lost at the end of the program";
+  EXPECT_TRUE(open("European 50"));
+  EXPECT_TRUE(panelHas("Datum EUROPEAN 50 is read as EUROPEAN 1950, as it was matched before\r\n"));
+  EXPECT_TRUE(open("WGS 84"));
+  EXPECT_FALSE(panelHas("is read as"));
+  EXPECT_EQ(points(1, 1), "10,10 50.5 -3.25");
+}
+
 TEST_F(DatumMatching, DatumRowThatIsNoShiftIsTold) {
   const std::pair<const char*, bool> rows[] = {
       {"X 0 0 0 0 0", false},

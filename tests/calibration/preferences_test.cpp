@@ -28,13 +28,14 @@ TEST_F(PreferencesTest, ReadInAnyCaseAndWrittenStayTheSame) {
       "tileheight=200\r\nGarminDrawOrder=20\r\nGarminJpegQuality=5\r\nAdvancedGarminMapping=False\r\n" +
       "KMZTransparency=1\r\n";
   const std::string given =
-      "WARNOVERWRITE=FALSE\nWriteWGS84 = true\n7zip=/Opt/7ZZ\ndatumstxt=/Maps/D.txt\ndegreeformat=3\n"
-      "matchdatum=my datum=european 1950\nStretchNotRotate=TRUE\nshowgrid=no\ntilewidth=256\ntilewidth=512\n"
+      "WARNOVERWRITE=FALSE\nWriteWGS84 = true\n7zip=/Opt/a=b/7ZZ\ndatumstxt=/Maps/D.txt\ndegreeformat=3\n"
+      "matchdatum=my datum=european 1950\nmatchdatum=WGS 84=TOKYO=WGS "
+      "84\nStretchNotRotate=TRUE\nshowgrid=no\ntilewidth=256\ntilewidth=512\n"
       "GarminDrawOrder=-1\nadvancedgarminmapping=true\nKMZTransparency=0\n'tileheight=7\nnonsense=1\nShowGrid\n";
   // Paths are found all the same: names are looked up without regard to case.
   const std::string asWritten =
       header + "Warnoverwrite=False\r\nWriteWGS84=True\r\nstretchnotrotate=True\r\nShowGrid=False\r\n" +
-      "datumstxt=/maps/d.txt\r\n7zip=/opt/7zz\r\ndegreeformat=3\r\nmatchdatum=MY DATUM=EUROPEAN 1950\r\n" +
+      "datumstxt=/maps/d.txt\r\n7zip=/opt/a=b/7zz\r\ndegreeformat=3\r\nmatchdatum=MY DATUM=EUROPEAN 1950\r\n" +
       "tilewidth=512\r\ntileheight=200\r\nGarminDrawOrder=-1\r\nGarminJpegQuality=5\r\n" +
       "AdvancedGarminMapping=True\r\nKMZTransparency=0\r\n";
   const std::pair<std::string, std::string> rows[] = {{"", defaults}, {given, asWritten}, {asWritten, asWritten}};
@@ -45,6 +46,10 @@ TEST_F(PreferencesTest, ReadInAnyCaseAndWrittenStayTheSame) {
   }
   EXPECT_EQ(preferences.matchedName, datumColumnName("European 1950"));
   EXPECT_TRUE(person.panel.empty()) << person.panel;
+  preferences.sevenZipPath = "/opt\nWarnoverwrite=True";
+  ASSERT_TRUE(writePreferences());
+  EXPECT_EQ(written("calconv.ini").find("opt"), std::string::npos);
+  EXPECT_EQ(person.panel, "calconv.ini: 7zip is not kept, its path holds a line break\r\n");
 }
 
 TEST_F(PreferencesTest, NumberThatDoesNotFitKeepsItsDefaultAndIsTold) {
