@@ -10,15 +10,10 @@
 namespace vellandra {
 namespace {
 
-/// UTF-8 with LF for a terminal.
-std::string forTerminal(const std::string& text) {
-  std::string result = toUtf8(text);
-  std::erase(result, '\r');
-  // A file's bytes must not steer the terminal.
-  for (char& c : result) {
-    if ((c >= 0 && c < ' ' && c != '\n' && c != '\t') || c == 127) c = '?';
-  }
-  return result;
+/// UTF-8 with LF for a terminal, which a file's bytes must not steer.
+std::string forTerminal(std::string text) {
+  std::erase(text, '\r');
+  return withoutControls(text);
 }
 
 bool meansYes(const std::string& answer) {

@@ -140,11 +140,18 @@ bool isUtf8(std::string_view bytes) {
 }
 
 std::string toUtf8(std::string_view bytes) {
-  if (isUtf8(bytes)) return std::string(bytes);
   std::string result;
-  for (const char byte : bytes) {
-    const auto c = static_cast<unsigned char>(byte);
-    appendUtf8(result, c >= 0x80 && c < 0xA0 ? windows1252High[c - 0x80U] : c);
+  while (!bytes.empty()) {
+    const std::string_view line = bytes.substr(0, std::min(bytes.find('\n'), bytes.size() - 1) + 1);
+    bytes.remove_prefix(line.size());
+    if (isUtf8(line)) {
+      result += line;
+      continue;
+    }
+    for (const char byte : line) {
+      const auto c = static_cast<unsigned char>(byte);
+      appendUtf8(result, c >= 0x80 && c < 0xA0 ? windows1252High[c - 0x80U] : c);
+    }
   }
   return result;
 }
@@ -178,6 +185,19 @@ std::string escapeXml(std::string_view text) {
       default:
         appendUtf8(result, c < ' ' || c == 0xFFFE || c == 0xFFFF ? char32_t{0xFFFD} : c);
     }
+  }
+  return result;
+}
+
+std::string withoutControls(std::string_view text) {
+  const std::string utf8 = toUtf8(text);
+  std::string result;
+  char32_t c = 0;
+  for (std::string_view rest = utf8; !rest.empty() && takeCharacter(rest, c);) {
+    const bool control = (c < ' ' && c != '\n' && c != '\t') || (c >= 0x7F && c < 0xA0);
+    const bool direction =
+        c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+    appendUtf8(result, control || direction ? char32_t{'?'} : c);
   }
   return result;
 }

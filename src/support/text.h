@@ -32,8 +32,13 @@ std::string replaceToken(std::string line, std::string_view placeholder, std::st
 
 bool isUtf8(std::string_view bytes);
 
-/// The text as UTF-8: unchanged when it is UTF-8 already, else read as Windows-1252.
+/// The text as UTF-8. Each line is for itself, as lines of many files come together: unchanged when it is UTF-8
+/// already, else read as Windows-1252.
 std::string toUtf8(std::string_view bytes);
+
+/// The text as UTF-8 with "?" for every character that would steer a terminal: controls but for line feed and tab, and
+/// what parts lines or turns the direction of writing.
+std::string withoutControls(std::string_view text);
 
 /// `text`, as UTF-8, for between the tags of an XML 1.0 document. Characters that such a document cannot hold become
 /// U+FFFD.

@@ -58,10 +58,25 @@ TEST(Console, WorldFileQuestions) {
   EXPECT_EQ(ask("33\nno\n\n").datum, Datum::none);
 }
 
-TEST(Console, PanelPrintsEveryLineOnceInUtf8) {
+TEST(Console, PanelPrintsEveryLineOnceInUtf8WithoutControls) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"one", "one"},
+      {"\xE5sen", "\xC3\xA5sen"},          // Windows-1252 beside
+      {"\xC3\xA5\tsen", "\xC3\xA5\tsen"},  // UTF-8
+      {"\x1B[2J\a\x7F", "?[2J??"},
+      {"\x81\x9B", "?\xE2\x80\xBA"},             // the first is a control in Windows-1252, too
+      {"\xC2\x85\xC2\x9BJ", "??J"},              // NEL, CSI
+      {"\xE2\x80\xAEgpj\xE2\x81\xA9", "?gpj?"},  // right-to-left override, end of an isolate
+  };
   Terminal t("");
-  for (const char* panel : {"one\r\n", "one\r\n\xE5sen\r\n", "one\r\n\xE5sen\r\n"}) t.console.showPanel(panel);
-  EXPECT_EQ(t.out.str(), "one\n\xC3\xA5sen\n");
+  std::string panel, printed;
+  for (const auto& [text, shown] : rows) {
+    t.console.showPanel(panel += text + "\r\n");
+    t.console.showPanel(panel);
+    t.console.messageBox({text, "T", Buttons::ok});
+    EXPECT_EQ(t.out.str(), printed += shown + "\n");
+    EXPECT_TRUE(t.err.str().ends_with("T: " + shown + "\n")) << t.err.str();
+  }
 }
 
 }  // namespace

@@ -122,6 +122,7 @@ TEST(Paths, AreTakenApartAtBothSeparators) {
 TEST(Text, Encodings) {
   EXPECT_EQ(toWindows1252("caf\xC3\xA9 \xE2\x82\xAC"), "caf\xE9 \x80");
   EXPECT_EQ(toWindows1252("\xD0\x96"), "");
+  EXPECT_EQ(toUtf8("\xC3\xA5\n\xE5\n\xC3\xA5"), "\xC3\xA5\n\xC3\xA5\n\xC3\xA5") << "one line spoils the others";
   for (const char* bad : {"\xC0\x80", "\xE2\x82", "\xED\xA0\x80", "\xF5\x80\x80\x80", "\x80"})
     EXPECT_FALSE(isUtf8(bad));
   EXPECT_EQ(foldCase("\xC3\x85\xD0\x96z"), "\xC3\xA5\xD0\xB6z");
