@@ -206,9 +206,7 @@ bool runWriters(WriterMoment moment) {
     if (format.write == nullptr || format.moment != moment) continue;
     const std::optional<std::string> stem = outputStem(format);
     if (!stem) continue;
-    const WriteOutcome outcome = format.write(*stem);
-    if (outcome == WriteOutcome::failed) return false;
-    if (outcome == WriteOutcome::written) driver.calibrationPending = false;
+    if (format.write(*stem) == WriteOutcome::failed) return false;
   }
   return true;
 }
@@ -231,7 +229,9 @@ void showFiles(const std::string& what, const std::vector<std::string>& paths) {
 bool writeOutputs() {
   driver.writtenFiles.clear();
   driver.keptFiles.clear();
-  if (!driver.transformValid) return stop("Insufficient points to proceed");
+  if (!driver.transformValid) return stop(driver.whyNotValid);
+  // Files of which some are new and some are not yet are no calibration that is written.
+  const bool pending = std::exchange(driver.calibrationPending, true);
   if (!saveClipboardImage()) return false;
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
@@ -245,9 +245,24 @@ bool writeOutputs() {
   if (!runWriters(WriterMoment::fourPoints)) return false;
   showPanel();
   if (!runWriters(WriterMoment::last)) return false;
+  driver.calibrationPending = pending && driver.writtenFiles.empty();
   showFiles("Written: ", driver.writtenFiles);
   showFiles("Kept as they were: ", driver.keptFiles);
   showMessage("done");
+  return true;
+}
+
+/// Every stage up to the fit.
+bool calculate() {
+  driver.whyNotValid = "The calibration was not read to its end: see the messages";  // of an error that ends the run
+  const bool reads = driver.stage == openCalibration || driver.stage == batch;
+  if (reads && !readCalibration()) return false;
+  if (reads || driver.stage == afterImage) {
+    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
+                std::to_string(calibration.imageHeight));
+  }
+  if (!convertAndFit()) return false;
+  driver.calibrationPending = true;
   return true;
 }
 
@@ -268,15 +283,9 @@ void updateMenuStates() {
 bool do_it() {
   const MenuStatesAtEnd menuStates;
   setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
-  const bool reads = driver.stage == openCalibration || driver.stage == batch;
-  if (reads && !readCalibration()) return false;
-  if (reads || driver.stage == afterImage) {
-    showMessage("Image wide " + std::to_string(calibration.imageWidth) + " high " +
-                std::to_string(calibration.imageHeight));
-  }
-  if (driver.stage != writeCalibrations) {
-    if (!convertAndFit()) return false;
-    driver.calibrationPending = true;
+  if (driver.stage != writeCalibrations && !calculate()) {
+    if (!driver.transformValid) driver.whyNotValid = lastTold;
+    return false;
   }
   return driver.stage == writeCalibrations || driver.stage == batch ? writeOutputs() : true;
 }

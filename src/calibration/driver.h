@@ -32,7 +32,8 @@ struct Driver {
   WorldFileTerms worldFile;
   /// Of the run that writes, in the order of the writers: what was written, and what the person keeps as it was.
   std::vector<std::string> writtenFiles, keptFiles;
-  bool transformValid = false;      ///< the coefficients belong to the current points
+  bool transformValid = false;                                 ///< the coefficients belong to the current points
+  std::string whyNotValid = "Insufficient points to proceed";  ///< what a write is told while they do not
   bool calibrationPending = false;  ///< a calibration has been read or built and not yet written
 
   /// The pair that the format of the input settles beforehand.

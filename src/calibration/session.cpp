@@ -20,6 +20,7 @@ std::string logPath() {
 }
 
 void showError(const std::string& description, const std::string& detail = "") {
+  lastTold = description + (detail.empty() ? "" : ": " + detail);
   showMessage("***** Error *****");
   showMessage(description);
   if (!detail.empty()) showMessage(detail);
@@ -67,6 +68,7 @@ void endLog() {
 }
 
 bool runCommand(const std::function<bool()>& command) {
+  lastTold.clear();
   try {
     return command();
   } catch (const RunTimeError& error) {

@@ -12,6 +12,8 @@ UserInterface*& current() {
 
 }  // namespace
 
+std::string lastTold;
+
 UserInterface& userInterface() {
   assert(current() != nullptr);
   return *current();
@@ -26,6 +28,7 @@ bool askOkCancel(const std::string& text, const std::string& title) {
 }
 
 void tell(const std::string& text, const std::string& title) {
+  lastTold = text;
   userInterface().messageBox({text, title, Buttons::ok, Icon::warning});
 }
 

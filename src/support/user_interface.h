@@ -109,7 +109,10 @@ void setUserInterface(UserInterface& implementation);
 /// Asks `text` with OK and Cancel; true on OK.
 bool askOkCancel(const std::string& text, const std::string& title = "Vellandra");
 
-/// Shows `text`, which says why something was not done, with an OK button.
+/// Shows `text`, which says why something was not done, with an OK button, and keeps it in `lastTold`.
 void tell(const std::string& text, const std::string& title = "Vellandra");
+
+/// What the person was told last in the running command; when that has stopped, why.
+extern std::string lastTold;
 
 }  // namespace vellandra

@@ -37,6 +37,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   driver.inputFormat = nullptr;
   driver.inputIsWindows1252 = false;
   driver.transformValid = false;
+  driver.whyNotValid = Driver().whyNotValid;
   driver.calibrationPending = false;
   inputDatumName.clear();
   updateMenuStates();
@@ -46,6 +47,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
 bool calculate() {
   if (calibration.pointCount < 2) {
     driver.transformValid = false;
+    driver.whyNotValid = Driver().whyNotValid;
     updateMenuStates();
     showMessage("Insufficient points to proceed");
     return false;

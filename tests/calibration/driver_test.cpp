@@ -46,6 +46,8 @@ TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
     EXPECT_FALSE(convert(name, content)) << name;
     EXPECT_TRUE(lastBox() == told || panelHas("***** Error *****\r\n" + told)) << name << lastBox() << person.panel;
     EXPECT_EQ(written(name), content);
+    EXPECT_FALSE(run(writeCalibrations));
+    EXPECT_TRUE(lastBox() == told || lastBox().starts_with("The calibration was not read")) << name << lastBox();
     fs::remove(folder + name);
     EXPECT_EQ(files(), before) << name;
   }
@@ -230,11 +232,12 @@ TEST_F(DriverTest, FailedWriteKeepsWhatWasThere) {
   }
   EXPECT_EQ(written("area.tfw"), "mine");
 
-  fs::remove(folder + "area.tfw");
-  fs::create_directories(folder + "area.tfw/a folder of that name");
+  fs::create_directories(folder + "area.jpr/a folder of that name");
   EXPECT_EQ(runBatch(folder + "area.map"), 1);
-  EXPECT_EQ(person.boxTexts(), Texts(2, "unable to write " + folder + "area.tfw"));
-  EXPECT_EQ(files().size(), 3U);
+  EXPECT_EQ(person.boxTexts(),
+            (Texts{"unable to write " + folder + "area.tfw", "unable to write " + folder + "area.jpr"}));
+  EXPECT_TRUE(driver.calibrationPending) << "two files of seven count as written";
+  EXPECT_EQ(files().size(), 5U);
 }
 
 TEST(BatchPath, JoinsArgumentsAndDropsOnePairOfQuotes) {
