@@ -210,6 +210,11 @@ TEST_F(DriverTest, ImageIsFoundWhateverItsCaseAndExtension) {
   fs::remove(folder + "area.jpg");
   EXPECT_FALSE(convert("area.map", map));  // area.tif is no image
   EXPECT_EQ(person.boxes[2].text, "Unable to read image " + folder + "area.tif");
+  fs::rename(folder + "area.tif", folder + "area.TIFF");
+  person.pickedFiles = {folder + "area.TIFF"};
+  EXPECT_FALSE(convert("area.map", map));
+  EXPECT_EQ(person.boxes[5].text,
+            "Unable to read image " + folder + "area.TIFF\nRename it: its name has to end in .tif");
 }
 
 TEST_F(DriverTest, ImageTooWideForTheRecordIsRefusedFromItsHeader) {
@@ -218,7 +223,8 @@ TEST_F(DriverTest, ImageTooWideForTheRecordIsRefusedFromItsHeader) {
   png.replace(29, 4, std::string("\x32\x02\x5C\xD3", 4));      // its checksum
   writeTestFile(folder + "area.png", png);
   EXPECT_FALSE(convert("area.map", map));
-  EXPECT_TRUE(panelHas("***** Error *****\r\nOverflow\r\n40000 does not fit\r\n")) << log();
+  EXPECT_TRUE(panelHas("***** Error *****\r\nOverflow\r\nthe image " + folder + "area.png has 40000 by 1 pixels"))
+      << log();
 }
 
 // The world file, which is written first, stops the run.
