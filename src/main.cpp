@@ -8,9 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "calibration/log.h"
+#include "calibration/folder_run.h"
 #include "calibration/session.h"
 #include "console/console.h"
+#include "formats/calibrations_in_folder.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
@@ -23,13 +24,14 @@ std::string usage() {
   for (const vellandra::Ending& ending : vellandra::inputEndings()) {
     endings += (endings.empty() ? "." : ", .") + std::string(ending.extension);
   }
-  return "Usage: vellandra [CALIBRATION]\n"
-         "Without an argument, opens the window.\n"
+  return "Usage: vellandra [CALIBRATION | --open FILE | --folder FOLDER]\n"
+         "Without an argument, opens the window; with --open, and the file in it.\n"
          "Reads a map calibration (" +
          endings +
          "), brings it to\n"
-         "WGS 84 and writes it for other programs beside it.\n"
-         "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
+         "WGS 84 and writes it for other programs beside it; with --folder, all of a folder, with a table at the end.\n"
+         "Exit status: 0 when the run came to its end, also when existing files were kept; 1 when it stopped or an\n"
+         "output could not be written.\n";
 }
 
 bool isSet(const char* name) {
@@ -37,12 +39,25 @@ bool isSet(const char* name) {
   return value != nullptr && *value != '\0';
 }
 
+using Task = vellandra::CommandLine::Task;
+
 /// The status of a run in windows; nothing, and why in `reason`, when there is nowhere to open one.
-std::optional<int> runOnDisplay(char** argv, const std::optional<std::string>& path, std::string& reason) {
+std::optional<int> runOnDisplay(char** argv, const vellandra::CommandLine& commandLine, std::string& reason) {
   if (isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM"))
-    return vellandra::runWindows(argv, path, reason);
+    return vellandra::runWindows(argv, commandLine, reason);
   reason = "No window can be opened here: there is no display (DISPLAY and WAYLAND_DISPLAY are not set).\n";
   return std::nullopt;
+}
+
+int runOnConsole(const vellandra::CommandLine& commandLine) {
+  vellandra::Console console(std::cin, std::cout, std::cerr, isatty(STDIN_FILENO) != 0);
+  vellandra::setUserInterface(console);
+  vellandra::startSession();
+  const std::string& path = commandLine.path;
+  const int status = commandLine.task == Task::folder ? vellandra::runFolder(path, vellandra::calibrationsIn(path))
+                                                      : vellandra::runBatch(path);
+  vellandra::endLog();
+  return status;
 }
 
 }  // namespace
@@ -56,27 +71,22 @@ int main(int argc, char** argv) {
   }
 
   vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
+  const auto commandLine = vellandra::readCommandLine({argv + 1, argv + argc});
+  if (commandLine.task == Task::help) {
     std::cout << usage();
     return 0;
   }
-  std::optional<std::string> path;
-  if (!arguments.empty()) path = vellandra::batchPath(arguments);
 
-  const bool terminal = isatty(STDIN_FILENO) != 0;
-  if (!path || !terminal) {
+  // A run whose output goes to a terminal stays there, whoever is to answer its questions.
+  const bool terminal = isatty(STDIN_FILENO) != 0 || isatty(STDOUT_FILENO) != 0 || isatty(STDERR_FILENO) != 0;
+  const bool window = commandLine.task == Task::window;
+  if (window || !terminal) {
     std::string reason;
-    if (const std::optional<int> status = runOnDisplay(argv, path, reason)) return *status;
-    if (!path) {
+    if (const std::optional<int> status = runOnDisplay(argv, commandLine, reason)) return *status;
+    if (window) {
       std::cerr << reason << usage();
       return 1;
     }
   }
-  vellandra::Console console(std::cin, std::cout, std::cerr, terminal);
-  vellandra::setUserInterface(console);
-  vellandra::startSession();
-  const int status = vellandra::runBatch(*path);
-  vellandra::endLog();
-  return status;
+  return runOnConsole(commandLine);
 }

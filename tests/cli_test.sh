@@ -28,6 +28,7 @@ expect 0 "Usage" "$program" --help
 
 # Windows that cannot be opened: the program says why, and a batch needs none.
 expect 1 "there is no display" "$program"
+expect 1 "there is no display" "$program" --open "$samples/crete/crete.map"
 QT_QPA_PLATFORM=nonsense expect 1 'the Qt platform plugin "nonsense"' "$program"
 DISPLAY=:7777 expect 1 "could not connect to display :7777" "$program"
 DISPLAY=:7777 expect 1 "Missing input file" "$program" "$work/none.map"
@@ -47,6 +48,19 @@ grep -q "send this file by e-mail" "$VELLANDRA_HOME/vellandra.log" || fail "no l
 
 # Nobody has answered anything: nothing to keep.
 [ ! -e "$VELLANDRA_HOME/calconv.ini" ] || fail "preferences were written without an answer"
+
+# A folder: one calibration after the other, and a table.
+mkdir "$work/folder"
+cp "$samples/crete/crete."{map,jpr,png} "$samples/sicily/sicily."{gux,png} "$samples/wales/wales.gux" "$work/folder"
+expect 1 "sicily.gux  EUROPEAN 1950 " "$program" --folder "$work/folder"
+expect 1 "Unable to proceed without matching image" "$program" --folder "$work/folder"
+cmp "$work/folder/crete.tfw" "$work/my maps/crete.tfw" || fail "another world file than by itself"
+rm "$work/folder/wales.gux"
+expect 0 "crete.map " "$program" --folder "$work/folder"
+
+# With its output on a terminal a run stays there, whoever is to answer: no window is tried.
+QT_QPA_PLATFORM=offscreen timeout 20 script -qec "'$program' '$work/folder/crete.map' </dev/null" /dev/null |
+  grep -q "nobody to ask: Cancel" || fail "a run on a terminal opened windows"
 
 # A disk that is full: the run stops, what was there stays.
 mkdir "$work/small"

@@ -41,6 +41,14 @@ bool keepAnswers(const Preferences& before) {
   return true;
 }
 
+/// The arguments from `first` on as a path.
+std::string onePath(const std::vector<std::string>& arguments, std::size_t first) {
+  std::string path;
+  for (std::size_t i = first; i < arguments.size(); ++i) path += (i == first ? "" : " ") + arguments[i];
+  if (path.size() >= 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
+  return path.empty() ? path : absolutePath(path);
+}
+
 }  // namespace
 
 void startSession() {
@@ -81,11 +89,14 @@ bool runCommand(const std::function<bool()>& command) {
   return false;
 }
 
-std::string batchPath(const std::vector<std::string>& arguments) {
-  std::string path;
-  for (const std::string& argument : arguments) path += (path.empty() ? "" : " ") + argument;
-  if (path.size() >= 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
-  return absolutePath(path);
+CommandLine readCommandLine(const std::vector<std::string>& arguments) {
+  using Task = CommandLine::Task;
+  if (arguments.empty()) return {};
+  const std::string& first = arguments[0];
+  if (arguments.size() == 1 && (first == "--help" || first == "-h")) return {Task::help, {}};
+  if (first == "--open") return {Task::window, onePath(arguments, 1)};
+  if (first == "--folder") return {Task::folder, onePath(arguments, 1)};
+  return {Task::batch, onePath(arguments, 0)};
 }
 
 int runBatch(const std::string& path) {
@@ -93,7 +104,9 @@ int runBatch(const std::string& path) {
   driver.inputPath = path;
   const Preferences before = preferences;
   const int status = runCommand(do_it) ? 0 : 1;
+  const std::string whyStopped = lastTold;
   runCommand([&before] { return keepAnswers(before); });
+  lastTold = whyStopped;
   return status;
 }
 

@@ -21,12 +21,20 @@ void endLog();
 /// error.
 bool runCommand(const std::function<bool()>& command);
 
-/// The arguments of the command line as one path: joined by single blanks, without one pair of surrounding quotes, and
-/// made absolute, so that it means the same in the files that are written.
-std::string batchPath(const std::vector<std::string>& arguments);
+/// What the arguments of the command line ask for.
+struct CommandLine {
+  enum class Task { help, window, batch, folder };
+  Task task = Task::window;
+  /// Of the map to open in the window, if any, of the calibration to convert, or of the folder whose calibrations are
+  /// converted. Arguments are joined by single blanks, without one pair of surrounding quotes, and made absolute, so
+  /// that the path means the same in the files that are written.
+  std::string path;
+};
+CommandLine readCommandLine(const std::vector<std::string>& arguments);
 
 /// Converts `path` and writes every output; where the person located the datum table or matched a datum, writes the
-/// preferences, too. Returns the exit status: 0 when the run came to its end, 1 when it stopped.
+/// preferences, too. Returns the exit status: 0 when the run came to its end, 1 when it stopped, for the reason that is
+/// in `lastTold`.
 int runBatch(const std::string& path);
 
 }  // namespace vellandra

@@ -12,6 +12,7 @@
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "geodesy/datum.h"
+#include "raster/image_file.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -19,6 +20,8 @@
 
 namespace vellandra {
 namespace {
+
+constexpr const char* writtenEnding = ".cal";  // behind "_" and the ending of the image
 
 /// The layout that the line belongs to; 0 for a line that does not tell.
 int layoutOf(std::string_view line) {
@@ -210,7 +213,16 @@ ReadResult readCal(const std::string& path) {
 }
 
 WriteOutcome writeCal(const std::string& stem) {
-  return writeCalibrationFile(stem + "_" + imageExtension() + ".cal", qvContent());
+  return writeCalibrationFile(stem + "_" + imageExtension() + writtenEnding, qvContent());
+}
+
+std::string baseOfWrittenCal(const std::string& name) {
+  constexpr std::size_t imageEnding = 3;
+  if (!lowerCase(name).ends_with(writtenEnding)) return {};
+  const std::string stem = name.substr(0, name.size() - std::string_view(writtenEnding).size());
+  if (imageTypeOf(stem) == nullptr || stem.size() <= imageEnding || stem[stem.size() - imageEnding - 1] != '_')
+    return {};
+  return stem.substr(0, stem.size() - imageEnding - 1);
 }
 
 }  // namespace vellandra

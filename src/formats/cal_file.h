@@ -20,4 +20,8 @@ ReadResult readCal(const std::string& path);
 /// no input is ever replaced.
 WriteOutcome writeCal(const std::string& stem);
 
+/// The base name of the calibrations beside which `writeCal` gives a file this name; empty when it gives none this
+/// name.
+std::string baseOfWrittenCal(const std::string& name);
+
 }  // namespace vellandra

@@ -8,10 +8,13 @@
 #include <QIcon>
 #include <array>
 #include <clocale>
+#include <vector>
 
 #include "calibration/calibration.h"
+#include "calibration/folder_run.h"
 #include "calibration/log.h"
 #include "calibration/session.h"
+#include "formats/calibrations_in_folder.h"
 #include "support/paths.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
@@ -69,18 +72,36 @@ int runBatchInWindows(const std::string& path) {
   return status;
 }
 
-int runMainWindow() {
+int runFolderInWindows(const std::string& path) {
+  WindowInterface interface;
+  setUserInterface(interface);
+  startSession();
+  const std::optional<std::vector<std::string>> calibrations = calibrationsIn(path);
+  const int status = runFolder(path, calibrations);
+  endLog();
+  if (!calibrations) return status;
+  tell((status == 0 ? "All calibrations in " : "Not all calibrations in ") + path +
+       " were converted. What became of each is at the end of " + settingsFileForReading("vellandra.log"));
+  return status;
+}
+
+/// With the file `path`, unless empty, opened in it.
+int runMainWindow(const std::string& path) {
   MainWindow window;
   WindowInterface interface(&window);
   setUserInterface(interface);
   startSession();
   window.show();
+  if (!path.empty()) {
+    QMetaObject::invokeMethod(
+        &window, [&] { window.openFile(shownPath(path)); }, Qt::QueuedConnection);
+  }
   return QApplication::exec();
 }
 
 }  // namespace
 
-std::optional<int> runWindows(char** arguments, const std::optional<std::string>& batchPath, std::string& reason) {
+std::optional<int> runWindows(char** arguments, const CommandLine& commandLine, std::string& reason) {
   if (!windowSystemWorks(arguments[0], reason)) return std::nullopt;
   int argc = 1;
   std::array<char*, 2> argv = {arguments[0], nullptr};
@@ -89,7 +110,14 @@ std::optional<int> runWindows(char** arguments, const std::optional<std::string>
   QApplication::setApplicationName("vellandra");
   QApplication::setDesktopFileName("vellandra");
   QApplication::setWindowIcon(QIcon(shownPath(programFolder()) + "vellandra.png"));
-  return batchPath ? runBatchInWindows(*batchPath) : runMainWindow();
+  switch (commandLine.task) {
+    case CommandLine::Task::batch:
+      return runBatchInWindows(commandLine.path);
+    case CommandLine::Task::folder:
+      return runFolderInWindows(commandLine.path);
+    default:
+      return runMainWindow(commandLine.path);
+  }
 }
 
 }  // namespace vellandra

@@ -246,11 +246,25 @@ TEST_F(DriverTest, FailedWriteKeepsWhatWasThere) {
   EXPECT_EQ(files().size(), 5U);
 }
 
-TEST(BatchPath, JoinsArgumentsAndDropsOnePairOfQuotes) {
-  EXPECT_EQ(batchPath({"my", "map.map"}), fs::current_path() / "my map.map");
-  EXPECT_EQ(batchPath({"\"/my", "map.map\""}), "/my map.map");
-  EXPECT_EQ(batchPath({"\"\"x\"\""}), fs::current_path() / "\"x\"");
-  EXPECT_EQ(batchPath({"\""}), fs::current_path() / "\"");
+TEST(CommandLine, IsAPathBehindAtMostOneOption) {
+  using Task = CommandLine::Task;
+  const std::string here = fs::current_path().string() + "/";
+  const std::tuple<Texts, Task, std::string> rows[] = {
+      {{}, Task::window, ""},
+      {{"--help"}, Task::help, ""},
+      {{"my", "map.map"}, Task::batch, here + "my map.map"},
+      {{"\"/my", "map.map\""}, Task::batch, "/my map.map"},
+      {{"\"\"x\"\""}, Task::batch, here + "\"x\""},
+      {{"\""}, Task::batch, here + "\""},
+      {{"--open"}, Task::window, ""},  // as the desktop starts the program without a file
+      {{"--open", "my", "map.map"}, Task::window, here + "my map.map"},
+      {{"--folder", "/my", "maps"}, Task::folder, "/my maps"},
+      {{"--folder", ""}, Task::folder, ""},
+  };
+  for (const auto& [arguments, task, path] : rows) {
+    const CommandLine read = readCommandLine(arguments);
+    EXPECT_EQ(std::pair(read.task, read.path), std::pair(task, path)) << path;
+  }
 }
 
 }  // namespace

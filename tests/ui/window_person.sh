@@ -25,7 +25,7 @@ start_screen() {
 }
 
 start_program() {
-  "$program" 2>"$folder/errors" &
+  "$program" "$@" 2>"$folder/errors" &
   running=$!
   wait_window "Calibration and Calibration Conversion"
 }

@@ -55,4 +55,10 @@ wait "$running" || fail "exit status $?"
 diff -r "$folder/batch" "$maps" || fail "the windows wrote something else"
 [ "$(ls "$maps" | wc -l)" -gt 8 ] || fail "too few files were written"
 grep '^GarminDrawOrder=7' "$folder/program/calconv.ini" >/dev/null || fail "the preference was not saved"
+
+# As the desktop opens a file.
+window=
+start_program --open "$maps/sicily.gux"
+press alt+v v
+wait_window "View calibrated map - sicily.png"
 echo "The run in real windows passed."
