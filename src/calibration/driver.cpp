@@ -307,6 +307,7 @@ void updateMenuStates() {
 
 bool do_it() {
   const MenuStatesAtEnd menuStates;
+  setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
   if (driver.stage != writeCalibrations && !calculate()) {
     if (!driver.transformValid) driver.whyNotValid = lastTold;
     return false;

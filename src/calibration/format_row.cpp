@@ -1,9 +1,5 @@
 #include "calibration/format_row.h"
 
-#include "calibration/calibration.h"
-#include "calibration/driver.h"
-#include "support/files.h"
-
 #include <algorithm>
 
 #include "support/paths.h"
@@ -17,7 +13,6 @@ FormatTable formats;
 
 void setFormatTable(const FormatTable& table) {
   formats = table;
-  setFilesInUse([] { return std::vector<std::string>{driver.inputPath, calibration.imagePath}; });
 }
 
 const FormatTable& formatTable() {

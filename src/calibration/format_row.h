@@ -73,8 +73,6 @@ struct FormatTable {
   /// Saves the image that came from the clipboard as PNG; false on failure.
   bool (*saveClipboardImage)(const std::string& path) = nullptr;
 };
-/// To be called before anything is read or written. From then on no link leads a write to the open map's input or
-/// image.
 void setFormatTable(const FormatTable& table);
 const FormatTable& formatTable();
 

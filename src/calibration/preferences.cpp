@@ -28,6 +28,7 @@ struct Key {
   const char* written;
   std::function<void(std::string_view)> read;
   std::function<std::string()> text;
+  bool isLeftOutWhenFalse = false;
 };
 
 Key boolean(const char* written, bool& value) {
@@ -78,6 +79,8 @@ std::vector<Key> keys() {
                        p.matchedName = datumColumnName(field(names, 1));
                      },
                      [&] { return std::string(trim(p.unmatchedName)) + "=" + std::string(trim(p.matchedName)); }};
+  Key gisPrograms = boolean("GisPrograms", p.gisPrograms);
+  gisPrograms.isLeftOutWhenFalse = true;
   return {boolean("Warnoverwrite", p.warnOverwrite),
           boolean("WriteWGS84", p.writeWgs84),
           boolean("stretchnotrotate", p.stretchNotRotate),
@@ -91,7 +94,8 @@ std::vector<Key> keys() {
           number("GarminDrawOrder", p.garminDrawOrder, -largest16 - 1, largest16),
           number("GarminJpegQuality", p.garminJpegQuality, -largest16 - 1, largest16),
           boolean("AdvancedGarminMapping", p.advancedGarminMapping),
-          number("KMZTransparency", p.kmzTransparency, -largest16 - 1, largest16)};
+          number("KMZTransparency", p.kmzTransparency, -largest16 - 1, largest16),
+          gisPrograms};
 }
 
 /// Takes `text` into `value` when it is a number within `range`; else tells `refusal`.
@@ -135,6 +139,7 @@ bool writePreferences() {
   std::string content = std::string(header) + "\r\n";
   for (const Key& key : keys()) {
     const std::string text = key.text();
+    if (key.isLeftOutWhenFalse && text == "False") continue;
     if (text.find_first_of("\r\n") == std::string::npos) {
       content += std::string(key.written) + "=" + text + "\r\n";
     } else {
@@ -164,6 +169,7 @@ void storePreferences(const PreferencesForm& form) {
   storeInRange(form.garminDrawOrder, garminDrawOrders, "Draw order must be 01 to 99", p.garminDrawOrder);
   storeInRange(form.garminJpegQuality, garminJpegQualities, "JPEG quality must be 01 to 99", p.garminJpegQuality);
   p.degreeFormat = form.degreeFormat;
+  p.gisPrograms = form.gisPrograms;
   preferencesChanged = true;
 }
 

@@ -23,6 +23,7 @@ struct Preferences {
   std::int16_t garminJpegQuality = 5;              ///< 1 (bad) to 5 (superb)
   bool advancedGarminMapping = false;
   std::int16_t kmzTransparency = 1;
+  bool gisPrograms = false;  ///< outputs are spelt as GDAL, QGIS, GPXSee and Google Earth insist on
   bool operator==(const Preferences&) const = default;
 };
 /// What the preferences dialog takes.
@@ -48,6 +49,7 @@ struct PreferencesForm {
   bool showGrid, advancedGarminMapping, kmzTransparency;
   std::string garminDrawOrder, garminJpegQuality;
   std::uint8_t degreeFormat;
+  bool gisPrograms;
 };
 
 /// Stores the dialog's values, numbers rounded half to even; one that is not allowed is told in a message box and not

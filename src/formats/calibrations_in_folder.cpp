@@ -6,8 +6,8 @@
 #include <system_error>
 #include <tuple>
 
-#include "formats/cal_file.h"
 #include "calibration/format_row.h"
+#include "formats/cal_file.h"
 #include "support/paths.h"
 #include "support/text.h"
 
@@ -16,13 +16,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Place in the order of the readers of the one for `name`; the count of readers when there is none.
-std::size_t readerOf(const std::string& name) {
-  const std::vector<Ending> endings = inputEndings();
-  const auto reads = [&name](const Ending& ending) {
-    return lowerCase(name).ends_with("." + std::string(ending.extension));
+/// Place of the ending of `name` in the order of the readers; the count of `endings` when it is none of them.
+std::size_t readerOf(const std::string& name, const std::vector<Ending>& endings) {
+  const auto isIts = [name = lowerCase(name)](const Ending& ending) {
+    return name.ends_with("." + std::string(ending.extension));
   };
-  return static_cast<std::size_t>(std::ranges::find_if(endings, reads) - endings.begin());
+  return static_cast<std::size_t>(std::ranges::find_if(endings, isIts) - endings.begin());
 }
 
 }  // namespace
@@ -32,14 +31,15 @@ std::optional<std::vector<std::string>> calibrationsIn(const std::string& folder
     std::size_t reader;
     std::string name;
   };
+  const std::vector<Ending> endings = inputEndings();
   std::map<std::string, Found> byBase;
   std::error_code error;
   for (fs::directory_iterator entries(folder, error), end; !error && entries != end; entries.increment(error)) {
     const std::string name = entries->path().filename().string();
-    const std::size_t reader = readerOf(name);
+    const std::size_t reader = readerOf(name, endings);
     std::error_code unknown;
     const bool hidden = name.starts_with('.');  // copies of their own kind that other systems leave on cards
-    if (hidden || reader == inputEndings().size() || !entries->is_regular_file(unknown)) continue;
+    if (hidden || reader == endings.size() || !entries->is_regular_file(unknown)) continue;
     const auto [place, isNew] = byBase.try_emplace(splitPath(name).base, Found{reader, name});
     Found& found = place->second;
     if (!isNew && std::tie(reader, name) < std::tie(found.reader, found.name)) found = {reader, name};

@@ -8,12 +8,14 @@
 #include "calibration/driver.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
+#include "calibration/preferences.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
 #include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
+#include "support/paths.h"
 #include "support/text.h"
 
 namespace vellandra {
@@ -91,7 +93,7 @@ WriteOutcome writeGmi(const std::string& stem) {
   const Calibration& c = calibration;
   reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
-  content += line(inInputEncoding(driver.inputBase + ".jpg"));
+  content += line(preferences.gisPrograms ? toUtf8(fileName(c.imagePath)) : inInputEncoding(driver.inputBase + ".jpg"));
   content += line(formatNumber(c.imageWidth, "#####0"));
   content += line(formatNumber(c.imageHeight, "#####0"));
   for (int slot = 1; slot <= c.pointCount; ++slot) content += line(pointLine(slot));

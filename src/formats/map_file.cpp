@@ -1,5 +1,6 @@
 #include "formats/map_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "calibration/datum_matching.h"
 #include "calibration/driver.h"
 #include "calibration/points.h"
+#include "calibration/preferences.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -287,8 +289,25 @@ struct ImageNames {
   std::string folder, name;
 };
 
+/// As other programs look for it: by the name of the file that was found, in UTF-8.
+ImageNames imageNamesForGis() {
+  std::string folder = splitPath(calibration.imagePath).folder;
+  std::ranges::replace(folder, '/', '\\');
+  return {toUtf8(folder), toUtf8(fileName(calibration.imagePath))};
+}
+
 ImageNames imageNamesOfRun() {
+  if (preferences.gisPrograms) return imageNamesForGis();
   return {inInputEncoding(driver.inputFolder), imageNameForOutput()};
+}
+
+std::string projectionLine(bool mercator) {
+  if (preferences.gisPrograms) {
+    return std::string("Map Projection,") + (mercator ? "Mercator" : "Latitude/Longitude") +
+           ",PolyCal,No,AutoCalOnly,No,BSBUseWPX,No";
+  }
+  return std::string("Map Projection, ") + (mercator ? "Mercator" : "Latitude / Longitude") +
+         ", Polycal, No, AutoCalOnly, No, BSBUseWPX, No";
 }
 
 std::string headerLines(const Calibration& c, const ImageNames& image) {
@@ -300,8 +319,7 @@ std::string headerLines(const Calibration& c, const ImageNames& image) {
   content += line("Reserved 1");
   content += line("Reserved 2");
   content += line("Magnetic Variation, , , E");
-  content += line(c.isMercator() ? "Map Projection, Mercator, Polycal, No, AutoCalOnly, No, BSBUseWPX, No"
-                                 : "Map Projection, Latitude / Longitude, Polycal, No, AutoCalOnly, No, BSBUseWPX, No");
+  content += line(projectionLine(c.isMercator()));
   return content;
 }
 
@@ -371,6 +389,7 @@ std::string mapPathBeside(const std::string& imagePath) {
 }
 
 std::string mapContentBeside(const std::string& imagePath) {
+  if (preferences.gisPrograms) return mapContent(imageNamesForGis());
   return mapContent({inInputEncoding(splitPath(imagePath).folder), inInputEncoding(std::string(fileName(imagePath)))});
 }
 

@@ -11,6 +11,7 @@
 #include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
+#include "calibration/preferences.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
@@ -133,11 +134,22 @@ void placeCorners(const WorldFileTerms& terms, const Grid& grid) {
 }
 
 std::string scaleTerm(double value) {
-  return formatNumber(value, "###0.000000000");
+  return preferences.gisPrograms ? formatGeneral(value) : formatNumber(value, "###0.000000000");
 }
 
 std::string originTerm(double value) {
-  return formatNumber(value, "###0.0000000");
+  return preferences.gisPrograms ? formatGeneral(value) : formatNumber(value, "###0.0000000");
+}
+
+/// The ending under which other programs look for the world file of the map's image; empty for the usual one.
+std::string endingForGis() {
+  const std::string image = lowerCase(imageExtension());
+  const std::pair<const char*, const char*> endings[] = {
+      {"png", ".pgw"}, {"jpg", ".jgw"}, {"gif", ".gfw"}, {"bmp", ".bpw"}};
+  for (const auto& [extension, ending] : endings) {
+    if (image == extension) return ending;
+  }
+  return {};
 }
 
 /// Says on the panel by how many pixels the rounded terms put a corner of the image off, from one pixel on.
@@ -191,7 +203,11 @@ WriteOutcome writeWorldFile(const std::string& stem) {
     rounded[i] = parseNumber(terms[i]);
   }
   reportRounding(t, {rounded[0], rounded[1], rounded[2], rounded[3], rounded[4], rounded[5]});
-  return writeCalibrationFile(stem + ".tfw", content);
+  const WriteOutcome outcome = writeCalibrationFile(stem + ".tfw", content);
+  const bool ofWorldFile = driver.inputFormat != nullptr && driver.inputFormat->read == readWorldFile;
+  if (!preferences.gisPrograms || ofWorldFile || outcome == WriteOutcome::failed) return outcome;
+  const std::string ending = endingForGis();
+  return ending.empty() ? outcome : writeCalibrationFile(stem + ending, content);
 }
 
 }  // namespace vellandra

@@ -81,21 +81,23 @@ std::string kmlHead(const std::string& base) {
   return line(R"(<?xml version="1.0" encoding="UTF-8"?>)") +
          line(R"(<kml xmlns="http://www.opengis.net/kml/2.2" xmlns:gx="http://www.google.com/kml/ext/2.2")"
               R"( xmlns:kml="http://www.opengis.net/kml/2.2" xmlns:atom="http://www.w3.org/2005/Atom">)") +
-         line("<Folder>") + line(" " + element("name", escapeXml(base)));
+         (preferences.gisPrograms ? line("<Document>") : "") + line("<Folder>") +
+         line(" " + element("name", escapeXml(base)));
 }
 
 std::string kmlOverlay(const std::string& name, const OverlayBox& box) {
   const std::string text = escapeXml(name);
-  return line("<GroundOverlay> " + element("name", text)) +
-         line(element("drawOrder", std::to_string(preferences.garminDrawOrder))) +
-         line(element("color", preferences.kmzTransparency != 0 ? "80ffffff" : "ffffffff")) +
-         line("<Icon> " + element("href", "files/" + text + ".jpg")) + line("</Icon> ") + line("<LatLonBox> ") +
+  const std::string order = line(element("drawOrder", std::to_string(preferences.garminDrawOrder)));
+  const std::string color = line(element("color", preferences.kmzTransparency != 0 ? "80ffffff" : "ffffffff"));
+  const std::string href = "files/" + (preferences.gisPrograms ? percentEncode(name) : text) + ".jpg";
+  return line("<GroundOverlay> " + element("name", text)) + (preferences.gisPrograms ? color + order : order + color) +
+         line("<Icon> " + element("href", href)) + line("</Icon> ") + line("<LatLonBox> ") +
          angle("north", box.north) + angle("south", box.south) + angle("east", box.east) + angle("west", box.west) +
          angle("rotation", box.rotation) + line("</LatLonBox> ") + line("</GroundOverlay> ");
 }
 
 std::string kmlEnd() {
-  return line("</Folder>") + line("</kml>");
+  return line("</Folder>") + (preferences.gisPrograms ? line("</Document>") : "") + line("</kml>");
 }
 
 }  // namespace vellandra

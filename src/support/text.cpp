@@ -156,6 +156,17 @@ std::string toUtf8(std::string_view bytes) {
   return result;
 }
 
+std::string percentEncode(const std::string& text) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string encoded;
+  for (const char c : toUtf8(text)) {
+    const bool isPlain = isLetter(c) || (c >= '0' && c <= '9') || std::string_view("-._~").find(c) != std::string::npos;
+    const auto byte = static_cast<unsigned char>(c);
+    encoded += isPlain ? std::string(1, c) : std::string{'%', digits[byte >> 4U], digits[byte & 0xFU]};
+  }
+  return encoded;
+}
+
 std::string escapeXml(std::string_view text) {
   const std::string utf8 = toUtf8(text);
   std::string result;

@@ -45,6 +45,9 @@ std::string toUtf8(std::string_view bytes);
 /// what parts lines or turns the direction of writing.
 std::string withoutControls(std::string_view text);
 
+/// `text` in UTF-8 as a part of a URI: all but letters, digits and "-._~" as "%" and two hexadecimal digits (RFC 3986).
+std::string percentEncode(const std::string& text);
+
 /// `text`, as UTF-8, for between the tags of an XML 1.0 document. Characters that such a document cannot hold become
 /// U+FFFD.
 std::string escapeXml(std::string_view text);

@@ -244,10 +244,17 @@ TEST_F(DriverTest, FailedWriteKeepsWhatWasThere) {
   }
   EXPECT_EQ(written("area.tfw"), "mine");
 
+  const std::string image = written("area.png");
+  fs::remove(folder + "area.tfw");
+  fs::create_symlink("area.png", folder + "area.tfw");
+  EXPECT_EQ(runBatch(folder + "area.map"), 1);
+  EXPECT_EQ(written("area.png"), image);
+  fs::remove(folder + "area.tfw");
   fs::create_directories(folder + "area.jpr/a folder of that name");
   EXPECT_EQ(runBatch(folder + "area.map"), 1);
   EXPECT_EQ(person.boxTexts(),
-            (Texts{"unable to write " + folder + "area.tfw", "unable to write " + folder + "area.jpr"}));
+            (Texts{"unable to write " + folder + "area.tfw", "unable to write " + folder + "area.tfw",
+                   "unable to write " + folder + "area.jpr"}));
   EXPECT_TRUE(driver.calibrationPending) << "two files of seven count as written";
   EXPECT_EQ(files().size(), 5U);
 }

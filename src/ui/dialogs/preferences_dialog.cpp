@@ -27,7 +27,8 @@ class PreferencesDialog : public QDialog {
   QLineEdit* addNumber(QFormLayout* layout, const char* name, const char* caption, int value, NumberRange range);
   QFormLayout* addGroup(QVBoxLayout* column, const char* title);
 
-  QCheckBox *warnOverwrite_, *stretchNotRotate_, *writeWgs84_, *showGrid_, *advancedGarmin_, *transparent_;
+  QCheckBox *warnOverwrite_, *stretchNotRotate_, *writeWgs84_, *showGrid_, *advancedGarmin_, *transparent_,
+      *gisPrograms_;
   QLineEdit *tileWidth_, *tileHeight_, *drawOrder_, *jpegQuality_;
   QComboBox* degreeFormat_;
 };
@@ -44,6 +45,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   stretchNotRotate_ =
       addCheckBox(files, "stretchnotrotate", "&Stretch world files instead of rotating them", p.stretchNotRotate);
   writeWgs84_ = addCheckBox(files, "writewgs84", "Also &write the input's own format, on WGS 84", p.writeWgs84);
+  gisPrograms_ = addCheckBox(files, "gisprograms", "Write for G&DAL, QGIS, GPXSee and Google Earth", p.gisPrograms);
 
   QFormLayout* viewer = addGroup(left, "Map viewer");
   showGrid_ = addCheckBox(viewer, "showgrid", "Show the &grid of latitude and longitude", p.showGrid);
@@ -137,7 +139,8 @@ PreferencesForm PreferencesDialog::form() const {
           transparent_->isChecked(),
           textBytes(drawOrder_->text()),
           textBytes(jpegQuality_->text()),
-          static_cast<std::uint8_t>(degreeFormat_->currentIndex() + 1)};
+          static_cast<std::uint8_t>(degreeFormat_->currentIndex() + 1),
+          gisPrograms_->isChecked()};
 }
 
 }  // namespace
