@@ -65,13 +65,13 @@ TEST_F(PreferencesTest, NumberThatDoesNotFitKeepsItsDefaultAndIsTold) {
 TEST_F(PreferencesTest, DialogRefusesWhatIsOutOfRange) {
   readPreferences();
   Preferences expected = preferences;
-  storePreferences({false, true, true, "300", "0", false, true, false, "100", "50", 2});
+  storePreferences({false, true, true, "300", "0", false, true, false, "100", "50", 2, false});
   EXPECT_TRUE(preferencesChanged);
   expected.warnOverwrite = expected.showGrid = false;
   expected.stretchNotRotate = expected.writeWgs84 = expected.advancedGarminMapping = true;
   expected.tileWidth = 300, expected.kmzTransparency = 0, expected.degreeFormat = 2;
   EXPECT_EQ(preferences, expected);
-  storePreferences({false, true, true, "40000", "300px", false, true, false, "99", "1", 2});
+  storePreferences({false, true, true, "40000", "300px", false, true, false, "99", "1", 2, true});
   expected.garminDrawOrder = 99, expected.garminJpegQuality = 1;
   EXPECT_EQ(preferences, expected);
   const std::string height = "Tile height must be 1 to 32767";

@@ -1,5 +1,4 @@
 #include <QAccessible>
-#include <QLabel>
 #include <set>
 
 #include "imaging/tile_grid.h"
@@ -24,25 +23,29 @@ bool isInside(const QWidget* widget) {
   return false;
 }
 
-/// Every field has a name, and no two share a key.
+/// Every field has a name; no two fields, and no two entries of a menu, share a key.
 void expectNames(const QWidget& window) {
+  const std::string title = window.windowTitle().toStdString();
   int fields = 0;
   for (QWidget* field : window.findChildren<QWidget*>()) {
     if (!(field->focusPolicy() & Qt::TabFocus) || isInside(field) || field->inherits("QSplitterHandle")) continue;
     ++fields;
     EXPECT_FALSE(QAccessible::queryAccessibleInterface(field)->text(QAccessible::Name).isEmpty())
-        << window.windowTitle().toStdString() << ": " << field->metaObject()->className() << " "
-        << field->objectName().toStdString();
+        << title << ": " << field->metaObject()->className() << " " << field->objectName().toStdString();
   }
+  const auto expectOwn = [&](std::set<QKeySequence>& keys, const QString& text) {
+    const QKeySequence key = QKeySequence::mnemonic(text);
+    EXPECT_TRUE(key.isEmpty() || keys.insert(key).second) << title << ": twice " << key.toString().toStdString();
+  };
   std::set<QKeySequence> keys;
   for (QWidget* named : window.findChildren<QWidget*>()) {
+    std::set<QKeySequence> keysOfMenu;
+    for (const QAction* entry : named->actions()) expectOwn(keysOfMenu, entry->text());
     const auto* label = qobject_cast<const QLabel*>(named);
-    if (!named->isVisibleTo(&window) || (label != nullptr && label->buddy() == nullptr)) continue;
-    const QKeySequence key = QKeySequence::mnemonic(named->property("text").toString());
-    EXPECT_TRUE(key.isEmpty() || keys.insert(key).second)
-        << window.windowTitle().toStdString() << ": twice " << key.toString().toStdString();
+    const bool given = named->isVisibleTo(&window) && (label == nullptr || label->buddy() != nullptr);
+    if (given) expectOwn(keys, named->property("text").toString());
   }
-  EXPECT_GT(fields, 0) << window.windowTitle().toStdString();
+  EXPECT_GT(fields, 0) << title;
 }
 
 TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndHasItsOwnKey) {

@@ -1,4 +1,3 @@
-#include <QLabel>
 #include <QMimeData>
 
 #include "ui/window_fixture.h"
@@ -6,56 +5,38 @@
 namespace vellandra {
 namespace {
 
-/// Points of a map whose pixels are 0.001 degrees wide.
-ViewerResult placePoints(int count) {
-  const int pixels[][2] = {{10, 10}, {200, 20}, {30, 250}};
-  calibration.pointCount = 0;
-  for (int slot = 1; slot <= count; ++slot) {
-    const auto [x, y] = pixels[slot - 1];
-    calibration.points[slot].setPixel(x, y);
-    calibration.points[slot].setPosition(50 - 0.001 * y, 1 + 0.001 * x);
-    calibration.points[slot].datumName = "WGS 84";
-    ++calibration.pointCount;
-  }
-  ViewerResult result;
-  result.recalculate = true;
-  return result;
-}
-
 using Step = std::function<void(WindowTest&)>;
 
-/// One way that a command can go.
+/// One way that a command can go. Lists are parted by "; ", paths are without the test's folder.
 struct Way {
   const char *name, *command;
   Step before;
-  const char *answers, *seen;  ///< parted by "; ", "-" for a dialog closed; without the test's folder in paths
-  const char *panel, *file;    ///< in the panel afterwards; there afterwards, or not, with "!" in front
-  bool pending;                ///< whether a calibration waits to be written
-  Step after;
+  std::string answers, seen;          ///< "-" closes a dialog
+  std::string ends;                   ///< what the main window says then
+  std::string panel = "", file = "";  ///< in the panel; there, or not, with "!" in front
+  Step after = {};
 };
-
-Way way(const char* name, const char* command, Step before, const char* answers, const char* seen,
-        const char* panel = "", const char* file = "", bool pending = false, Step after = {}) {
-  return {name, command, std::move(before), answers, seen, panel, file, pending, std::move(after)};
-}
 
 void PrintTo(const Way& way, std::ostream* out) {
   *out << way.name;
 }
 
-class CommandTest : public WindowTest, public testing::WithParamInterface<Way> {};
+class CommandTest : public WindowTest, public testing::WithParamInterface<Way> {
+ protected:
+  std::string label(const char* name) const { return part<QLabel>(window.get(), name)->text().toStdString(); }
+};
 
 TEST_P(CommandTest, EndsAsThePersonAnswers) {
   const Way& way = GetParam();
-  makeImage("scan.png", 300, 300);
-  writeTestFile(folder + "broken.png", contentOf(folder + "scan.png").substr(0, 40));
-  writeTestFile(folder + "a.xyz", "nothing");
+  makeImage("scan%1.png", 300, 300);
+  writeTestFile(folder + "broken.png", contentOf(folder + "scan%1.png").substr(0, 40));
   if (way.before) way.before(*this);
-  for (const QString& given : QString(way.answers).split("; ", Qt::SkipEmptyParts)) {
+  for (const QString& given : QString(way.answers.c_str()).split("; ", Qt::SkipEmptyParts)) {
     const std::string answer = given.toStdString();
     const bool isPath = answer.find_first_of("./") != std::string::npos;
     someone.answer(answer == "-" ? "" : (isPath ? folder : "") + answer);
   }
+  someone.seen.clear();
   ASSERT_TRUE(action(way.command)->isEnabled());
   choose(way.command);
   QCoreApplication::processEvents();
@@ -63,274 +44,201 @@ TEST_P(CommandTest, EndsAsThePersonAnswers) {
   for (const std::string& text : someone.seen) seen += (seen.empty() ? "" : "; ") + text;
   for (std::size_t at = 0; (at = seen.find(folder)) != std::string::npos;) seen.erase(at, folder.size());
   EXPECT_EQ(seen, way.seen);
+  const std::string step = label("nextStep");
+  EXPECT_EQ(window->isVisible() ? label("nextStepTitle") + ": " + step.substr(0, step.find(". ")) : "closed", way.ends);
   EXPECT_NE(panel().find(way.panel), std::string::npos) << panel();
-  const bool missing = *way.file == '!';
-  EXPECT_EQ(exists(way.file + (missing ? 1 : 0)), !missing) << way.file;
-  EXPECT_EQ(driver.calibrationPending, way.pending);
+  const bool missing = way.file.starts_with("!");
+  EXPECT_EQ(exists(way.file.substr(missing ? 1 : 0)), !missing) << way.file;
   if (way.after) way.after(*this);
 }
 
-void opened(WindowTest& t) {
-  t.openWales();
-}
-void changed(WindowTest&) {
-  preferencesChanged = true;
-}
-void written(WindowTest& t) {
+const Step opened = [](WindowTest& t) { t.openWales(); };
+const Step written = [](WindowTest& t) {
   t.openWales();
   driver.calibrationPending = false;
   preferences.warnOverwrite = false;
-}
-Step without(const char* file) {
-  return [file](WindowTest& t) {
-    written(t);
-    std::filesystem::remove(t.folder + file);
-  };
-}
-void noDatums(WindowTest& t) {
-  preferences.datumsPath = t.folder + "nowhere.txt";
-}
-void copied(WindowTest&) {
+};
+const Step changed = [](WindowTest&) { preferencesChanged = true; };
+const Step noDatums = [](WindowTest& t) { preferences.datumsPath = t.folder + "nowhere.txt"; };
+const Step noReadme = [](WindowTest& t) { std::filesystem::remove(t.folder + "readme.txt"); };
+const Step copied = [](WindowTest&) {
   QImage picture(300, 200, QImage::Format_RGB32);
   picture.fill(qRgb(10, 20, 30));
   auto* data = new QMimeData;
   data->setImageData(picture);
   data->setText("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
   QApplication::clipboard()->setMimeData(data);
+};
+Step both(const Step& first, const Step& second) {
+  return [=](WindowTest& t) { first(t), second(t); };
 }
-void copiedWithoutDatums(WindowTest& t) {
-  copied(t);
-  noDatums(t);
+/// What the person does in the map viewer, where no other command starts.
+Step inViewer(const std::function<ViewerResult()>& work) {
+  return [=](WindowTest& t) { t.onMap = [&t, work] { return t.choose("mnuabout"), work(); }; };
 }
-void copiedOverWales(WindowTest& t) {
-  t.openWales();
-  copied(t);
+/// Places points on a map whose pixels are 0.001 degrees wide.
+Step placing(int count) {
+  return inViewer([count] {
+    const int pixels[][2] = {{10, 10}, {200, 20}, {30, 250}};
+    calibration.pointCount = static_cast<std::int16_t>(count);
+    for (int slot = 1; slot <= count; ++slot) {
+      const auto [x, y] = pixels[slot - 1];
+      calibration.points[slot].setPixel(x, y);
+      calibration.points[slot].setPosition(50 - 0.001 * y, 1 + 0.001 * x);
+      calibration.points[slot].datumName = "WGS 84";
+    }
+    return ViewerResult{true, {}};
+  });
 }
-/// As `before`, and the person places `count` points in the viewer.
-Step placing(int count, const Step& before = {}) {
+const Step throwing = inViewer([]() -> ViewerResult { throw SubscriptOutOfRange("point 51"); });
+const Step cropping = inViewer([] { return ViewerResult{false, {10, 20, 110, 220}}; });
+/// The map has been on show, and then another image took its file's place: of as many bytes, or of the same time.
+Step replaced(int width, int height, bool ofTheSameBytes) {
   return [=](WindowTest& t) {
-    if (before) before(t);
-    t.onMap = [count] { return placePoints(count); };
-  };
-}
-/// The map has been on show, and then another image took its file's place.
-Step replaced(int width, int height) {
-  return [=](WindowTest& t) {
-    written(t);
-    t.choose("mnuvc");
+    both(written, [](WindowTest& shown) { shown.choose("mnuvc"); })(t);
+    const std::string path = t.folder + "wales.png";
+    const auto bytes = std::filesystem::file_size(path);
+    const auto time = std::filesystem::last_write_time(path);
     t.makeImage("wales.png", width, height);
+    ofTheSameBytes ? std::filesystem::resize_file(path, bytes) : std::filesystem::last_write_time(path, time);
   };
 }
-void throwing(WindowTest& t) {
-  written(t);
-  t.onMap = []() -> ViewerResult { throw SubscriptOutOfRange("point 51"); };
-}
-Step cropping(int right) {
-  return [=](WindowTest& t) {
-    written(t);
-    t.onMap = [=] { return ViewerResult{false, {10, 20, right, 220}}; };
-  };
-}
-void blocked(WindowTest& t) {
-  written(t);
-  writeTestFile(t.folder + "wales_tiles", "a file where the folder should be");
-}
-void advanced(WindowTest& t) {
+const Step advanced = [](WindowTest& t) {
   written(t);
   preferences.advancedGarminMapping = true;
-}
-void unticking(WindowTest& t) {
-  advanced(t);
+};
+const Step unticking = [](WindowTest& t) {
   t.someone.use([](QDialog* dialog) {
     auto* picture = part<QWidget>(dialog, "picture");
     QTest::mouseClick(picture, Qt::LeftButton, {}, picture->rect().center());
     click(dialog, "ok");
   });
-}
-void packing(WindowTest& t) {
-  written(t);
-  preferences.sevenZipPath = t.folder + "missing";
-}
+};
 
-/// What was open is open still.
-void walesStays(WindowTest&) {
-  EXPECT_TRUE(calibration.imagePath.ends_with("wales.png"));
-  EXPECT_EQ(calibration.pointCount, 9);
-}
 /// Points that make no calibration are in no file, and can be looked at again.
-void cannotBeWritten(WindowTest& t) {
+const Step cannotBeWritten = [](WindowTest& t) {
   EXPECT_TRUE(t.action("mnuvc")->isEnabled());
   EXPECT_FALSE(t.action("mnucm")->isEnabled());
-  EXPECT_EQ(part<QLabel>(t.window.get(), "nextStepTitle")->text(), "The map is not calibrated");
   t.someone.answer("OK");
   t.choose("mnuwc");
   EXPECT_EQ(t.someone.seen.back(), "Vellandra|Insufficient points to proceed");
   EXPECT_FALSE(t.exists("wales.gmi"));
+};
+PixelColor cornerOf(const Bitmap& image) {
+  PixelColor color{1, 1, 1, 1};
+  EXPECT_TRUE(GetPixelColor(image, image.width() - 1, image.height() - 1, color));
+  return color;
 }
-void clipboardIsLeft(WindowTest& t) {
-  walesStays(t);
-  EXPECT_NE(mapImage.path, "clip.board");
-}
-void clipboardIsNotTaken(WindowTest&) {
-  EXPECT_FALSE(mapImage.bitmap);
-}
-void newPictureIsShown(WindowTest& t) {
-  PixelColor color;
-  ASSERT_TRUE(GetPixelColor(mapImage.bitmap, 0, 0, color));
-  EXPECT_EQ(color, PixelColor());
-  EXPECT_EQ(t.modes.size(), 2U);
-}
-Step seeing(ViewerMode mode) {
-  return [mode](WindowTest& t) { EXPECT_EQ(t.modes, std::vector<ViewerMode>{mode}); };
-}
-void clipboardIsWritten(WindowTest& t) {
-  EXPECT_EQ(calibration.pointCount, 3);
-  EXPECT_TRUE(t.modes.empty());
+const Step isLeft = [](WindowTest&) { EXPECT_NE(mapImage.path, "clip.board"); };
+const Step clipboardIsWritten = [](WindowTest& t) {
   t.someone.answer(t.folder + "copied");
   t.choose("mnuwc");
-  PixelColor color;
-  ASSERT_TRUE(GetPixelColor(LoadImageByExtension(t.folder + "copied.png"), 299, 199, color));
-  EXPECT_EQ(color, (PixelColor{10, 20, 30, 0}));
+  EXPECT_EQ(cornerOf(LoadImageByExtension(t.folder + "copied.png")), (PixelColor{10, 20, 30, 0}));
   EXPECT_TRUE(t.exists("copied.map"));
-}
-void worldFileStays(WindowTest& t) {
+};
+const Step newPictureIsShown = [](WindowTest&) { EXPECT_EQ(cornerOf(mapImage.bitmap), PixelColor()); };
+const Step worldFileStays = [](WindowTest& t) {
   EXPECT_EQ(contentOf(t.folder + "wales.tfw"), contentOf(SOURCE_FOLDER "/samples/wales/wales.tfw"));
-}
-void othersAreWritten(WindowTest& t) {
-  EXPECT_TRUE(t.exists("wales_tiles/files/wales_400_400.jpg"));
-}
-Step windowIs(bool open) {
-  return [open](WindowTest& t) { EXPECT_EQ(t.window->isVisible(), open); };
-}
-void fitted(WindowTest&) {
+};
+const Step othersAreWritten = [](WindowTest& t) { EXPECT_TRUE(t.exists("wales_tiles/files/wales_400_400.jpg")); };
+const Step fitted = [](WindowTest&) {
   EXPECT_EQ(driver.inputFormat, nullptr);
   EXPECT_NEAR(calibration.tf1, 0.001, 1e-12);
-}
-void goesOn(WindowTest& t) {
+};
+const Step goesOn = [](WindowTest& t) {
   t.onMap = nullptr;
   t.choose("mnuvc");
-  EXPECT_EQ(t.modes.size(), 2U);
-}
-Step datumsAt(const char* name) {
-  return [name](WindowTest& t) { EXPECT_EQ(preferences.datumsPath, *name == '/' ? name : t.folder + name); };
-}
-Step sevenZipAt(const char* name) {
-  return [name](WindowTest& t) { EXPECT_EQ(preferences.sevenZipPath, *name == '\0' ? "" : t.folder + name); };
+  EXPECT_EQ(t.someone.seen.size(), 2U);
+};
+/// Where the datums and 7-Zip are, without the test's folder.
+Step located(const std::string& datums, const std::string& sevenZip) {
+  return [=](WindowTest& t) {
+    EXPECT_EQ(preferences.datumsPath, datums.empty() ? SOURCE_FOLDER "/data/datums.txt" : t.folder + datums);
+    EXPECT_EQ(preferences.sevenZipPath, sevenZip.empty() ? "" : t.folder + sevenZip);
+  };
 }
 Step heightOf(const char* name, int height) {
   return [=](WindowTest& t) { EXPECT_EQ(imageSize(t.folder + name)->height, height); };
 }
 
-const auto calibrates = seeing(ViewerMode::calibrate);
+const std::string start = "Start with a map: Open a calibration that another program made, to convert it";
+const std::string pending = "The map is calibrated: ", done = "The calibrations are written: ";
+const std::string none = "The map is not calibrated: ", size = "wales.png, 520 x 600 pixels, ",
+                  wales = size + "9 points";
+const std::string scan = "scan%1.png, 300 x 300 pixels, ", clip = "clip.board, 300 x 200 pixels, ";
 
+const std::string mayRead = "Not written|Calibrations not written : OK to read else cancel";
+const std::string mayExit = "Not written|Calibrations not written : OK to exit program else cancel";
+const std::string maySave = "Preferences not saved|OK to save preferences, cancel to ignore";
+const std::string whichMap = "Open calibration file for map", whichImage = "Open image file";
+const std::string newImage = whichImage + "; calibrate";
+const std::string baseMap = "Open calibration file for base map", mergeMap = "Open calibration file for merge map";
+const std::string unreadable = "; Vellandra|Unable to read image broken.png";
+const std::string tooFew = "Insufficient points to proceed", saveAs = "Save image file  ",
+                  tiles = "Garmin Tile controls";
+const std::string about = "About|See 'readme.txt' distributed with this program", noText = "|Unable to read readme.txt";
+const std::string noTable = "Open datums.txt file ; No datums|Unable to load datums.txt";
+const std::string copies = "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually";
+const std::string otherSize =
+    "Vellandra|The image is 300 x 300 now, the calibration is for 520 x 600\nOpen the calibration again";
+const std::string names =
+    "\nWritten: wales.tfw, wales.js, wales.jpr, wales_png.cal, wales.gmi, wales.mcd, wales.txt\ndone";
+const std::string kept = "wales.txt\nKept as they were: wales.tfw\ndone", error = "***** Error *****\nSubscript out";
+
+// clang-format off
 const Way ways[] = {
-    way("OpenReads", "mnufo", {}, "wales.map", "Open calibration file for map",
-        "Average error per calibration point=", "!wales.jpr", true),
-    way("OpenCancelled", "mnufo", {}, "-; OK", "Open calibration file for map; No input|No input file specified"),
-    way("OpenRefuses", "mnufo", {}, "a.xyz; OK",
-        "Open calibration file for map; No support|Unsupported calibration type"),
-    way("OpenNeedsDatums", "mnufo", noDatums, "-; OK", "Open datums.txt file ; No datums|Unable to load datums.txt"),
-    way("OpenKeepsPending", "mnufo", opened, "Cancel", "Not written|Calibrations not written : OK to read else cancel",
-        "", "", true, walesStays),
-    way("OpenDropsPending", "mnufo", opened, "OK; wales.map",
-        "Not written|Calibrations not written : OK to read else cancel; Open calibration file for map", "", "", true,
-        walesStays),
-    way("LoadCalibrates", "mnulm", placing(3), "scan.png", "Open image file", "Input datum is WGS 84", "!scan.map",
-        true, calibrates),
-    way("LoadKeepsPending", "mnulm", opened, "Cancel", "Not written|Calibrations not written : OK to read else cancel",
-        "", "", true, walesStays),
-    way("LoadDropsPending", "mnulm", placing(3, opened), "OK; scan.png",
-        "Not written|Calibrations not written : OK to read else cancel; Open image file", "", "", true, calibrates),
-    way("LoadCancelled", "mnulm", opened, "OK; -",
-        "Not written|Calibrations not written : OK to read else cancel; Open image file", "", "", true, walesStays),
-    way("LoadTooFewPoints", "mnulm", placing(1), "scan.png", "Open image file", "Insufficient points to proceed"),
-    way("LoadUnreadable", "mnulm", written, "broken.png; OK",
-        "Open image file; Vellandra|Unable to read image broken.png", "", "", false, walesStays),
-    way("LoadNeedsDatums", "mnulm", noDatums, "scan.png; -; OK",
-        "Open image file; Open datums.txt file ; No datums|Unable to load datums.txt"),
-    way("ClipboardWithPoints", "mnulic", copied, "Yes",
-        "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
-        "north, 1, 2, 3 : not four numbers, skipped", "", true, clipboardIsWritten),
-    way("ClipboardByHand", "mnulic", placing(2, copied), "No",
-        "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually", "", "", true,
-        calibrates),
-    way("ClipboardKeepsPending", "mnulic", copiedOverWales, "Cancel",
-        "Not written|Calibrations not written : OK to read else cancel", "", "", true, clipboardIsLeft),
-    way("ClipboardDropsPending", "mnulic", placing(2, copiedOverWales), "OK; No",
-        "Not written|Calibrations not written : OK to read else cancel; "
-        "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
-        "", "", true, calibrates),
-    way("ClipboardNeedsDatums", "mnulic", copiedWithoutDatums, "-; OK",
-        "Open datums.txt file ; No datums|Unable to load datums.txt", "", "", false, clipboardIsNotTaken),
-    way("ClipboardTooFewPoints", "mnulic", placing(1, copied), "-",
-        "Vellandra|Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
-        "Insufficient points to proceed"),
-    way("WriteWrites", "mnuwc", written, "", "",
-        "\nWritten: wales.tfw, wales.js, wales.jpr, wales_png.cal, wales.gmi, wales.mcd, wales.txt\ndone", "wales.jpr"),
-    way("WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw",
-        "wales.txt\nKept as they were: wales.tfw\ndone", "wales.jpr", false, worldFileStays),
-    way("WriteWithoutMap", "mnuwc", {}, "OK", "Vellandra|Insufficient points to proceed"),
-    way("TrekbuddyWrites", "mnuwmt", written, "", "", "Tiles and .map file written", "wales_tiles/wales.set"),
-    way("TrekbuddyBlocked", "mnuwmt", blocked, "OK", "Vellandra|unable to write wales_tiles"),
-    way("TrekbuddyFails", "mnuwmt", without("wales.png"), "OK", "Vellandra|Unable to load map", "",
-        "!wales_tiles/wales.set"),
-    way("GarminWrites", "mwgcm", written, "", "", "Done Garmin Custom map", "wales_tiles/files/wales_400_400.jpg"),
-    way("GarminWritesTheTicked", "mwgcm", unticking, "", "Garmin Tile controls", "Tiles 3 by 3\n",
-        "!wales_tiles/files/wales_200_200.jpg", false, othersAreWritten),
-    way("GarminCancelled", "mwgcm", advanced, "-", "Garmin Tile controls", "", "!wales_tiles"),
-    way("GarminFails", "mwgcm", without("wales.png"), "OK", "Vellandra|Unable to load map", "", "!wales_tiles/doc.kml"),
-    way("GarminNotPacked", "mwgcm", packing, "OK", "Vellandra|Call to 7-Zip failed", "a -tzip -mx0",
-        "wales_tiles/doc.kml"),
-    way("ExitCancelled", "mnuexit", opened, "Cancel",
-        "Not written|Calibrations not written : OK to exit program else cancel", "", "!calconv.ini", true,
-        windowIs(true)),
-    way("ExitUnwritten", "mnuexit", opened, "OK",
-        "Not written|Calibrations not written : OK to exit program else cancel", "", "!calconv.ini", true,
-        windowIs(false)),
-    way("ExitSaves", "mnuexit", changed, "OK", "Preferences not saved|OK to save preferences, cancel to ignore", "",
-        "calconv.ini", false, windowIs(false)),
-    way("ExitIgnores", "mnuexit", changed, "Cancel", "Preferences not saved|OK to save preferences, cancel to ignore",
-        "", "!calconv.ini", false, windowIs(false)),
-    way("ViewRecalculates", "mnuvc", placing(3, opened), "", "", "Recalculating...........................\n", "", true,
-        fitted),
-    way("ViewCloses", "mnuvc", written, "", "", "", "", false, seeing(ViewerMode::view)),
-    way("ViewTooFewPoints", "mnuvc", placing(1, written), "", "", "Insufficient points to proceed", "", false,
-        cannotBeWritten),
-    way("ViewShowsTheFileAsItIsNow", "mnuvc", replaced(520, 600), "", "", "", "", false, newPictureIsShown),
-    way("ViewRefusesAnotherSize", "mnuvc", replaced(300, 300), "OK",
-        "Vellandra|The image is 300 x 300 now, the calibration is for 520 x 600\nOpen the calibration again", "", "",
-        false, seeing(ViewerMode::view)),
-    way("ViewErrorIsShown", "mnuvc", throwing, "", "", "***** Error *****\nSubscript out of range", "", false, goesOn),
-    way("DatumsLocated", "eldf", {}, "readme.txt", "Open datums.txt file ", "", "", false, datumsAt("readme.txt")),
-    way("DatumsCancelled", "eldf", {}, "-", "Open datums.txt file ", "", "", false,
-        datumsAt(SOURCE_FOLDER "/data/datums.txt")),
-    way("SevenZipLocated", "mnuel7z", {}, "a.xyz", "Find 7z.exe ", "", "", false, sevenZipAt("a.xyz")),
-    way("SevenZipCancelled", "mnuel7z", {}, "-", "Find 7z.exe ", "", "", false, sevenZipAt("")),
-    way("RescaleSaves", "mnurs", written, "50; half.png", "Vellandra; Save image file  ", "Done rescaling", "half.map",
-        false, heightOf("half.png", 300)),
-    way("RescaleCancelled", "mnurs", written, "-", "Vellandra", "", "", false, walesStays),
-    way("RescaleNotSaved", "mnurs", written, "50; -", "Vellandra; Save image file  "),
-    way("RescaleRefuses", "mnurs", written, "9; OK", "Vellandra; Vellandra|scale percentage must be 10 to 90"),
-    way("CropSaves", "mnucm", cropping(110), "part.png", "Save image file  ", "Done cropping", "part.map", false,
-        heightOf("part.png", 200)),
-    way("CropCancelled", "mnucm", written, "", "", "", "", false, seeing(ViewerMode::crop)),
-    way("CropNotReplaced", "mnucm", cropping(110), "scan.png; Cancel",
-        "Save image file  ; Vellandra|OK to overwrite scan.png", "", "!scan.map"),
-    way("CropOutside", "mnucm", cropping(9999), "OK", "Vellandra|The part to keep must lie inside the map"),
-    way("MergeKeepsPending", "mnumm", opened, "Cancel",
-        "Not written|Calibrations not written : OK to abandon them else cancel", "", "", true, walesStays),
-    way("MergeCancelled", "mnumm", written, "wales.map; -; OK",
-        "Open calibration file for base map; Open calibration file for merge map; No input|No input file specified", "",
-        "", false, walesStays),
-    way("AboutTells", "mnuabout", {}, "OK",
-        "About|Calibration and conversion 2.0.6\nCorvane 2026\nsupport@corvane.example\n"
-        "Uses FreeImage : see Readme for details"),
-    way("HelpTells", "mnuhelphelp", {}, "OK", "About|See 'readme.txt' distributed with this program"),
-    way("HelpOpensTheText", "mnuhelphelp", {}, "openReadme; -",
-        "About|See 'readme.txt' distributed with this program; readme.txt"),
-    way("HelpMissesTheText", "mnuhelphelp", without("readme.txt"), "openReadme; OK",
-        "About|See 'readme.txt' distributed with this program; Vellandra|Unable to read readme.txt"),
+    {"OpenReads", "mnufo", {}, "wales.map", whichMap, pending + wales, "Average error per calibration", "!wales.jpr"},
+    {"OpenNeedsDatums", "mnufo", noDatums, "-; OK", noTable, start},
+    {"OpenKeepsPending", "mnufo", opened, "Cancel", mayRead, pending + wales},
+    {"LoadCalibrates", "mnulm", placing(3), "scan%1.png", newImage, pending + scan + "3 points", "datum is WGS 84",
+     "!scan%1.map"},
+    {"LoadKeepsPending", "mnulm", opened, "Cancel", mayRead, pending + wales},
+    {"LoadCancelled", "mnulm", opened, "OK; -", mayRead + "; " + whichImage, pending + wales},
+    {"LoadTooFewPoints", "mnulm", placing(1), "scan%1.png", newImage, none + scan + "1 point", tooFew},
+    {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales},
+    {"LoadNeedsDatums", "mnulm", noDatums, "scan%1.png; -; OK", whichImage + "; " + noTable, start},
+    {"ClipboardWithPoints", "mnulic", copied, "Yes", copies, pending + clip + "3 points",
+     "north, 1, 2, 3 : not four numbers, skipped", "", clipboardIsWritten},
+    {"ClipboardByHand", "mnulic", both(copied, placing(2)), "-", copies + "; calibrate", pending + clip + "2 points"},
+    {"ClipboardKeepsPending", "mnulic", both(opened, copied), "Cancel", mayRead, pending + wales, "", "", isLeft},
+    {"ClipboardNeedsDatums", "mnulic", both(noDatums, copied), "-; OK", noTable, start, "", "", isLeft},
+    {"WriteWrites", "mnuwc", written, "", "", done + wales, names, "wales.jpr"},
+    {"WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw", done + wales, kept,
+     "wales.jpr", worldFileStays},
+    {"TrekbuddyWrites", "mnuwmt", written, "", "", done + wales, "Tiles and .map file", "wales_tiles/wales.set"},
+    {"GarminWrites", "mwgcm", written, "", "", done + wales, "Done Garmin Custom map", "", othersAreWritten},
+    {"GarminWritesTheTicked", "mwgcm", both(advanced, unticking), "", tiles, done + wales, "Tiles 3 by 3\n",
+     "!wales_tiles/files/wales_200_200.jpg", othersAreWritten},
+    {"GarminCancelled", "mwgcm", advanced, "-", tiles, done + wales, "", "!wales_tiles"},
+    {"ExitCancelled", "mnuexit", opened, "Cancel", mayExit, pending + wales},
+    {"ExitUnwritten", "mnuexit", opened, "OK", mayExit, "closed", "", "!calconv.ini"},
+    {"ExitSaves", "mnuexit", changed, "OK", maySave, "closed", "", "calconv.ini"},
+    {"ExitIgnores", "mnuexit", changed, "Cancel", maySave, "closed", "", "!calconv.ini"},
+    {"ViewRecalculates", "mnuvc", both(opened, placing(3)), "", "view", pending + size + "3 points",
+     "Recalculating...........................\n", "", fitted},
+    {"ViewCloses", "mnuvc", written, "", "view", done + wales},
+    {"ViewTooFewPoints", "mnuvc", both(written, placing(1)), "", "view", none + size + "1 point", tooFew, "",
+     cannotBeWritten},
+    {"ViewSeesLaterFile", "mnuvc", replaced(520, 600, true), "", "view", done + wales, "", "", newPictureIsShown},
+    {"ViewSeesOtherBytes", "mnuvc", replaced(520, 600, false), "", "view", done + wales, "", "", newPictureIsShown},
+    {"ViewRefusesAnotherSize", "mnuvc", replaced(300, 300, false), "OK", otherSize, done + wales},
+    {"ViewErrorIsShown", "mnuvc", both(written, throwing), "", "view", done + wales, error, "", goesOn},
+    {"DatumsLocated", "eldf", {}, "readme.txt", "Open datums.txt file ", start, "", "", located("readme.txt", "")},
+    {"SevenZipLocated", "mnuel7z", {}, "readme.txt", "Find 7z.exe ", start, "", "", located("", "readme.txt")},
+    {"SevenZipCancelled", "mnuel7z", {}, "-", "Find 7z.exe ", start, "", "", located("", "")},
+    {"RescaleSaves", "mnurs", written, "50; half.png", "Vellandra; " + saveAs, done + wales, "Done rescaling",
+     "half.map", heightOf("half.png", 300)},
+    {"RescaleCancelled", "mnurs", written, "-", "Vellandra", done + wales},
+    {"CropSaves", "mnucm", both(written, cropping), "part.png", "crop; " + saveAs, done + wales, "Done cropping",
+     "part.map", heightOf("part.png", 200)},
+    {"CropCancelled", "mnucm", written, "", "crop", done + wales},
+    {"MergeCancelled", "mnumm", written, "wales.map; -; OK",
+     baseMap + "; " + mergeMap + "; No input|No input file specified", done + wales},
+    {"HelpTells", "mnuhelphelp", {}, "OK", about, start},
+    {"HelpOpensTheText", "mnuhelphelp", {}, "openReadme; -", about + "; readme.txt", start},
+    {"HelpMissesTheText", "mnuhelphelp", noReadme, "openReadme; OK", about + "; Vellandra" + noText, start},
 };
+// clang-format on
 INSTANTIATE_TEST_SUITE_P(Commands, CommandTest, testing::ValuesIn(ways),
                          [](const auto& row) { return std::string(row.param.name); });
 

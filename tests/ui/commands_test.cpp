@@ -1,84 +1,31 @@
 #include <QDragEnterEvent>
-#include <QLabel>
 #include <QMenu>
 #include <QMimeData>
-#include <set>
 
 #include "ui/window_fixture.h"
 
 namespace vellandra {
 namespace {
 
-TEST_F(WindowTest, MenusHoldTheCommandsInTheirOrder) {
-  const struct {
-    const char *menu, *entries;
-  } rows[] = {
-      {"mnufile",
-       "File|mnufo: Open Calibration|mnulm: Load map for calibration|mnulic: Load image from clipboard|"
-       "mnuwc: Write Calibrations|mnuwmt: Write map as Trekbuddy tiles|mwgcm: Write Garmin Custom Map|mnuexit: Exit"},
-      {"mnuview", "View|mnuvc:View Calibrated Map"},
-      {"mnuedit",
-       "Edit|mnupref: Preferences|eldf: Locate Datums File|mnuel7z: Locate 7-Zip program|"
-       "mnurs: Rescale map and save|mnucm: Crop map and save|mnumm:Merge Maps"},
-      {"mnuhelp", "Help|mnuabout: About|mnuhelphelp: Help"},
-  };
-  EXPECT_EQ(window->windowTitle(), "Calibration and Calibration Conversion");
-  std::set<QChar> menuKeys;
-  for (const auto& row : rows) {
-    const auto* menu = part<QMenu>(window.get(), row.menu);
-    EXPECT_TRUE(menuKeys.insert(menu->title()[menu->title().indexOf('&') + 1]).second) << row.menu;
-    QString entries = menu->title().remove('&');
-    std::set<QChar> mnemonics;
-    for (const QAction* entry : menu->actions()) {
-      if (entry->isSeparator()) continue;
-      const QString text = entry->text();
-      EXPECT_TRUE(mnemonics.insert(text[text.indexOf('&') + 1].toLower()).second) << text.toStdString();
-      if (entry->menu() == nullptr) entries += "|" + entry->objectName() + ":" + QString(text).remove('&');
-    }
-    EXPECT_EQ(entries.toStdString(), row.entries);
-  }
-}
-
-TEST_F(WindowTest, FileDialogsCarryTheirTitleDefaultNameAndFilters) {
-  const struct {
-    const char *command, *title, *name;
-    QStringList filters;
-  } rows[] = {
-      {"mnufo",
-       "Open calibration file for map",
-       "*.map",
-       {"Ozi Map files (*.map) (*.map)", "GPSU GUX files (*.gux) (*.gux)", "World files (*.tfw) (*.tfw)",
-        "MM JPR files (*.jpr) (*.jpr)", "GMI calibration files(*.gmi) (*.gmi)", "MCD Calibrations (*.mcd) (*.mcd)",
-        "World files (*.jgw) (*.jgw)", "World files (*.pgw) (*.pgw)", "Cal files (*.cal) (*.cal)",
-        "CompeGPS files (*.imp) (*.imp)"}},
-      {"mnulm",
-       "Open image file",
-       "*.png",
-       {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)"}},
-      {"eldf", "Open datums.txt file ", "*.txt", {"Text files(*.txt) (*.txt)"}},
-      {"mnuel7z", "Find 7z.exe ", "*.exe", {"Exe files(*.exe) (*.exe)"}},
-      {"mnurs", "Save image file  ", "*.png", {"PNG files(*.png) (*.png)"}},
-  };
+TEST_F(WindowTest, PickersShowTheirFiltersAndDoNotTakeTheDefaultName) {
+  const std::pair<const char*, QStringList> rows[] = {
+      {"mnulm", {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)", "All files (*)"}},
+      {"mnurs", {"PNG files(*.png) (*.png)"}}};
   openWales();
   driver.calibrationPending = false;
-  for (const auto& row : rows) {
-    const bool saves = std::string(row.command) == "mnurs";
-    if (saves) someone.answer("50");
-    someone.use([&](QDialog* dialog) {
+  for (const auto& [command, filters] : rows) {
+    if (filters.size() == 1) someone.answer("50");
+    someone.use([&filters = filters](QDialog* dialog) {
       auto* picker = qobject_cast<QFileDialog*>(dialog);
       ASSERT_NE(picker, nullptr);
-      EXPECT_EQ(part<QLineEdit>(picker, "fileNameEdit")->text(), row.name);
-      EXPECT_EQ(picker->nameFilters().mid(0, row.filters.size()), row.filters) << "others follow";
-      EXPECT_EQ(picker->nameFilters().contains("All files (*)"), !saves);
+      EXPECT_EQ(part<QLineEdit>(picker, "fileNameEdit")->text(), "*.png");
+      EXPECT_EQ(picker->nameFilters(), filters);
       EXPECT_TRUE(picker->testOption(QFileDialog::DontConfirmOverwrite)) << "the command asks itself";
-      if (saves) static_cast<QDialog*>(picker)->accept();
-      EXPECT_TRUE(picker->isVisible()) << "the default name is no file to save";
+      dialog->accept();
+      EXPECT_TRUE(picker->isVisible()) << "the default name is no file";
       picker->reject();
     });
-    if (row.command == rows[0].command) someone.answer("OK");  // "No input file specified"
-    someone.seen.clear();
-    choose(row.command);
-    EXPECT_EQ(someone.seen.at(saves ? 1 : 0), row.title);
+    choose(command);
   }
 }
 

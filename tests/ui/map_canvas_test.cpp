@@ -228,25 +228,25 @@ TEST(GridLines, FollowRotationAndMercator) {
 }
 
 TEST(GridLines, LabelsAreRoundInTheFormatInUse) {
-  Calibration map;
-  map.imageWidth = 1000, map.imageHeight = 1000;
-  map.x0 = -0.5, map.y0 = 0.5;
-  map.tf1 = 0.001, map.tf4 = -0.001;
-  const auto labelsAt = [&map](DegreeFormat format, double zoom) {
+  const std::tuple<DegreeFormat, double, double, const char*> rows[] = {
+      // format, zoom, longitude of the left edge, one of the labels
+      {DegreeFormat::decimalDegrees, 1, -0.5, "0.5\u00B0 N|"},
+      {DegreeFormat::degreesMinutes, 1, -0.5, "0\u00B0 30' W|"},
+      {DegreeFormat::degreesMinutesSeconds, 100, -0.5, "0\u00B0 00' 15\" S|"},
+      {DegreeFormat::decimalDegrees, 1, 179.9, "179.5\u00B0 W|"},  // longitudes go on past 180
+  };
+  for (const auto& [format, zoom, left, label] : rows) {
+    Calibration map;
+    map.imageWidth = map.imageHeight = 1000;
+    map.x0 = left, map.y0 = 0.5;
+    map.tf1 = 0.001, map.tf4 = -0.001;
     MapView view = viewOf(1000, 1000);
     view.centreOn(500, 500);
     view.zoomAt(200, 150, zoom);
     std::string labels;
     for (const GridLine& line : gridLines(map, view, format, 100)) labels += line.label + "|";
-    return labels;
-  };
-  EXPECT_NE(labelsAt(DegreeFormat::decimalDegrees, 1).find("0.5\u00B0 N|"), std::string::npos);
-  EXPECT_NE(labelsAt(DegreeFormat::degreesMinutes, 1).find("0\u00B0 30' W|"), std::string::npos);
-  EXPECT_NE(labelsAt(DegreeFormat::degreesMinutesSeconds, 100).find("0\u00B0 00' 15\" S|"), std::string::npos)
-      << labelsAt(DegreeFormat::degreesMinutesSeconds, 100);
-  map.x0 = 179.9;  // longitudes go on past 180
-  EXPECT_NE(labelsAt(DegreeFormat::decimalDegrees, 1).find("179.5\u00B0 W|"), std::string::npos)
-      << labelsAt(DegreeFormat::decimalDegrees, 1);
+    EXPECT_NE(labels.find(label), std::string::npos) << labels;
+  }
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QRadioButton>
 #include <QSpinBox>
-#include <QTreeWidget>
 #include <QWheelEvent>
 #include <algorithm>
 
@@ -13,6 +11,7 @@
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_list.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {
@@ -81,7 +80,13 @@ class MapViewerTest : public UiTest {
     const QList<QLabel*> labels = viewer->findChildren<QLabel*>();
     return std::ranges::any_of(labels, [text](const QLabel* label) { return label->text().contains(text); });
   }
-  QTreeWidget* list() const { return viewer->findChild<QTreeWidget*>(); }
+  PointList* list() const { return viewer->findChild<PointList*>(); }
+  void choosePoint(int number) const { list()->setCurrentItem(list()->topLevelItem(number - 1)); }
+  std::string cell(int number, const char* heading) const {
+    int column = 0;
+    while (list()->headerItem()->text(column) != heading) ++column;
+    return list()->topLevelItem(number - 1)->text(column).toStdString();
+  }
 
   /// The middle of a pixel in the canvas.
   QPointF place(int x, int y) const {

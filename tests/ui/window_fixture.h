@@ -2,9 +2,12 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
+#include <QLabel>
 #include <QPlainTextEdit>
 #include <QTest>
+#include <array>
 #include <cstdlib>
 #include <memory>
 
@@ -47,7 +50,7 @@ class WindowTest : public UiTest {
     for (const char* name : {"wales.map", "wales.png", "wales.tfw"}) copy(SOURCE_FOLDER "/samples/wales/", name);
     QApplication::clipboard()->clear();
     window = std::make_unique<MainWindow>([this](QWidget*, ViewerMode mode) {
-      modes.push_back(mode);
+      someone.seen.emplace_back(std::array{"calibrate", "view", "crop"}.at(static_cast<std::size_t>(mode)));
       return onMap ? onMap() : ViewerResult();
     });
     interface = std::make_unique<WindowInterface>(window.get());
@@ -68,8 +71,7 @@ class WindowTest : public UiTest {
   }
 
   WindowPerson someone;
-  std::function<ViewerResult()> onMap;  ///< what the person does in the map viewer
-  std::vector<ViewerMode> modes;        ///< in which it was opened
+  std::function<ViewerResult()> onMap;  ///< what the person does in the map viewer, which is seen by its mode
   std::unique_ptr<MainWindow> window;
   std::unique_ptr<WindowInterface> interface;
 };

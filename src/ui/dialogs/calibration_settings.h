@@ -24,6 +24,7 @@ struct CalibrationSettings {
   std::string datum = wgs84Name;  ///< trimmed name from the datum table; points of the national grids have their own
   std::int16_t zone = 30;         ///< of UTM
   bool southern = false;
+  bool operator==(const CalibrationSettings&) const = default;
 };
 
 /// What was chosen last; the next viewer starts from it.

@@ -32,6 +32,7 @@ MergeDialog::MergeDialog(QWidget* parent)
   percentage_->setObjectName("transparency");
   percentage_->setAccessibleName("Transparency, percent");
   percentage_->setMaximumWidth(fontMetrics().averageCharWidth() * 8);
+  reason_->setObjectName("reason");
   expand_->setObjectName("expand");
   auto* label = new QLabel("&Transparency %");
   label->setBuddy(percentage_);

@@ -160,6 +160,7 @@ QHBoxLayout* MapViewerDialog::buildBottom() {
   done_ = addButton(bottom, mode_ == ViewerMode::crop ? "Cr&op" : mode_ == ViewerMode::view ? "&Close" : "&Done", "");
   connect(done_, &QPushButton::clicked, this, &MapViewerDialog::accept);
   cancel_ = addButton(bottom, "&Cancel", "");
+  cancel_->setObjectName("cancel");
   connect(cancel_, &QPushButton::clicked, this, &MapViewerDialog::reject);
   return bottom;
 }
