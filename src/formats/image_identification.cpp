@@ -2,7 +2,7 @@
 
 #include "calibration/log.h"
 #include "calibration/pickers.h"
-#include "raster/bitmap.h"
+#include "raster/image_header.h"
 #include "support/numbers.h"
 #include "support/paths.h"
 #include "support/text.h"

@@ -1,6 +1,7 @@
 #include <QLabel>
 #include <QMimeData>
 
+#include "raster/image_header.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {
@@ -244,8 +245,8 @@ const Way ways[] = {
     way("LoadCancelled", "mnulm", opened, "OK; -",
         "Not written|Calibrations not written : OK to read else cancel; Open image file", "", "", true, walesStays),
     way("LoadTooFewPoints", "mnulm", placing(1), "scan.png", "Open image file", "Insufficient points to proceed"),
-    way("LoadUnreadable", "mnulm", written, "broken.png; OK",
-        "Open image file; Vellandra|Unable to read image broken.png", "", "", false, walesStays),
+    way("LoadUnreadable", "mnulm", written, "broken.png; OK", "Open image file; Vellandra|file load error 1",
+        "broken.png: the image cannot be decoded", "", false, walesStays),
     way("LoadNeedsDatums", "mnulm", noDatums, "scan.png; -; OK",
         "Open image file; Open datums.txt file ; No datums|Unable to load datums.txt"),
     way("ClipboardWithPoints", "mnulic", copied, "Yes",
