@@ -13,7 +13,6 @@
 #include "console/console.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
-#include "imaging/map_image.h"
 #include "ui/windows.h"
 
 namespace {
@@ -52,7 +51,7 @@ int main(int argc, char** argv) {
   (void)std::setlocale(LC_TIME, "");
   (void)std::signal(SIGPIPE, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
 
-  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata});
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
     std::cout << usage();

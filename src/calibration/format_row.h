@@ -66,7 +66,7 @@ struct FormatTable {
   std::span<const FormatRow> rows = {};  ///< writers of one moment run in this order
   /// Finds the image that belongs to a calibration and settles its size: path, width, height in and out.
   void (*identifyImage)(std::string& path, std::int16_t& width, std::int16_t& height) = nullptr;
-  /// Saves the image that came from the clipboard as PNG; false on failure.
+  /// Saves the image that came from the clipboard as PNG; false on failure. Null where there is no clipboard.
   bool (*saveClipboardImage)(const std::string& path) = nullptr;
 };
 void setFormatTable(const FormatTable& table);

@@ -12,6 +12,9 @@
 #include "calibration/calibration.h"
 #include "calibration/log.h"
 #include "calibration/session.h"
+#include "formats/format_table.h"
+#include "formats/image_identification.h"
+#include "imaging/map_image.h"
 #include "support/paths.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
@@ -89,6 +92,7 @@ std::optional<int> runWindows(char** arguments, const std::optional<std::string>
   QApplication::setApplicationName("vellandra");
   QApplication::setDesktopFileName("vellandra");
   QApplication::setWindowIcon(QIcon(shownPath(programFolder()) + "vellandra.png"));
+  setFormatTable({formatRows(), getidata, saveMapImage});
   return batchPath ? runBatchInWindows(*batchPath) : runMainWindow();
 }
 

@@ -7,7 +7,7 @@ namespace vellandra {
 
 /// Runs the program in windows: the main window, or, given the path of a calibration, a batch whose boxes are windows.
 /// `arguments` are main's. Returns the exit status; nothing, and why in `reason`, when no window can be opened here.
-/// The formats must have been set before; numbers keep the "C" locale.
+/// Numbers keep the "C" locale.
 std::optional<int> runWindows(char** arguments, const std::optional<std::string>& batchPath, std::string& reason);
 
 }  // namespace vellandra
