@@ -21,6 +21,7 @@
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
+#include "image_check.h"
 #include "imaging/map_image.h"
 #include "raster/bitmap.h"
 #include "support/errors.h"
@@ -233,6 +234,7 @@ Harness::~Harness() {
 }
 
 Harness::Verdict Harness::run(std::string_view input, bool writes) {
+  if (kind_ == "images") return runImage(input);
   std::string_view answers = takeAnswers(input);
   const unsigned options = answers.empty() ? 0U : static_cast<std::uint8_t>(answers.front());
   if (!answers.empty()) answers.remove_prefix(1);
@@ -248,6 +250,16 @@ Harness::Verdict Harness::run(std::string_view input, bool writes) {
     if (verdict.converted) verdict.fault = checkResult();
   }
   if (verdict.fault.empty() && TextFile(path).content() != placed) verdict.fault = "the input was changed";
+  const std::string left = clearFolder();
+  if (verdict.fault.empty()) verdict.fault = left;
+  return verdict;
+}
+
+Harness::Verdict Harness::runImage(std::string_view input) {
+  const Person person({}, folder_);
+  resetProgram(home_ + "datums.txt", 0);
+  Verdict verdict;
+  verdict.fault = checkImage(input, folder_, verdict.converted);
   const std::string left = clearFolder();
   if (verdict.fault.empty()) verdict.fault = left;
   return verdict;

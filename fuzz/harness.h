@@ -15,7 +15,8 @@ namespace vellandra {
 /// One harness at a time: it resets and uses the program's state.
 class Harness {
  public:
-  /// `kind` is an extension that is read, "datums" for a datum table or "ini" for a preferences file. Throws
+  /// `kind` is an extension that is read, "datums" for a datum table, "ini" for a preferences file or "images" for an
+  /// image of any type, which is loaded whole as it is. Throws
   /// std::system_error when the folder cannot be made: in TMPDIR, else in memory where the system has such a disk.
   explicit Harness(std::string kind);
   Harness(const Harness&) = delete;
@@ -23,13 +24,14 @@ class Harness {
   ~Harness();
 
   struct Verdict {
-    bool converted = false;  ///< the command ended well
+    bool converted = false;  ///< the command ended well, or the image was loaded
     std::string fault;       ///< what must not happen, whatever the input; empty when all is well
   };
   /// With `writes` off the calibration is only opened, which takes half the time.
   Verdict run(std::string_view input, bool writes = true);
 
  private:
+  Verdict runImage(std::string_view input);
   std::string place(std::string_view input, std::string& fault);
   std::string checkResult() const;
   std::string clearFolder();

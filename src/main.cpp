@@ -14,7 +14,6 @@
 #include "formats/calibrations_in_folder.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
-#include "imaging/map_image.h"
 #include "ui/windows.h"
 
 namespace {
@@ -70,7 +69,7 @@ int main(int argc, char** argv) {
     (void)std::signal(ignored, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
   }
 
-  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata});
   const auto commandLine = vellandra::readCommandLine({argv + 1, argv + argc});
   if (commandLine.task == Task::help) {
     std::cout << usage();

@@ -36,6 +36,9 @@ cp "$program" "$work/alone"
 DISPLAY=:7777 expect 1 "vellandra-window: No such file" "$work/alone"
 DISPLAY=:7777 expect 1 "Missing input file" "$work/alone" "$work/none.map"
 
+# A conversion is over before what decodes images or opens windows would be loaded.
+ldd "$program" | grep -E "freeimage|tiff|Qt" && fail "a conversion loads libraries that it does not need"
+
 # Blanks in the name need no quotes.
 mkdir "$work/my maps"
 cp "$samples/crete/crete.map" "$samples/crete/crete.png" "$work/my maps"

@@ -70,7 +70,7 @@ struct FormatTable {
   /// where to look next.
   void (*identifyImage)(std::string& path, std::int16_t& width, std::int16_t& height,
                         const std::vector<std::string>& others) = nullptr;
-  /// Saves the image that came from the clipboard as PNG; false on failure.
+  /// Saves the image that came from the clipboard as PNG; false on failure. Null where there is no clipboard.
   bool (*saveClipboardImage)(const std::string& path) = nullptr;
 };
 void setFormatTable(const FormatTable& table);

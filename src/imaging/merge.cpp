@@ -16,8 +16,8 @@
 namespace vellandra {
 namespace {
 
-/// One side: its calibration goes to `map`, the names of its files are added to `files`. An empty image, with the
-/// person told, when it cannot be opened.
+/// One side as its file has it: its calibration goes to `map`, the names of its files are added to `files`. An empty
+/// image, with the person told, when it cannot be opened.
 Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& files) {
   driver.stage = openCalibration;
   driver.pickerTitle = pickerTitle;
@@ -26,11 +26,14 @@ Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& file
   if (!opened) return {};
   map = calibration;
   files.insert(files.end(), {map.imagePath, mapPathBeside(map.imagePath), driver.inputPath});
-  Bitmap loaded = LoadImageByExtension(map.imagePath);
-  Bitmap image = loaded.bitsPerPixel() == 24 ? std::move(loaded) : convertTo24Bits(loaded);
+  Bitmap image = LoadImageByExtension(map.imagePath);
   if (image.width() == map.imageWidth && image.height() == map.imageHeight) return image;
   tell("Unable to load map");
   return {};
+}
+
+Bitmap asColors(Bitmap image) {
+  return image.bitsPerPixel() == 24 ? std::move(image) : convertTo24Bits(image);
 }
 
 constexpr int previewSide = 800;  // pixels
@@ -107,9 +110,11 @@ class Dialog {
 
 std::optional<MergeMaps> openMergeMaps() {
   MergeMaps maps;
-  maps.base = openSide("Open calibration file for base map", maps.sides.a, maps.files);
+  maps.base = asColors(openSide("Open calibration file for base map", maps.sides.a, maps.files));
   if (!maps.base) return std::nullopt;
-  maps.merge = openSide("Open calibration file for merge map", maps.sides.b, maps.files);
+  Bitmap merge = openSide("Open calibration file for merge map", maps.sides.b, maps.files);
+  maps.mergeOpacity = opacity(merge);
+  maps.merge = asColors(std::move(merge));
   if (!maps.merge) return std::nullopt;
   bringLongitudesTogether(maps.sides);
   return maps;
@@ -132,7 +137,7 @@ MergedMap mergedMap(const MergeMaps& maps, const std::optional<Canvas>& canvas, 
   }
   result.map = derivedCalibration(maps.sides.a, mapping, result.image.width(), result.image.height());
   result.map.imagePath = "$merge$";
-  mergePixels({result.map, maps.sides.b}, result.image, maps.merge, t, threads);
+  mergePixels({result.map, maps.sides.b}, result.image, maps.merge, t, threads, maps.mergeOpacity);
   writeLog("Merged");
   return result;
 }

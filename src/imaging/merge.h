@@ -17,7 +17,8 @@ inline constexpr NumberRange mergeWeights{0, 100};
 struct MergeMaps {
   MergeSides sides;
   Bitmap base, merge;
-  MapFiles files;  ///< of both maps, which a merged map does not replace
+  MapFiles files;            ///< of both maps, which a merged map does not replace
+  Bitmap mergeOpacity = {};  ///< of the merge map, see `opacity`
 };
 
 /// Asks for the calibrations of the base map and of the merge map and opens both with their images. Nothing when one

@@ -71,7 +71,7 @@ struct Block {
 
 class Painter {
  public:
-  Painter(const MergeSides& sides, Bitmap& canvas, const Bitmap& merge, float t)
+  Painter(const MergeSides& sides, Bitmap& canvas, const Bitmap& merge, const Bitmap& opacity, float t)
       : sides_(sides),
         t_(t),
         width_(canvas.width()),
@@ -80,6 +80,7 @@ class Painter {
         curved_(!sides.a.isMercator() && sides.b.isMercator() && sides.a.tf2 != 0) {
     for (int y = 0; y < canvas.height(); ++y) canvasRows_.push_back(canvas.row(y).data());
     for (int y = 0; y < merge.height(); ++y) mergeRows_.push_back(merge.row(y).data());
+    for (int y = 0; y < opacity.height(); ++y) opacityRows_.push_back(opacity.row(y).data());
   }
 
   /// In blocks of columns over all rows of the band: neighbouring rows meet the same part of a turned merge map.
@@ -156,6 +157,14 @@ class Painter {
     blend(block, channels * count, pixels);
   }
 
+  const std::uint8_t* mergePixel(int column, int row) const {
+    return mergeRows_[static_cast<std::size_t>(row)] + channels * column;
+  }
+
+  bool isClear(int column, int row) const {
+    return !opacityRows_.empty() && opacityRows_[static_cast<std::size_t>(row)][column] == 0;
+  }
+
   /// The four neighbours of column `x` and their weights, to `block` from `at` on.
   void gather(const RowPath& path, int x, const std::uint8_t* basePixel, std::ptrdiff_t at, Block& block) const {
     const double xm = std::max(path.x.at(x), 0.0);
@@ -166,15 +175,16 @@ class Painter {
     const auto fy = static_cast<float>(ym - yi);
     const bool empty =
         basePixel[0] == markerColor.blue && basePixel[1] == markerColor.green && basePixel[2] == markerColor.red;
-    const float t = empty ? 1 : t_;
-    const std::uint8_t* const top = mergeRows_[static_cast<std::size_t>(yi)];
-    const std::uint8_t* const bottom = mergeRows_[static_cast<std::size_t>(std::min(yi + 1, mergeHeight_ - 1))];
-    const std::ptrdiff_t left = channels * xi;
-    const std::ptrdiff_t right = channels * std::min(xi + 1, mergeWidth_ - 1);
-    std::memcpy(block.topLeft.data() + at, top + left, channels);
-    std::memcpy(block.topRight.data() + at, top + right, channels);
-    std::memcpy(block.bottomLeft.data() + at, bottom + left, channels);
-    std::memcpy(block.bottomRight.data() + at, bottom + right, channels);
+    const float painted = empty ? 1 : t_;
+    const float t = isClear(xi, yi) ? 0 : painted;
+    const int right = std::min(xi + 1, mergeWidth_ - 1);
+    const int bottom = std::min(yi + 1, mergeHeight_ - 1);
+    const std::uint8_t* const self = mergePixel(xi, yi);
+    const auto neighbour = [&](int column, int row) { return isClear(column, row) ? self : mergePixel(column, row); };
+    std::memcpy(block.topLeft.data() + at, self, channels);
+    std::memcpy(block.topRight.data() + at, neighbour(right, yi), channels);
+    std::memcpy(block.bottomLeft.data() + at, neighbour(xi, bottom), channels);
+    std::memcpy(block.bottomRight.data() + at, neighbour(right, bottom), channels);
     std::fill_n(block.fx.data() + at, channels, fx);
     std::fill_n(block.fy.data() + at, channels, fy);
     std::fill_n(block.t.data() + at, channels, t);
@@ -195,6 +205,7 @@ class Painter {
   const bool curved_;
   std::vector<std::uint8_t*> canvasRows_;
   std::vector<const std::uint8_t*> mergeRows_;
+  std::vector<const std::uint8_t*> opacityRows_;  ///< none when the merge map is opaque throughout
 };
 
 }  // namespace
@@ -203,8 +214,9 @@ void Lerp(const PixelColor& c0, const PixelColor& c1, float t, PixelColor& out) 
   out = {lerpByte(c0.red, c1.red, t), lerpByte(c0.green, c1.green, t), lerpByte(c0.blue, c1.blue, t), 0};
 }
 
-void mergePixels(const MergeSides& sides, Bitmap& canvas, const Bitmap& merge, float t, unsigned threads) {
-  const Painter painter(sides, canvas, merge, t);
+void mergePixels(const MergeSides& sides, Bitmap& canvas, const Bitmap& merge, float t, unsigned threads,
+                 const Bitmap& mergeOpacity) {
+  const Painter painter(sides, canvas, merge, mergeOpacity, t);
   forRowBands(canvas.height(), bandRows, threads, [&painter](int first, int last) { painter.paintRows(first, last); });
 }
 

@@ -3,6 +3,8 @@
 #include <FreeImage.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string_view>
@@ -10,7 +12,8 @@
 
 #include "calibration/log.h"
 #include "calibration/messages.h"
-#include "raster/image_file.h"
+#include "raster/decoders.h"
+#include "raster/image_parts.h"
 #include "raster/library_messages.h"
 #include "support/errors.h"
 #include "support/files.h"
@@ -36,8 +39,6 @@ namespace {
 
 using Access = BitmapAccess;
 
-constexpr std::int64_t largestSide = 32767;
-
 FREE_IMAGE_FORMAT identifier(ImageFormat format) {
   return static_cast<FREE_IMAGE_FORMAT>(format);
 }
@@ -49,7 +50,6 @@ void freeImageMessage(FREE_IMAGE_FORMAT, const char* message) {
 void divertMessages() {
   static const bool diverted = [] {
     FreeImage_SetOutputMessage(freeImageMessage);
-    divertTiffMessages();
     return true;
   }();
   static_cast<void>(diverted);
@@ -69,79 +69,40 @@ auto guarded(const Work& work) -> decltype(work()) {
 
 // The library puts the names of files it opens itself into a message buffer of fixed size, which long paths overflow.
 // So it is given files that are open already.
-unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle file) {
+unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle parts) {
   const std::size_t wanted = std::size_t{size} * count;
-  const std::size_t length = static_cast<ImageFile*>(file)->read(buffer, wanted);
+  const std::size_t length = static_cast<ImageParts*>(parts)->read(buffer, wanted);
   // At the end of a file that is cut off the library goes on with what its buffer holds.
   std::memset(static_cast<char*>(buffer) + length, 0, wanted - length);
   return size == 0 ? 0 : static_cast<unsigned>(length / size);
 }
-int seekProc(fi_handle file, long offset, int origin) {
-  return static_cast<ImageFile*>(file)->seek(offset, origin) ? 0 : -1;
+int seekProc(fi_handle parts, long offset, int origin) {
+  return static_cast<ImageParts*>(parts)->seek(offset, origin) ? 0 : -1;
 }
-long tellProc(fi_handle file) {
-  return static_cast<ImageFile*>(file)->tell();
-}
-
-FreeImageIO readingFile() {
-  return {readProc, nullptr, seekProc, tellProc};
+long tellProc(fi_handle parts) {
+  return static_cast<ImageParts*>(parts)->tell();
 }
 
-bool holdsType(const ImageType& type, ImageFile& file) {
-  FreeImageIO io = readingFile();
-  file.seek(0, SEEK_SET);
-  return FreeImage_ValidateFromHandle(identifier(type.format), &io, &file) != FALSE;
-}
-
-void logWhyNoImage(const std::string& path, const ImageType& named, ImageFile& file) {
-  for (const ImageType& type : imageTypes) {
-    if (type.format == named.format || !holdsType(type, file)) continue;
-    writeLog(path + ": no image, the file's content is " + std::string(type.ending) + ", not " +
-             std::string(named.ending) + " as its name says");
-    return;
+/// Takes away what is not pixels.
+void strip(FIBITMAP* image) {
+  constexpr unsigned dotsPerMetre = 2835;  // 72 an inch, which the library gives to images of its own
+  if (image == nullptr) return;
+  for (int model = FIMD_COMMENTS; model <= FIMD_EXIF_RAW; ++model) {
+    FreeImage_SetMetadata(static_cast<FREE_IMAGE_MDMODEL>(model), image, nullptr, nullptr);
   }
-  writeLog(path + ": no image of type " + std::string(named.ending) + ", or damaged");
+  FreeImage_DestroyICCProfile(image);
+  FreeImage_SetThumbnail(image, nullptr);
+  FreeImage_SetBackgroundColor(image, nullptr);
+  FreeImage_SetDotsPerMeterX(image, dotsPerMetre);
+  FreeImage_SetDotsPerMeterY(image, dotsPerMetre);
 }
 
-Bitmap decode(ImageFormat format, ImageFile& file, int flags) {
-  FreeImageIO io = readingFile();
-  file.seek(0, SEEK_SET);
-  return Access::own(guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, &file, flags); }));
-}
-
-struct Header {
-  ImageSize size;
-  int bitsPerPixel = 0;
-};
-
-std::optional<Header> readHeader(ImageFormat format, ImageFile& file) {
-  // FreeImage cannot tell a GIF's size without decoding it.
-  if (format == ImageFormat::gif) {
-    const std::optional<ImageSize> size = gifSize(file);
-    if (!size) return std::nullopt;
-    return Header{*size, 8};
-  }
-  const Bitmap header = decode(format, file, FIF_LOAD_NOPIXELS);
-  if (!header) return std::nullopt;
-  return Header{{header.width(), header.height()}, header.bitsPerPixel()};
-}
-
-std::optional<ImageSize> checkedSize(const std::string& path, const ImageType& type, ImageFile& file) {
-  const std::optional<Header> header = readHeader(type.format, file);
-  if (!header || header->size.width < 1 || header->size.height < 1) {
-    logWhyNoImage(path, type, file);
-    return std::nullopt;
-  }
-  const ImageSize size = header->size;
-  const double claimed = static_cast<double>(size.width) * static_cast<double>(size.height) * header->bitsPerPixel / 8;
-  // BMP has run lengths up to 8 bits a pixel only; half of the file may be missing.
-  const bool plain = type.format == ImageFormat::bmp && header->bitsPerPixel > 8;
-  if (claimed > static_cast<double>(file.size()) * (plain ? 2 : type.largestExpansion)) {
-    writeLog(path + ": no image, its header claims " + sizeText(size.width, size.height) +
-             " pixels, more than the file can hold");
-    return std::nullopt;
-  }
-  return size;
+Bitmap decode(ImageFormat format, ImageParts& parts) {
+  FreeImageIO io{readProc, nullptr, seekProc, tellProc};
+  parts.seek(0, SEEK_SET);
+  FIBITMAP* image = guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, &parts, 0); });
+  strip(image);
+  return Access::own(image);
 }
 
 /// The hourglass, for as long as this lives.
@@ -210,34 +171,22 @@ std::span<const std::uint8_t> Bitmap::row(int y) const {
   return {rowAddress(image_.get(), y, height()), static_cast<std::size_t>(pitch())};
 }
 
-std::optional<ImageSize> imageSize(const std::string& path) {
-  const ImageType* type = imageTypeOf(path);
-  if (type == nullptr) return std::nullopt;
-  const LibraryMessages messages(path);
-  ImageFile file(path);
-  return file ? checkedSize(path, *type, file) : std::nullopt;
-}
-
-Bitmap LoadImageByExtension(const std::string& path) {
-  const ImageType* type = imageTypeOf(path);
-  if (type == nullptr) {
-    writeLog(path + ": no image type has this ending");
-    return {};
+DecodedImage decodeByLibrary(ImageFormat format, ImageFile& file) {
+  PixelParts pixels = pixelParts(format, file);
+  // One scan of a progressive JPEG takes as long for all pixels as for none.
+  constexpr int mostScans = 100;
+  if (pixels.scans > mostScans) {
+    return {{}, "its pixels come in " + std::to_string(pixels.scans) + " scans, which would take too long"};
   }
-  const LibraryMessages messages(path);
-  ImageFile file(path);
-  if (!file) {
-    writeLog(path + ": no such file");
-    return {};
+  Bitmap bitmap = decode(format, pixels.parts);
+  bool isWhole = !pixels.endsEarly;
+  if (!bitmap && format == ImageFormat::png) {
+    isWhole = false;
+    const auto mended = guarded([&] { return std::make_unique<ImageParts>(mendedPng(file, pixels)); });
+    if (mended && mended->size() > 0) bitmap = decode(format, *mended);
   }
-  const std::optional<ImageSize> size = checkedSize(path, *type, file);
-  if (!size) return {};
-  if (size->width > largestSide || size->height > largestSide) {
-    throw Overflow("image " + path + " is " + sizeText(size->width, size->height) + ", past 32767 pixels");
-  }
-  Bitmap bitmap = decode(type->format, file, 0);
-  if (!bitmap) writeLog(path + ": the image cannot be decoded");
-  return bitmap;
+  if (!bitmap) return {{}, LibraryMessages::last()};
+  return {std::move(bitmap), "", isWhole};
 }
 
 Bitmap LoadQuantized(const std::string& path) {
@@ -352,6 +301,30 @@ Bitmap rescale(const Bitmap& bitmap, int width, int height) {
       guarded([&] { return FreeImage_Rescale(Access::image(bitmap), width, height, FILTER_CATMULLROM); }));
 }
 
+Bitmap allocateBitmap(Pixels kind, int width, int height) {
+  struct Form {
+    FREE_IMAGE_TYPE type;
+    int bits;
+  };
+  static constexpr std::array<Form, 8> forms{{{FIT_BITMAP, 1},
+                                              {FIT_BITMAP, 4},
+                                              {FIT_BITMAP, 8},
+                                              {FIT_BITMAP, 24},
+                                              {FIT_BITMAP, 32},
+                                              {FIT_UINT16, 16},
+                                              {FIT_RGB16, 48},
+                                              {FIT_RGBA16, 64}}};
+  if (width < 1 || height < 1) return {};
+  const Form& form = forms[static_cast<std::size_t>(kind)];
+  return Access::own(guarded([&] { return FreeImage_AllocateT(form.type, width, height, form.bits); }));
+}
+
+void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors) {
+  const auto count = static_cast<std::size_t>(bitmap.paletteEntryCount());
+  RGBQUAD* palette = FreeImage_GetPalette(Access::image(bitmap));
+  for (std::size_t i = 0; i < count; ++i) palette[i] = toLibrary(i < colors.size() ? colors[i] : PixelColor());
+}
+
 Bitmap allocate24Bits(int width, int height, const PixelColor& fill) {
   if (width < 1 || height < 1) return {};
   const RGBQUAD color = toLibrary(fill);
@@ -366,6 +339,13 @@ Bitmap convertTo24Bits(const Bitmap& bitmap) {
   }
   const Bitmap grey = Access::own(guarded([&] { return FreeImage_ConvertTo8Bits(image); }));
   return convertTo24Bits(grey);
+}
+
+Bitmap opacity(const Bitmap& bitmap) {
+  if (!bitmap || FreeImage_IsTransparent(Access::image(bitmap)) == FALSE) return {};
+  const Bitmap colors = Access::own(guarded([&] { return FreeImage_ConvertTo32Bits(Access::image(bitmap)); }));
+  if (!colors) return {};
+  return Access::own(guarded([&] { return FreeImage_GetChannel(Access::image(colors), FICC_ALPHA); }));
 }
 
 Bitmap clone(const Bitmap& bitmap) {

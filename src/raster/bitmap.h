@@ -2,10 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
+
+#include "raster/image_file.h"
 
 struct FIBITMAP;
 
@@ -17,7 +18,6 @@ struct PixelColor {
   bool operator==(const PixelColor&) const = default;
 };
 
-enum class ImageFormat { bmp = 0, jpeg = 2, png = 13, tiff = 18, gif = 25 };
 enum class QuantizeMethod { neuQuant = 1 };
 
 /// Flags of `SaveImage` for a JPEG; 0 leaves the quality to the library. For PNG the flags are 0.
@@ -55,18 +55,11 @@ class Bitmap {
   int paletteEntriesUsed_ = 0;  ///< 0: the whole palette
 };
 
-struct ImageSize {
-  std::int64_t width = 0, height = 0;
-};
-
-/// The size of the image in `path`, from its header alone; the type goes by the last three characters as in
-/// `LoadImageByExtension`. Nothing for a file that is no image of that type, or whose header claims more pixels than
-/// the file can hold. Sizes past 32767 are returned as they are.
-std::optional<ImageSize> imageSize(const std::string& path);
-
 /// Loads "TIF", "JPG", "PNG", "BMP" or "GIF", told by the last three characters of `path` without regard to case. Empty
-/// for any other ending, and for a file that is no such image; why is in the log. A damaged file may load in part.
-/// Throws Overflow for an image past 32767 pixels, before its pixels are decoded.
+/// for any other ending, and for a file that is no such image or whose pixels are no colours; the panel says why. A
+/// file that ends early or is damaged loads as far as it goes, which the panel says too. Nothing but pixels is loaded,
+/// and transparency only where the file has a channel or colours for it. Throws Overflow for an image past 32767
+/// pixels, before its pixels are decoded.
 Bitmap LoadImageByExtension(const std::string& path);
 
 /// Colours of the maps that are reduced before they are written: tiles, and merged maps.
@@ -118,11 +111,24 @@ Bitmap copyRectangle(const Bitmap& bitmap, int left, int top, int right, int bot
 /// Resampled with the Catmull-Rom filter; a palette image becomes a colour image. Empty on failure.
 Bitmap rescale(const Bitmap& bitmap, int width, int height);
 
+/// How the pixels of a row lie in memory: numbers of palette entries of 1, 4 or 8 bits, the leftmost in the highest
+/// bits; blue, green, red and alpha of 8 bits; words of 16 bits, in colours red, green, blue and alpha.
+enum class Pixels { index1, index4, index8, color24, color32, grey16, color48, color64 };
+
+/// A new image of zeros; empty when there is no memory or a side is below 1.
+Bitmap allocateBitmap(Pixels kind, int width, int height);
+
+/// Sets the palette to `colors`, black behind them.
+void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors);
+
 /// A new image of 24 bits in one colour; empty when there is no memory or a side is below 1.
 Bitmap allocate24Bits(int width, int height, const PixelColor& fill = {});
 
 /// Empty when the pixels are no colours (floating-point numbers).
 Bitmap convertTo24Bits(const Bitmap& bitmap);
+
+/// How opaque each pixel is, from 0 to 255 in 8 bits; empty for an image that is opaque throughout.
+Bitmap opacity(const Bitmap& bitmap);
 
 Bitmap clone(const Bitmap& bitmap);
 

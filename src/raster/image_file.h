@@ -2,16 +2,15 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <fstream>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "raster/bitmap.h"
-
 namespace vellandra {
+
+enum class ImageFormat { bmp = 0, jpeg = 2, png = 13, tiff = 18, gif = 25 };
 
 /// A type of image that can be loaded, by the ending of its files.
 struct ImageType {
@@ -32,34 +31,77 @@ inline constexpr std::array<ImageType, 5> imageTypes{{{"TIF", ImageFormat::tiff,
 /// By the last three characters of `path`, without regard to case; null for any other ending.
 const ImageType* imageTypeOf(const std::string& path);
 
-/// An image file open for reading, its bytes as the image library is to see them: a BMP whose header is of a later
-/// version (GIMP and ImageMagick write these; the library takes none past the first) is seen with the header of 40
-/// bytes that all versions begin with, and without the bytes the later ones add. Any other file is seen as it is.
+/// An image file open for reading, at any position. What is read lies in a window of memory for the reads that follow,
+/// which in pictures are small ones, close together.
 class ImageFile {
  public:
   /// Empty for anything but a regular file: a folder has no bytes, a pipe might never give any.
   explicit ImageFile(const std::string& path);
-  explicit operator bool() const { return file_.is_open(); }
+  ImageFile(const ImageFile&) = delete;
+  ImageFile& operator=(const ImageFile&) = delete;
+  ~ImageFile();
+  explicit operator bool() const { return descriptor_ >= 0; }
 
   /// Bytes on disk.
   std::int64_t size() const { return size_; }
-  /// Returns the count of bytes read, less than `length` at the end of the file.
-  std::size_t read(void* buffer, std::size_t length);
-  /// `origin` is SEEK_SET, SEEK_CUR or SEEK_END.
-  bool seek(long offset, int origin);
-  long tell();
+  /// Returns the count of bytes read, less than `length` where the file ends.
+  std::size_t read(std::int64_t position, void* buffer, std::size_t length);
+  /// Whether all of `bytes` could be filled.
+  bool fill(std::int64_t position, std::span<unsigned char> bytes);
+  /// -1 behind the end.
+  int byteAt(std::int64_t position);
+  /// Of the next byte of this value from `position` on; `size()` when there is none.
+  std::int64_t find(unsigned char value, std::int64_t position);
 
  private:
-  void shortenBmpHeader();
+  /// What of the file lies in memory from `position` on; empty behind the end.
+  std::span<const unsigned char> window(std::int64_t position);
 
-  std::filebuf file_;
+  int descriptor_ = -1;
   std::int64_t size_ = 0;
-  std::vector<unsigned char> head_;  ///< takes the place of the file's first bytes
-  long cut_ = 0;                     ///< bytes behind `head_` that are not seen
+  std::vector<unsigned char> window_;
+  std::int64_t windowStart_ = 0;
 };
 
-/// The size of the first image of a GIF, which is the one that gets loaded; nothing when the file is no GIF or ends
-/// before. Layout: Graphics Interchange Format 89a, CompuServe 1990.
-std::optional<ImageSize> gifSize(ImageFile& file);
+/// What a decoder is to see of an image file: pieces of it, and bytes that are not in it, one behind the other.
+class ImageParts {
+ public:
+  explicit ImageParts(ImageFile& file) : file_(&file) {}
+
+  void add(std::int64_t position, std::int64_t length);
+  void add(std::string bytes);
+
+  /// As a file is read; `origin` is SEEK_SET, SEEK_CUR or SEEK_END.
+  std::size_t read(void* buffer, std::size_t length);
+  bool seek(std::int64_t offset, int origin);
+  std::int64_t tell() const { return position_; }
+  std::int64_t size() const { return length_; }
+
+ private:
+  struct Part {
+    std::int64_t start;     ///< as the decoder counts
+    std::int64_t position;  ///< in the file
+    std::int64_t length;
+    std::string bytes;  ///< in place of the file's when it is not empty
+  };
+  void add(Part part);
+
+  ImageFile* file_;
+  std::vector<Part> parts_;
+  std::int64_t length_ = 0, position_ = 0;
+};
+
+inline unsigned littleEndian16(const unsigned char* bytes) {
+  return bytes[0] | unsigned{bytes[1]} << 8;
+}
+inline std::uint32_t littleEndian32(const unsigned char* bytes) {
+  return littleEndian16(bytes) | std::uint32_t{littleEndian16(bytes + 2)} << 16;
+}
+inline unsigned bigEndian16(const unsigned char* bytes) {
+  return unsigned{bytes[0]} << 8 | bytes[1];
+}
+inline std::uint32_t bigEndian32(const unsigned char* bytes) {
+  return std::uint32_t{bigEndian16(bytes)} << 16 | bigEndian16(bytes + 2);
+}
 
 }  // namespace vellandra

@@ -15,9 +15,7 @@ namespace {
 
 constexpr int logged = 10;
 
-void tiffMessage(const char* module, const char* format, std::va_list arguments) {
-  // FreeImage looks for camera tags in the main directory, which libtiff reports for every single TIFF.
-  if (module != nullptr && std::string_view(module) == "TIFFFieldWithTag") return;
+void tiffMessage(const char* /*module*/, const char* format, std::va_list arguments) {
   std::array<char, 500> text{};
   std::vsnprintf(text.data(), text.size(), format, arguments);
   LibraryMessages::add(text.data());
@@ -43,10 +41,15 @@ LibraryMessages::~LibraryMessages() {
 void LibraryMessages::add(std::string_view text) noexcept {
   try {
     if (current_ == nullptr) return writeLog(text);
-    if (++current_->count_ <= logged) current_->write(std::string(text));
+    current_->last_ = text;
+    if (++current_->count_ <= logged) current_->write(current_->last_);
   } catch (const std::exception&) {
     return;
   }
+}
+
+std::string LibraryMessages::last() {
+  return current_ == nullptr ? "" : current_->last_;
 }
 
 void LibraryMessages::write(const std::string& text) {

@@ -22,11 +22,14 @@ class LibraryMessages {
   /// pass through.
   static void add(std::string_view text) noexcept;
 
+  /// What was said last to the innermost of these that lives; empty for nothing.
+  static std::string last();
+
  private:
   void write(const std::string& text);
 
   static thread_local LibraryMessages* current_;
-  std::string path_;
+  std::string path_, last_;
   std::vector<std::string>* collected_ = nullptr;
   LibraryMessages* outer_;
   int count_ = 0;

@@ -15,6 +15,9 @@
 #include "calibration/log.h"
 #include "calibration/session.h"
 #include "formats/calibrations_in_folder.h"
+#include "formats/format_table.h"
+#include "formats/image_identification.h"
+#include "imaging/map_image.h"
 #include "support/paths.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
@@ -110,6 +113,7 @@ std::optional<int> runWindows(char** arguments, const CommandLine& commandLine, 
   QApplication::setApplicationName("vellandra");
   QApplication::setDesktopFileName("vellandra");
   QApplication::setWindowIcon(QIcon(shownPath(programFolder()) + "vellandra.png"));
+  setFormatTable({formatRows(), getidata, saveMapImage});
   switch (commandLine.task) {
     case CommandLine::Task::batch:
       return runBatchInWindows(commandLine.path);

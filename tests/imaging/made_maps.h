@@ -13,6 +13,7 @@
 #include "geodesy/mercator.h"
 #include "imaging/saved_map.h"
 #include "raster/bitmap.h"
+#include "raster/image_header.h"
 
 namespace vellandra {
 

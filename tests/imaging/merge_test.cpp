@@ -24,11 +24,11 @@ TEST(Lerp, RoundsEveryChannelHalfToEven) {
 /// Merges images of pixels of one degree; the first pixel of the canvas lies at (x, y) of the merge map.
 class MergePixelsTest : public CoreTest {
  protected:
-  Bitmap merge(const Bitmap& base, const Bitmap& other, double x, double y, float t) {
+  Bitmap merge(const Bitmap& base, const Bitmap& other, double x, double y, float t, const Bitmap& opacity = {}) {
     const MergeSides sides{linearMap(base.width(), base.height(), 10, 50, 1),
                            linearMap(other.width(), other.height(), 10 - x, 50 + y, 1)};
     Bitmap canvas = clone(base);
-    mergePixels(sides, canvas, other, t, 1);
+    mergePixels(sides, canvas, other, t, 1, opacity);
     return canvas;
   }
 
@@ -66,6 +66,24 @@ TEST_F(MergePixelsTest, OnlyPlacesThatRoundDownToAPixelAreCovered) {
   for (const auto& [place, expected] : rows) {
     EXPECT_EQ(colorAt(merge(base, fourGreys({20, 60, 20, 60}), place, 0, 1), 0, 0), grey(expected)) << place;
     EXPECT_EQ(colorAt(merge(base, fourGreys({20, 20, 60, 60}), 0, place, 1), 0, 0), grey(expected)) << place;
+  }
+}
+
+TEST_F(MergePixelsTest, ClearPixelsOfTheMergeMapAreOutsideIt) {
+  const Bitmap other = fourGreys({0, 100, 200, 40});
+  const std::tuple<std::array<int, 4>, double, double, int> rows[] = {
+      {{0, 255, 255, 255}, 0, 0, 10},        // clear itself
+      {{255, 0, 255, 255}, 0.25, 0, 0},      // its neighbour to the right
+      {{255, 255, 0, 0}, 0.25, 0.5, 12},     // top 25, bottom 0: 12.5
+      {{1, 255, 255, 255}, 0.25, 0.5, 92}};  // hardly to be seen, but there
+  for (const auto& [opaque, x, y, expected] : rows) {
+    Bitmap opacity = allocateBitmap(Pixels::index8, 2, 2);
+    for (int i = 0; i < 4; ++i) {
+      opacity.row(i / 2)[static_cast<std::size_t>(i % 2)] =
+          static_cast<std::uint8_t>(opaque[static_cast<std::size_t>(i)]);
+    }
+    const Bitmap canvas = merge(allocate24Bits(1, 1, grey(10)), other, x, y, 1, opacity);
+    EXPECT_EQ(colorAt(canvas, 0, 0), grey(expected)) << x << " " << expected;
   }
 }
 

@@ -1,5 +1,6 @@
 #include <QMimeData>
 
+#include "raster/image_header.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {
@@ -195,7 +196,8 @@ const Way ways[] = {
     {"LoadKeepsPending", "mnulm", opened, "Cancel", mayRead, pending + wales},
     {"LoadCancelled", "mnulm", opened, "OK; -", mayRead + "; " + whichImage, pending + wales},
     {"LoadTooFewPoints", "mnulm", placing(1), "scan%1.png", newImage, none + scan + "1 point", tooFew},
-    {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales},
+    {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales,
+     "broken.png: the image cannot be decoded"},
     {"LoadNeedsDatums", "mnulm", noDatums, "scan%1.png; -; OK", whichImage + "; " + noTable, start},
     {"ClipboardWithPoints", "mnulic", copied, "Yes", copies, pending + clip + "3 points",
      "north, 1, 2, 3 : not four numbers, skipped", "", clipboardIsWritten},
