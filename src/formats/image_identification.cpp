@@ -69,16 +69,6 @@ std::optional<FoundImage> findImage(const std::string& path, const std::vector<s
   return std::nullopt;
 }
 
-/// What to do about an image that cannot be read for the ending of its name, on a line of its own.
-std::string endingAdvice(const std::string& path) {
-  if (imageTypeOf(path) != nullptr) return {};
-  const std::string name = lowerCase(path);
-  for (const auto& [longEnding, ending] : {std::pair(".tiff", ".tif"), std::pair(".jpeg", ".jpg")}) {
-    if (name.ends_with(longEnding)) return std::string("\nRename it: its name has to end in ") + ending;
-  }
-  return "\nSave it as one of .png, .jpg, .bmp, .tif or .gif";
-}
-
 /// `side` is "width" or "height".
 void compareSize(const char* side, std::int16_t stated, std::int16_t actual) {
   if (stated == 0 || stated == actual) return;

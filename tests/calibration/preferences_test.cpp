@@ -72,7 +72,7 @@ TEST_F(PreferencesTest, DialogRefusesWhatIsOutOfRange) {
   expected.tileWidth = 300, expected.kmzTransparency = 0, expected.degreeFormat = 2;
   EXPECT_EQ(preferences, expected);
   storePreferences({false, true, true, "40000", "300px", false, true, false, "99", "1", 2, true});
-  expected.garminDrawOrder = 99, expected.garminJpegQuality = 1;
+  expected.garminDrawOrder = 99, expected.garminJpegQuality = 1, expected.gisPrograms = true;
   EXPECT_EQ(preferences, expected);
   const std::string height = "Tile height must be 1 to 32767";
   EXPECT_EQ(person.boxTexts(), (Texts{height, "Draw order must be 01 to 99", "JPEG quality must be 01 to 99",

@@ -174,7 +174,7 @@ const std::string maySave = "Preferences not saved|OK to save preferences, cance
 const std::string whichMap = "Open calibration file for map", whichImage = "Open image file";
 const std::string newImage = whichImage + "; calibrate";
 const std::string baseMap = "Open calibration file for base map", mergeMap = "Open calibration file for merge map";
-const std::string unreadable = "; Vellandra|Unable to read image broken.png";
+const std::string unreadable = "; Vellandra|file load error 1";
 const std::string tooFew = "Insufficient points to proceed", saveAs = "Save image file  ",
                   tiles = "Garmin Tile controls";
 const std::string about = "About|See 'readme.txt' distributed with this program", noText = "|Unable to read readme.txt";
