@@ -1,5 +1,7 @@
 #include "image_check.h"
 
+#include <algorithm>
+#include <array>
 #include <exception>
 #include <optional>
 
@@ -31,10 +33,13 @@ const char* endingOf(std::string_view input) {
 
 /// What a copy of the image takes along besides its pixels.
 std::string strangerIn(const Bitmap& image) {
-  const EncodedImage copy = encodeImage(ImageFormat::png, image);
-  if (copy.bytes.empty() && canSave(ImageFormat::png, image)) return "a copy cannot be saved";
-  for (const char* chunk : {"eXIf", "iCCP", "tEXt", "zTXt", "iTXt", "bKGD"}) {
-    if (copy.bytes.find(chunk) != std::string::npos) return std::string("a copy with ") + chunk;
+  constexpr std::array<std::string_view, 6> pixels{"IHDR", "pHYs", "PLTE", "tRNS", "IDAT", "IEND"};
+  const std::string copy = encodeImage(ImageFormat::png, image).bytes;
+  if (copy.empty() && canSave(ImageFormat::png, image)) return "a copy cannot be saved";
+  for (std::size_t chunk = 8; chunk + 8 <= copy.size();) {  // length, type, data, check sum
+    const std::string type = copy.substr(chunk + 4, 4);
+    if (std::ranges::find(pixels, type) == pixels.end()) return "a copy with " + type;
+    chunk += 12 + bigEndian32(reinterpret_cast<const unsigned char*>(&copy[chunk]));
   }
   return "";
 }
