@@ -32,8 +32,7 @@ int main(int argc, char** argv) {
   std::ofstream nowhere("/dev/null");
   vellandra::Console console(std::cin, nowhere, nowhere, false);
   vellandra::setUserInterface(console);
-  vellandra::setFormatTable(
-      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
+  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
   vellandra::startSession();
   const int runs = std::atoi(argv[2]);
   for (int run = 1; run <= runs; ++run) {

@@ -14,10 +14,10 @@
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
 #include "imaging/merge.h"
-#include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
 #include "scripted_interface.h"
 #include "support/paths.h"
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {
@@ -62,7 +62,7 @@ int run(int argc, char** argv) {
   if (argc != 6) return 2;
   const bool enlarged = std::strcmp(argv[4], "enlarge") == 0;
   Operator person;
-  setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+  setFormatTable({formatRows(), getidata, saveMapImage});
   preferences.datumsPath = programFolder() + "datums.txt";
   person.pickedFiles = {argv[1], argv[2], argv[5]};
   person.mergeAnswers = {{MergeAnswer::Action::merge, argv[3], enlarged}, {MergeAnswer::Action::save, "", false}};

@@ -93,7 +93,7 @@ int run(int argc, char** argv) {
   std::ofstream nowhere("/dev/null");
   Operator person(argv[2], nowhere);
   setUserInterface(person);
-  setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+  setFormatTable({formatRows(), getidata, saveMapImage});
   preferences.datumsPath = programFolder() + "datums.txt";
   const int tileSize = parseInt16(argv[3]);
   preferences.tileWidth = preferences.tileHeight = static_cast<std::int16_t>(tileSize);

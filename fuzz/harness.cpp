@@ -223,7 +223,7 @@ Harness::Harness(std::string kind) : kind_(std::move(kind)) {
   writeFile(folder_ + images[3], "\x89PNG\r\n\x1A\n");
   if (const char* home = std::getenv("VELLANDRA_HOME"); home != nullptr) outerHome_ = home;
   ::setenv("VELLANDRA_HOME", home_.c_str(), 1);
-  setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+  setFormatTable({formatRows(), getidata, saveMapImage});
 }
 
 Harness::~Harness() {
@@ -273,13 +273,12 @@ std::string Harness::place(std::string_view input, std::string& fault) {
 std::string Harness::checkResult() const {
   if (!coefficientsAreFinite()) return "a transform that is not finite";
   const std::string path = folder_ + "area.map";
-  if (driver.inputType == "map" || !fileExists(path)) return "";
+  const FormatRow* format = formatOf(path);
+  if (driver.inputFormat == format || !fileExists(path)) return "";
   const Calibration written = calibration;
   calibration.clear();
   std::string fault;
-  const auto row = std::ranges::find(readerTable(), std::string_view("map"),
-                                     [](const ReaderRow& reader) { return std::string_view(reader.extension); });
-  command(fault, [&] { return !row->read(path).stopped; });
+  command(fault, [&] { return !format->read(path).stopped; });
   if (!fault.empty()) return fault;
   fs::remove(path);  // a person who writes a second time may decline to replace it
   if (calibration.pointCount != written.pointCount) return "the written .map holds another number of points";

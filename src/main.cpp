@@ -18,12 +18,19 @@
 
 namespace {
 
-constexpr const char* usage =
-    "Usage: vellandra [CALIBRATION]\n"
-    "Without an argument, opens the window.\n"
-    "Reads a map calibration (.map, .tfw, .jgw, .pgw, .jpr, .cal, .gux, .imp, .gmi, .mcd), brings it to\n"
-    "WGS 84 and writes it for other programs beside it.\n"
-    "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
+std::string usage() {
+  std::string endings;
+  for (const vellandra::Ending& ending : vellandra::inputEndings()) {
+    endings += (endings.empty() ? "." : ", .") + std::string(ending.extension);
+  }
+  return "Usage: vellandra [CALIBRATION]\n"
+         "Without an argument, opens the window.\n"
+         "Reads a map calibration (" +
+         endings +
+         "), brings it to\n"
+         "WGS 84 and writes it for other programs beside it.\n"
+         "Exit status: 0 when the outputs were written, 1 when the run stopped.\n";
+}
 
 bool isSet(const char* name) {
   const char* value = std::getenv(name);
@@ -45,13 +52,12 @@ int main(int argc, char** argv) {
   (void)std::setlocale(LC_TIME, "");
   (void)std::signal(SIGPIPE, SIG_IGN);  // NOLINT(performance-no-int-to-ptr): the constant is the system's
 
+  vellandra::setFormatTable({vellandra::formatRows(), vellandra::getidata, vellandra::saveMapImage});
   const std::vector<std::string> arguments(argv + 1, argv + argc);
   if (arguments.size() == 1 && (arguments[0] == "--help" || arguments[0] == "-h")) {
-    std::cout << usage;
+    std::cout << usage();
     return 0;
   }
-  vellandra::setFormatTable(
-      {vellandra::readerTable(), vellandra::writerTable(), vellandra::getidata, vellandra::saveMapImage});
   std::optional<std::string> path;
   if (!arguments.empty()) path = vellandra::batchPath(arguments);
 
@@ -60,7 +66,7 @@ int main(int argc, char** argv) {
     std::string reason;
     if (const std::optional<int> status = runOnDisplay(argv, path, reason)) return *status;
     if (!path) {
-      std::cerr << reason << usage;
+      std::cerr << reason << usage();
       return 1;
     }
   }

@@ -64,7 +64,7 @@ fi
 # 100 MB of junk under every extension: a clear answer soon, in 256 MiB with 60 for the libraries. The limit is on data:
 # the libraries' address space would drown it.
 head -c 100000000 /dev/urandom >"$work/junk"
-for extension in map tfw jgw pgw jpr cal gux imp gmi mcd; do
+for extension in $("$program" --help | grep -oP '[(, ]\.\K[a-z]{3}\b'); do
   ln -f "$work/junk" "$work/junk.$extension"
   (ulimit -d 200000; exec timeout 30 "$program" "$work/junk.$extension" </dev/null >"$work/answer" 2>&1)
   [ $? -eq 1 ] || fail "exit status for junk.$extension"

@@ -50,7 +50,7 @@ class CoreTest : public testing::Test {
     preferencesChanged = false;
     inputDatumName.clear();
     mapImage = MapImage();
-    setFormatTable({readerTable(), writerTable(), getidata, saveMapImage});
+    setFormatTable({formatRows(), getidata, saveMapImage});
     openLog(folder + "vellandra.log");
   }
   ~CoreTest() override {

@@ -67,6 +67,39 @@ std::vector<std::string> forbiddenIncludes() {
   return forbidden;
 }
 
+/// Whether `literal` is an ending of calibrations, or lists them. Text may speak of one.
+bool tellsEndings(const std::string& literal) {
+  int told = 0;
+  for (const FormatRow& format : formatRows()) {
+    for (const Ending& row : format.endings) {
+      const std::string ending = row.extension;
+      if (literal == ending || literal == "." + ending || literal == "*." + ending) return true;
+      if (literal.find("." + ending) != std::string::npos) ++told;
+    }
+  }
+  return told > 1;
+}
+
+/// "file: literal" for each string literal outside formats that tells what the format table does.
+std::vector<std::string> strayEndings() {
+  static const std::regex comment("//[^\n]*");
+  static const std::regex literal(R"re("((?:[^"\\\n]|\\.)*)")re");
+  std::vector<std::string> stray;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source)) {
+    const std::string path = fs::relative(entry.path(), source).string();
+    if (!entry.is_regular_file() || roomOf(path) == "formats") continue;
+    const std::string text = std::regex_replace(contentOf(entry.path().string()), comment, "");
+    for (std::sregex_iterator i(text.begin(), text.end(), literal), end; i != end; ++i) {
+      if (tellsEndings((*i)[1])) stray.push_back(path + ": " + (*i)[1].str());
+    }
+  }
+  return stray;
+}
+
+TEST(House, FormatsAreKnownByTheirRowsAlone) {
+  EXPECT_EQ(strayEndings(), std::vector<std::string>());
+}
+
 TEST(House, IncludesPointOneWay) {
   EXPECT_EQ(forbiddenIncludes(), std::vector<std::string>());
 }

@@ -39,11 +39,7 @@ class MapTest : public CoreTest {
     calibration = Calibration();
     person.boxes.clear();
     writeTestFile(folder + "area." + extension, content);
-    for (const ReaderRow& row : readerTable()) {
-      if (extension == row.extension) return row.read(folder + "area." + extension);
-    }
-    ADD_FAILURE() << extension;
-    return {};
+    return formatOf(folder + "area." + extension)->read(folder + "area." + extension);
   }
 
   /// Positions are compared to two millimetres.

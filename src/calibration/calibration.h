@@ -13,6 +13,9 @@ inline constexpr int maxTiePoints = 30;     ///< tie points that a calibration f
 inline constexpr int firstCornerSlot = 31;  ///< corner k of the map is held in slot k + 30
 inline constexpr int maxCorners = maxSlot - firstCornerSlot + 1;
 
+/// The image path of a picture that came from the clipboard and is in no file yet.
+inline constexpr const char* clipboardImage = "clip.board";
+
 /// A value for each slot of the record: slots 0 to 50, of which 0 is never used. Any other slot throws
 /// SubscriptOutOfRange.
 template <typename T>

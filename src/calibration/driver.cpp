@@ -5,11 +5,12 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/fit.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/pickers.h"
 #include "calibration/points.h"
-#include "calibration/transform.h"
+#include "calibration/preferences.h"
 #include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -23,12 +24,8 @@ Driver driver;
 
 namespace {
 
-constexpr const char* noSupport = "No support";
 constexpr const char* noImage = "Unable to proceed without matching image";
 constexpr const char* wgs84 = "WGS 84";
-constexpr const char* clipboardImage = "clip.board";
-
-FormatTable formats;
 
 /// Tells the person why the run stops.
 bool stop(const std::string& text, const std::string& title = "Vellandra") {
@@ -83,20 +80,6 @@ bool logInputFile(const std::string& path) {
   return isWindows1252;
 }
 
-const ReaderRow* readerFor(const std::string& extension) {
-  for (const ReaderRow& row : formats.readers) {
-    if (extension == row.extension) return &row;
-  }
-  return nullptr;
-}
-
-/// Image corners that a ".cal" of edges or corners leaves open.
-void placeCornerPixels() {
-  Calibration& c = calibration;
-  c.points[2].pixelX = c.points[4].pixelX = c.imageWidth;
-  c.points[3].pixelY = c.points[4].pixelY = c.imageHeight;
-}
-
 bool readCalibration() {
   LoadDatums();
   if (datumTable.count == 0) return stop("Unable to load datums.txt", "No datums");
@@ -104,25 +87,24 @@ bool readCalibration() {
   const std::string path = obtainInputPath();
   if (path.empty()) return false;
   const bool isWindows1252 = logInputFile(path);
-  const ReaderRow* reader = readerFor(splitPath(path).extension);
-  if (reader == nullptr) return stop("Unsupported calibration type", noSupport);
+  const FormatRow* format = formatOf(path);
+  if (format == nullptr) return stop("Unsupported calibration type", "No support");
   // Up to here the map that was open can still be written; now it is gone.
   calibration.clear();
   driver.inputPath = path;
   splitInputPath(path);
-  driver.inputIsWindows1252 = isWindows1252;
+  driver.inputIsWindows1252 = format->isText && isWindows1252;
   driver.transformValid = driver.calibrationPending = false;
-  driver.inputType = reader->type;
-  const ReadResult result = reader->read(driver.inputPath);
+  driver.inputFormat = format;
+  const ReadResult result = format->read(driver.inputPath);
   if (result.stopped) return false;
-  if (result.calVariant == 0) return stop("Unsupported CAL format", noSupport);
   if (result.datumIndex == 0) return stop("unable to match input datum " + inputDatumName);
 
   writeLog("Ipath " + calibration.imagePath);
-  if (driver.inputType != "tfw") {
-    formats.identifyImage(calibration.imagePath, calibration.imageWidth, calibration.imageHeight);
+  if (!format->settlesImage) {
+    formatTable().identifyImage(calibration.imagePath, calibration.imageWidth, calibration.imageHeight);
   }
-  if (result.calVariant == 2 || result.calVariant == 3) placeCornerPixels();
+  if (result.placePixels != nullptr) result.placePixels();
   closePointGaps();
   dropIncompleteCorners();
   const std::string datum(trim(datumTable.name[static_cast<std::size_t>(result.datumIndex)]));
@@ -134,39 +116,29 @@ bool readCalibration() {
   return true;
 }
 
-bool isOnEarth(double lat, double lon) {
-  return std::abs(lat) <= 90 && std::abs(lon) <= 360;
-}
-
-/// Brings the positions of `count` slots from `first` on to WGS 84; those that are there already stay as they are.
+/// Tells of positions whose datum the table does not describe well; then brings them to WGS 84.
 bool convertSlots(int first, int count) {
-  Calibration& c = calibration;
   for (int slot = first; slot < first + count; ++slot) {
-    const double lat = c.points[slot].latitude;
-    const double lon = c.points[slot].longitude;
-    if (!isOnEarth(lat, lon)) {
-      const bool corner = slot >= firstCornerSlot && first == firstCornerSlot;
-      return stop((corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : slot) +
-                  " is not on the earth: latitude " + formatGeneral(lat) + ", longitude " + formatGeneral(lon));
-    }
-    const std::string name = c.points[slot].datumName;
-    if (name == wgs84) continue;
-    const int index = datumIndexOf(name);
-    if (index == 0) return stop("unable to match input datum " + name);
-    reportDoubtfulDatum(index);
-    shiftToWgs84(index, c.points[slot].latitude, c.points[slot].longitude);
-    c.points[slot].datumName = wgs84;
-    const auto degrees = [](double value) { return formatNumber(value, "##0.000000"); };
-    const auto pixels = [](double value) { return formatNumber(value, "####0"); };
-    writeLog(degrees(lat) + " " + degrees(lon) + " >> " + degrees(c.points[slot].latitude) + " " +
-             degrees(c.points[slot].longitude) + (name == "ORD SRVY GRT BRITN" ? " (OS) " : " ") +
-             pixels(c.points[slot].pixelX) + " " + pixels(c.points[slot].pixelY));
+    const std::string& name = calibration.points[slot].datumName;
+    const int index = name == wgs84 ? 0 : datumIndexOf(name);
+    if (index != 0) reportDoubtfulDatum(index);
   }
-  return true;
+  const std::string problem = convertToWgs84(calibration, first, count, runJournal());
+  return problem.empty() || stop(problem);
 }
 
 bool stopForPoints() {
   return stop(calibration.imageWidth == 0 ? noImage : "Insufficient points to proceed");
+}
+
+void reportFit() {
+  calibration.averageError = averageErrorOf(calibration);
+  showMessage("Average error per calibration point=" +
+              formatNumber(static_cast<double>(calibration.averageError), "####.0000"));
+  const Residuals residuals = residualsOf(calibration);
+  showMessage("All points: root mean square " + formatNumber(residuals.rootMeanSquare, "###0.00") +
+              " pixels, worst is point " + std::to_string(residuals.worst) + " with " +
+              formatNumber(residuals.ofWorst(), "###0.00"));
 }
 
 bool convertAndFit() {
@@ -176,16 +148,11 @@ bool convertAndFit() {
   if (!convertSlots(1, c.pointCount) || !convertSlots(firstCornerSlot, c.cornerCount)) return false;
   showMessage("Projection " + c.projection);
 
-  if (unwrapLongitudes()) showMessage("The map lies across 180 degrees: longitudes go on past 180");
-  const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
+  const std::optional<ReferencePair> pair = fitMap(c, driver.fixedPair(), preferences.stretchNotRotate, runJournal());
   if (!pair) return stopForPoints();
   driver.referencePair = *pair;
-  fitTransform();
-  if (c.isMercator() || c.fitFailed) deriveTransform(*pair);
-  driver.metresPerPixel = metresPerPixel(*pair);
-  setMercatorOrdinates();
-  if (!isReversible(c)) return stopForPoints();
-  driver.worldFile = worldFileTerms(*pair);
+  driver.metresPerPixel = metresPerPixel(c, *pair);
+  driver.worldFile = worldFileTerms(c, *pair, preferences.stretchNotRotate);
   if (!c.isMercator() || c.imageHeight != 0) reportFit();
   if (c.imageWidth == 0 || c.imageHeight == 0) return stop(noImage);
   if (!c.isMercator() && c.tf1 * c.tf4 - c.tf2 * c.tf3 > 0) {
@@ -205,7 +172,7 @@ bool saveClipboardImage() {
     const MessageBox box{"OK to overwrite " + path + " ?", "Vellandra", Buttons::okCancel, Icon::question};
     if (userInterface().messageBox(box) != Answer::ok) return false;
   }
-  if (!formats.saveClipboardImage(path)) return stop("Unable to save " + path);
+  if (!formatTable().saveClipboardImage(path)) return stop("Unable to save " + path);
   driver.writtenFiles.push_back(path);
   calibration.imagePath = path;
   splitInputPath(path);
@@ -226,10 +193,21 @@ void reportImageName() {
               ", the map's image is " + (sameFolder ? std::string(fileName(path)) : path));
 }
 
+/// Folder and base name under which `format` is written; nothing when it is the input's own, which is left alone.
+std::optional<std::string> outputStem(const FormatRow& format) {
+  const std::string stem = driver.inputFolder + driver.inputBase;
+  if (&format != driver.inputFormat) return stem;
+  const bool datumChanged = inputDatumName != wgs84;
+  if (format.rewritesInput && datumChanged && preferences.writeWgs84) return stem + "wgs84";
+  return std::nullopt;
+}
+
 bool runWriters(WriterMoment moment) {
-  for (const WriterRow& row : formats.writers) {
-    if (row.moment != moment || (*row.notForType != '\0' && driver.inputType == row.notForType)) continue;
-    const WriteOutcome outcome = row.write();
+  for (const FormatRow& format : formatTable().rows) {
+    if (format.write == nullptr || format.moment != moment) continue;
+    const std::optional<std::string> stem = outputStem(format);
+    if (!stem) continue;
+    const WriteOutcome outcome = format.write(*stem);
     if (outcome == WriteOutcome::failed) return false;
     if (outcome == WriteOutcome::written) driver.calibrationPending = false;
   }
@@ -258,11 +236,11 @@ bool writeOutputs() {
   if (!saveClipboardImage()) return false;
   reportImageName();
   if (!runWriters(WriterMoment::worldFile)) return false;
-  const bool cornersHeld = (driver.inputType == "tfw" || driver.inputType == "map") && calibration.cornerCount > 0;
-  if (!cornersHeld) fillImageCorners();
-  interpolateThirdPoint();
+  const bool keepsCorners = driver.inputFormat != nullptr && driver.inputFormat->keepsCorners;
+  if (!keepsCorners || calibration.cornerCount == 0) fillImageCorners(calibration);
+  interpolateThirdPoint(calibration);
   if (!runWriters(WriterMoment::threePoints)) return false;
-  addFourthPoint();
+  addFourthPoint(calibration);
   showMessage("Output datum is WGS84");
   logPoints();
   if (!runWriters(WriterMoment::fourPoints)) return false;
@@ -276,15 +254,10 @@ bool writeOutputs() {
 
 }  // namespace
 
-void setFormatTable(const FormatTable& table) {
-  formats = table;
-}
-
 void splitInputPath(const std::string& path) {
   const PathParts parts = splitPath(path);
   driver.inputFolder = parts.folder;
   driver.inputBase = parts.base;
-  driver.inputExtension = parts.extension;
 }
 
 void updateMenuStates() {

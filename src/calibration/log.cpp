@@ -18,7 +18,6 @@ struct Log {
   std::unique_ptr<std::FILE, CloseFile> file;
   std::time_t stampTime = 0;
   std::string stamp;
-  int pauses = 0;
 };
 Log log;
 
@@ -52,7 +51,7 @@ bool closeLog() {
 }
 
 void writeLog(std::string_view text) {
-  if (!log.file || logPaused()) return;
+  if (!log.file) return;
   // A line that cannot be written is remembered by the stream and told when the log is closed.
   const std::string& stamp = timeStamp();
   (void)std::fwrite(stamp.data(), 1, stamp.size(), log.file.get());
@@ -61,19 +60,7 @@ void writeLog(std::string_view text) {
 }
 
 void flushLog() {
-  if (log.file && !logPaused()) (void)std::fflush(log.file.get());
-}
-
-LogPause::LogPause() {
-  ++log.pauses;
-}
-
-LogPause::~LogPause() {
-  --log.pauses;
-}
-
-bool logPaused() {
-  return log.pauses > 0;
+  if (log.file) (void)std::fflush(log.file.get());
 }
 
 }  // namespace vellandra

@@ -18,14 +18,4 @@ void writeLog(std::string_view text);
 /// Brings the lines so far to the file.
 void flushLog();
 
-/// While one lives, the log and the message panel take no lines: for work done on trial, again and again.
-class LogPause {
- public:
-  LogPause();
-  ~LogPause();
-  LogPause(const LogPause&) = delete;
-  LogPause& operator=(const LogPause&) = delete;
-};
-bool logPaused();
-
 }  // namespace vellandra

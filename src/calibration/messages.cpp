@@ -10,6 +10,12 @@ namespace {
 /// The panel keeps its newest lines; a long session must not make every new line dearer.
 constexpr std::size_t longestMessage = 200'000;
 
+class RunJournal : public Journal {
+ public:
+  void log(std::string_view text) const override { writeLog(text); }
+  void show(std::string_view text) const override { showMessage(text); }
+};
+
 }  // namespace
 
 void showMessage(std::string_view text) {
@@ -20,7 +26,6 @@ void showMessage(std::string_view text) {
 }
 
 void addToMessage(std::string_view text) {
-  if (logPaused()) return;
   std::string& message = calibration.message;
   message.append(text).append("\r\n");
   if (message.size() > longestMessage) {
@@ -30,8 +35,12 @@ void addToMessage(std::string_view text) {
 }
 
 void showPanel() {
-  if (logPaused()) return;
   userInterface().showPanel(calibration.message);
+}
+
+const Journal& runJournal() {
+  static const RunJournal journal;
+  return journal;
 }
 
 }  // namespace vellandra

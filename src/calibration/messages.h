@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "calibration/journal.h"
+
 namespace vellandra {
 
 /// Writes `text` to the log and adds it as a line to the message panel.
@@ -12,5 +14,8 @@ void addToMessage(std::string_view text);
 
 /// Shows the panel's text as it stands.
 void showPanel();
+
+/// To the log and the panel of the run.
+const Journal& runJournal();
 
 }  // namespace vellandra

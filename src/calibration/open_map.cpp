@@ -4,6 +4,8 @@
 
 #include "calibration/datum_matching.h"
 #include "calibration/log.h"
+#include "calibration/messages.h"
+#include "calibration/preferences.h"
 #include "calibration/reference_pair.h"
 
 namespace vellandra {
@@ -35,14 +37,14 @@ void openDerivedMap(const Calibration& map, const std::string& imagePath) {
   inputDatumName = "WGS 84";
   splitInputPath(imagePath);
   driver.inputPath = imagePath;
-  driver.inputType = "zzz";
+  driver.inputFormat = nullptr;
   driver.transformValid = true;
   driver.calibrationPending = false;
-  const std::optional<ReferencePair> pair = chooseReferencePair(driver.inputType);
+  const std::optional<ReferencePair> pair = chooseReferencePair(calibration, std::nullopt, runJournal());
   if (!pair) return;
   driver.referencePair = *pair;
-  driver.metresPerPixel = metresPerPixel(*pair);
-  driver.worldFile = worldFileTerms(*pair);
+  driver.metresPerPixel = metresPerPixel(calibration, *pair);
+  driver.worldFile = worldFileTerms(calibration, *pair, preferences.stretchNotRotate);
 }
 
 }  // namespace vellandra

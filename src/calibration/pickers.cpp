@@ -1,5 +1,9 @@
 #include "calibration/pickers.h"
 
+#include <algorithm>
+#include <vector>
+
+#include "calibration/format_row.h"
 #include "calibration/preferences.h"
 #include "support/paths.h"
 #include "support/text.h"
@@ -22,11 +26,15 @@ bool keepChosen(const std::string& chosen, std::string& kept) {
 }  // namespace
 
 std::string getfile(const std::string& title) {
-  return userInterface().askOpenFile(
-      {title, "*.map",
-       "Ozi Map files (*.map)|*.map|GPSU GUX files (*.gux)|*.gux|World files (*.tfw)|*.tfw"
-       "|MM JPR files (*.jpr)|*.jpr|GMI calibration files(*.gmi)|*.gmi|MCD Calibrations (*.mcd)|*.mcd"
-       "|World files (*.jgw)|*.jgw|World files (*.pgw)|*.pgw|Cal files (*.cal)|*.cal|CompeGPS files (*.imp)|*.imp"});
+  std::vector<Ending> endings = inputEndings();
+  std::ranges::sort(endings, {}, &Ending::place);
+  FilePicker picker{title, "", ""};
+  for (const Ending& ending : endings) {
+    const std::string pattern = std::string("*.") + ending.extension;
+    if (picker.defaultName.empty()) picker.defaultName = pattern;
+    picker.filter += (picker.filter.empty() ? "" : "|") + std::string(ending.caption) + "|" + pattern;
+  }
+  return userInterface().askOpenFile(picker);
 }
 
 std::string getifile() {

@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "calibration/calibration.h"
-#include "calibration/log.h"
-#include "calibration/messages.h"
-#include "calibration/preferences.h"
 #include "calibration/transform.h"
 #include "geodesy/constants.h"
 #include "geodesy/mercator.h"
+#include "geodesy/position.h"
 #include "geodesy/utm.h"
 #include "support/numbers.h"
 
@@ -22,16 +19,15 @@ struct Difference {
   double dLon, dLat;  ///< degrees
 };
 
-Difference differenceOf(const ReferencePair& pair) {
-  const Calibration& c = calibration;
+Difference differenceOf(const Calibration& c, const ReferencePair& pair) {
   return {static_cast<double>(c.points[pair.j].pixelX) - c.points[pair.i].pixelX,
           static_cast<double>(c.points[pair.j].pixelY) - c.points[pair.i].pixelY,
           c.points[pair.j].longitude - c.points[pair.i].longitude,
           c.points[pair.j].latitude - c.points[pair.i].latitude};
 }
 
-double pixelDistance(int i, int j) {
-  const Difference d = differenceOf({i, j});
+double pixelDistance(const Calibration& map, const ReferencePair& pair) {
+  const Difference d = differenceOf(map, pair);
   return std::hypot(d.dx, d.dy);
 }
 
@@ -40,36 +36,36 @@ bool sharesGridLine(const Difference& d) {
 }
 
 /// The writers name the pair, and points past 30 give way to the image corners before they run.
-int lastCandidate() {
-  return std::min<int>(calibration.pointCount, maxTiePoints);
+int lastCandidate(const Calibration& map) {
+  return std::min<int>(map.pointCount, maxTiePoints);
 }
 
-ReferencePair searchPair() {
+ReferencePair searchPair(const Calibration& map, const Journal& journal) {
   ReferencePair best;
   double largest = 0;
-  const int last = lastCandidate();
+  const int last = lastCandidate(map);
   for (int i = 1; i <= last; ++i) {
     for (int j = i + 1; j <= last; ++j) {
-      const Difference d = differenceOf({i, j});
+      const Difference d = differenceOf(map, {i, j});
       if (sharesGridLine(d)) best.alignedWithGrid = true;
       const double product = std::abs(d.dLon) * std::abs(d.dLat);
       if (product > largest && (d.dx != 0 || d.dy != 0)) {
         largest = product;
         best.i = i;
         best.j = j;
-        writeLog(std::to_string(i) + " " + std::to_string(j) + " " + formatGeneral(product));
+        journal.log(std::to_string(i) + " " + std::to_string(j) + " " + formatGeneral(product));
       }
     }
   }
   return best;
 }
 
-void furthestApart(ReferencePair& pair) {
+void furthestApart(const Calibration& map, ReferencePair& pair) {
   double largest = 0;
-  const int last = lastCandidate();
+  const int last = lastCandidate(map);
   for (int i = 1; i <= last; ++i) {
     for (int j = i + 1; j <= last; ++j) {
-      const double distance = pixelDistance(i, j);
+      const double distance = pixelDistance(map, {i, j});
       if (distance > largest) {
         largest = distance;
         pair.i = i;
@@ -86,33 +82,29 @@ struct UtmPlane {
   double dEast, dNorth;  ///< metres, northings counted from the equator on both sides
 };
 
-struct GroundPosition {
-  double easting, northing;  ///< metres, the northing from the equator
-};
-
-GroundPosition onPlane(int slot, std::int16_t zone) {
-  const double lat = calibration.points[slot].latitude;
-  GroundPosition position{};
-  LatLongToUtm(lat, calibration.points[slot].longitude, zone, position.easting, position.northing);
+/// The northing counts from the equator.
+GridPosition onPlane(const CalibrationPoint& point, std::int16_t zone) {
+  const double lat = point.latitude;
+  GridPosition position{};
+  LatLongToUtm(lat, point.longitude, zone, position.easting, position.northing);
   if (lat < 0) position.northing -= 10000000;
   return position;
 }
 
-UtmPlane utmPlaneOf(const ReferencePair& pair) {
-  const Calibration& c = calibration;
+UtmPlane utmPlaneOf(const Calibration& c, const ReferencePair& pair) {
   UtmPlane plane{};
   plane.meanLon = (c.points[pair.i].longitude + c.points[pair.j].longitude) / 2;
   plane.meanLat = (c.points[pair.i].latitude + c.points[pair.j].latitude) / 2;
   plane.zone = toInt16(static_cast<std::int64_t>(std::floor((plane.meanLon + 186) / 6)));
-  const GroundPosition first = onPlane(pair.i, plane.zone);
-  const GroundPosition second = onPlane(pair.j, plane.zone);
+  const GridPosition first = onPlane(c.points[pair.i], plane.zone);
+  const GridPosition second = onPlane(c.points[pair.j], plane.zone);
   plane.dEast = second.easting - first.easting;
   plane.dNorth = second.northing - first.northing;
   return plane;
 }
 
-void logValue(const char* label, double value) {
-  writeLog(label + formatGeneral(value));
+void logValue(const Journal& journal, const char* label, double value) {
+  journal.log(label + formatGeneral(value));
 }
 
 /// Metres per degree of latitude and of longitude on WGS 84 at latitude `lat` (meridian and prime-vertical radii).
@@ -127,8 +119,7 @@ DegreeLength degreeLength(double lat) {
   return {wgs84A * (1 - e2) / (w * w * w) * degToRad, wgs84A / w * std::cos(lat * degToRad) * degToRad};
 }
 
-void stretchLinear(const ReferencePair& pair, const Difference& d) {
-  Calibration& c = calibration;
+void stretchLinear(Calibration& c, const ReferencePair& pair, const Difference& d) {
   c.tf1 = d.dLon / d.dx;
   c.tf4 = d.dLat / d.dy;
   c.tf2 = c.tf3 = 0;
@@ -138,8 +129,7 @@ void stretchLinear(const ReferencePair& pair, const Difference& d) {
 
 /// Both points and the ordinates of the top and bottom rows come out exact. Where the points share a row or a column,
 /// the scale of the other direction serves: the projection is conformal.
-void stretchMercator(const ReferencePair& pair, const Difference& d) {
-  Calibration& c = calibration;
+void stretchMercator(Calibration& c, const ReferencePair& pair, const Difference& d) {
   const double dM = MercatorY(c.points[pair.j].latitude) - MercatorY(c.points[pair.i].latitude);
   const double k = d.dy != 0 ? dM / d.dy : -d.dLon / d.dx * degToRad;
   c.tf1 = d.dx != 0 ? d.dLon / d.dx : -k / degToRad;
@@ -162,21 +152,21 @@ Rotation rotationOf(const Difference& d, const DegreeLength& metres) {
   return {std::atan2(north, east), std::atan2(-d.dy, d.dx), std::hypot(east, north) / std::hypot(d.dx, d.dy)};
 }
 
-void logRotation(const Rotation& rotation, const Difference& d) {
+void logRotation(const Journal& journal, const Rotation& rotation, const Difference& d) {
   const double t3 = rotation.t1 - rotation.t2;
-  logValue("t1= ", rotation.t1 / degToRad);
-  logValue("t2= ", rotation.t2 / degToRad);
-  writeLog("t3= " + formatGeneral(t3 / degToRad) + " rotation " + formatNumber(t3 / degToRad, "##0.000") + " degrees");
-  logValue("w7-w5= ", d.dLon);
-  logValue("w2= ", d.dx);
-  logValue("w8-w6= ", d.dLat);
-  logValue("w1= ", d.dy);
-  logValue("cost3 ", std::cos(t3));
-  logValue("sint3 ", std::sin(t3));
+  logValue(journal, "t1= ", rotation.t1 / degToRad);
+  logValue(journal, "t2= ", rotation.t2 / degToRad);
+  journal.log("t3= " + formatGeneral(t3 / degToRad) + " rotation " + formatNumber(t3 / degToRad, "##0.000") +
+              " degrees");
+  logValue(journal, "w7-w5= ", d.dLon);
+  logValue(journal, "w2= ", d.dx);
+  logValue(journal, "w8-w6= ", d.dLat);
+  logValue(journal, "w1= ", d.dy);
+  logValue(journal, "cost3 ", std::cos(t3));
+  logValue(journal, "sint3 ", std::sin(t3));
 }
 
-void turnAndScale(const ReferencePair& pair, const Rotation& rotation, const DegreeLength& metres) {
-  Calibration& c = calibration;
+void turnAndScale(Calibration& c, const ReferencePair& pair, const Rotation& rotation, const DegreeLength& metres) {
   const double t3 = rotation.t1 - rotation.t2;
   const double scale = rotation.scale;
   c.tf1 = scale * std::cos(t3) / metres.longitude;
@@ -187,86 +177,77 @@ void turnAndScale(const ReferencePair& pair, const Rotation& rotation, const Deg
   c.y0 = c.points[pair.i].latitude - c.tf2 * c.points[pair.i].pixelX - c.tf4 * c.points[pair.i].pixelY;
 }
 
-void logCheck(const ReferencePair& pair) {
-  Calibration& c = calibration;
-  setMercatorOrdinates();
+void logCheck(const Calibration& c, const ReferencePair& pair, const Journal& journal) {
   const bool rows = !c.isMercator() || c.imageHeight != 0;
   const auto calculated = [&](int slot) {
     return rows ? pixelAt(c, c.points[slot].latitude, c.points[slot].longitude) : Pixel{0, 0};
   };
   const Pixel second = calculated(pair.j);
   const Pixel first = calculated(pair.i);
-  writeLog(" xy " + std::to_string(c.points[pair.j].pixelX) + " " + std::to_string(c.points[pair.j].pixelY) +
-           " x2calc " + formatGeneral(second.x) + " y2calc " + formatGeneral(second.y));
-  writeLog(" xy " + std::to_string(c.points[pair.i].pixelX) + " " + std::to_string(c.points[pair.i].pixelY) +
-           " x0calc " + formatGeneral(first.x) + " y0calc " + formatGeneral(first.y));
-  logValue("tf1=", c.tf1);
-  logValue("tf2=", c.tf2);
-  logValue("tf3=", c.tf3);
-  logValue("tf4=", c.tf4);
+  journal.log(" xy " + std::to_string(c.points[pair.j].pixelX) + " " + std::to_string(c.points[pair.j].pixelY) +
+              " x2calc " + formatGeneral(second.x) + " y2calc " + formatGeneral(second.y));
+  journal.log(" xy " + std::to_string(c.points[pair.i].pixelX) + " " + std::to_string(c.points[pair.i].pixelY) +
+              " x0calc " + formatGeneral(first.x) + " y0calc " + formatGeneral(first.y));
+  logValue(journal, "tf1=", c.tf1);
+  logValue(journal, "tf2=", c.tf2);
+  logValue(journal, "tf3=", c.tf3);
+  logValue(journal, "tf4=", c.tf4);
 }
 
 }  // namespace
 
-std::optional<ReferencePair> chooseReferencePair(const std::string& inputType) {
-  ReferencePair pair;
-  if (inputType == "tfw" && calibration.pointCount >= 3) {
-    pair = {1, 3};
-  } else if (inputType == "mcd" && calibration.pointCount >= 4) {
-    pair = {1, 4};
-  } else {
-    pair = searchPair();
-  }
-  if (pair.i == 0 || pixelDistance(pair.i, pair.j) == 0) furthestApart(pair);
-  if (pair.i == 0 || pixelDistance(pair.i, pair.j) == 0) return std::nullopt;
+std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::optional<ReferencePair>& fixed,
+                                                 const Journal& journal) {
+  ReferencePair pair = fixed && map.pointCount >= fixed->j ? *fixed : searchPair(map, journal);
+  if (pair.i == 0 || pixelDistance(map, pair) == 0) furthestApart(map, pair);
+  if (pair.i == 0 || pixelDistance(map, pair) == 0) return std::nullopt;
   return pair;
 }
 
-double metresPerPixel(const ReferencePair& pair) {
-  const UtmPlane plane = utmPlaneOf(pair);
-  return std::hypot(plane.dEast, plane.dNorth) / pixelDistance(pair.i, pair.j);
+double metresPerPixel(const Calibration& map, const ReferencePair& pair) {
+  const UtmPlane plane = utmPlaneOf(map, pair);
+  return std::hypot(plane.dEast, plane.dNorth) / pixelDistance(map, pair);
 }
 
-void deriveTransform(const ReferencePair& pair) {
-  const Calibration& c = calibration;
-  const Difference d = differenceOf(pair);
-  if (pair.alignedWithGrid) showMessage("Map is aligned with grid so stretched for TFW");
-  writeLog("la1=" + std::to_string(pair.i) + " la2=" + std::to_string(pair.j));
+void deriveTransform(Calibration& map, const ReferencePair& pair, bool stretchNotRotate, const Journal& journal) {
+  const Difference d = differenceOf(map, pair);
+  if (pair.alignedWithGrid) journal.show("Map is aligned with grid so stretched for TFW");
+  journal.log("la1=" + std::to_string(pair.i) + " la2=" + std::to_string(pair.j));
 
-  const UtmPlane plane = utmPlaneOf(pair);
+  const UtmPlane plane = utmPlaneOf(map, pair);
   const DegreeLength metres = degreeLength(plane.meanLat);
-  logValue("ulon = ", plane.meanLon);
-  logValue("uzone = ", plane.zone);
-  writeLog("ulat = " + formatGeneral(plane.meanLat) + " mpd " + formatGeneral(metres.latitude));
-  logValue("aspect ratio= ", metres.latitude / metres.longitude);
-  logValue("cos lat=", std::cos(plane.meanLat * degToRad));
-  logValue("d1= ", plane.dEast);
-  logValue("d2= ", plane.dNorth);
-  writeLog("d3= " + formatGeneral(std::hypot(plane.dEast, plane.dNorth)) + " metres/pixel" +
-           formatGeneral(metresPerPixel(pair)));
+  logValue(journal, "ulon = ", plane.meanLon);
+  logValue(journal, "uzone = ", plane.zone);
+  journal.log("ulat = " + formatGeneral(plane.meanLat) + " mpd " + formatGeneral(metres.latitude));
+  logValue(journal, "aspect ratio= ", metres.latitude / metres.longitude);
+  logValue(journal, "cos lat=", std::cos(plane.meanLat * degToRad));
+  logValue(journal, "d1= ", plane.dEast);
+  logValue(journal, "d2= ", plane.dNorth);
+  journal.log("d3= " + formatGeneral(std::hypot(plane.dEast, plane.dNorth)) + " metres/pixel" +
+              formatGeneral(metresPerPixel(map, pair)));
   const Rotation rotation = rotationOf(d, metres);
-  logRotation(rotation, d);
+  logRotation(journal, rotation, d);
 
-  const bool stretchLinearMap = (pair.alignedWithGrid || preferences.stretchNotRotate) && d.dx != 0 && d.dy != 0;
-  if (c.isMercator() || stretchLinearMap) {
-    writeLog("stretching");
-    c.isMercator() ? stretchMercator(pair, d) : stretchLinear(pair, d);
+  const bool stretchLinearMap = (pair.alignedWithGrid || stretchNotRotate) && d.dx != 0 && d.dy != 0;
+  if (map.isMercator() || stretchLinearMap) {
+    journal.log("stretching");
+    map.isMercator() ? stretchMercator(map, pair, d) : stretchLinear(map, pair, d);
   } else {
-    turnAndScale(pair, rotation, metres);
+    turnAndScale(map, pair, rotation, metres);
   }
-  logCheck(pair);
+  setMercatorOrdinates(map);
+  logCheck(map, pair, journal);
 }
 
-WorldFileTerms worldFileTerms(const ReferencePair& pair) {
-  const Calibration& c = calibration;
-  WorldFileTerms terms{c.tf1, c.tf2, c.tf3, c.tf4, c.x0, c.y0};
+WorldFileTerms worldFileTerms(const Calibration& map, const ReferencePair& pair, bool stretchNotRotate) {
+  WorldFileTerms terms{map.tf1, map.tf2, map.tf3, map.tf4, map.x0, map.y0};
   constexpr double smallestWritten = 5e-10;  // degrees a pixel: what the file's nine decimals can show
-  const bool rotated = std::abs(c.tf2) >= smallestWritten || std::abs(c.tf3) >= smallestWritten;
-  const Difference d = differenceOf(pair);
-  if (!preferences.stretchNotRotate || c.isMercator() || !rotated || d.dx == 0 || d.dy == 0) return terms;
+  const bool rotated = std::abs(map.tf2) >= smallestWritten || std::abs(map.tf3) >= smallestWritten;
+  const Difference d = differenceOf(map, pair);
+  if (!stretchNotRotate || map.isMercator() || !rotated || d.dx == 0 || d.dy == 0) return terms;
   terms = {d.dLon / d.dx, 0, 0, d.dLat / d.dy, 0, 0};
-  terms.C = c.points[pair.i].longitude - terms.A * c.points[pair.i].pixelX;
-  terms.F = c.points[pair.i].latitude - terms.E * c.points[pair.i].pixelY;
+  terms.C = map.points[pair.i].longitude - terms.A * map.points[pair.i].pixelX;
+  terms.F = map.points[pair.i].latitude - terms.E * map.points[pair.i].pixelY;
   return terms;
 }
 

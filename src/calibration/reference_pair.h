@@ -3,6 +3,9 @@
 #include <optional>
 #include <string>
 
+#include "calibration/calibration.h"
+#include "calibration/journal.h"
+
 namespace vellandra {
 
 /// The two calibration points that scale, rotation and central longitude are taken from.
@@ -12,26 +15,27 @@ struct ReferencePair {
   bool alignedWithGrid = false;
 };
 
-/// Points 1 and 3 for type "tfw", 1 and 4 for "mcd"; else the pair with the largest |difference in longitude| times
-/// |difference in latitude| of points 1 to 30, the earlier on a tie, and without such a pair the one furthest apart in
-/// pixels. Nothing when no two points have distinct pixels.
-std::optional<ReferencePair> chooseReferencePair(const std::string& inputType);
+/// The pair that `fixed` names when there are so many points; else the pair with the largest |difference in longitude|
+/// times |difference in latitude| of points 1 to 30, the earlier on a tie, and without such a pair the one furthest
+/// apart in pixels. Nothing when no two points have distinct pixels.
+std::optional<ReferencePair> chooseReferencePair(const Calibration& map, const std::optional<ReferencePair>& fixed,
+                                                 const Journal& journal);
 
 /// Ground distance of the pair on the UTM plane of its mean longitude, over its distance in pixels.
-double metresPerPixel(const ReferencePair& pair);
+double metresPerPixel(const Calibration& map, const ReferencePair& pair);
 
 /// Sets the six coefficients from the pair alone, where the fit cannot serve: turned and scaled for a linear map,
-/// stretched when the map is aligned with the grid or the preference asks for it; always stretched, in Mercator
+/// stretched when the map is aligned with the grid or `stretchNotRotate` asks for it; always stretched, in Mercator
 /// ordinates, for a Mercator map. Logs each quantity on the way.
-void deriveTransform(const ReferencePair& pair);
+void deriveTransform(Calibration& map, const ReferencePair& pair, bool stretchNotRotate, const Journal& journal);
 
 /// The terms of a world file in its order: X = A x + B y + C, Y = D x + E y + F.
 struct WorldFileTerms {
   double A = 0, D = 0, B = 0, E = 0, C = 0, F = 0;
 };
 
-/// The six coefficients, or, for a linear map that is rotated while the preference "stretchnotrotate" is on, those of
-/// the stretched transform through the pair.
-WorldFileTerms worldFileTerms(const ReferencePair& pair);
+/// The six coefficients, or, for a linear map that is rotated while `stretchNotRotate` is on, those of the stretched
+/// transform through the pair.
+WorldFileTerms worldFileTerms(const Calibration& map, const ReferencePair& pair, bool stretchNotRotate);
 
 }  // namespace vellandra

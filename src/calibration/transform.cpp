@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "calibration/log.h"
-#include "calibration/messages.h"
 #include "geodesy/mercator.h"
 #include "support/numbers.h"
 
@@ -42,12 +40,12 @@ std::int32_t product(std::int32_t a, std::int32_t b) {
 }
 
 /// The normal equations of value = a + b x + c y over the points, with the right-hand side negated in column 4.
-WorkMatrix normalEquations(double CalibrationPoint::*value) {
+WorkMatrix normalEquations(const Calibration& map, double CalibrationPoint::*value) {
   WorkMatrix m{};
-  for (int i = 1; i <= calibration.pointCount; ++i) {
-    const std::int32_t x = calibration.points[i].pixelX;
-    const std::int32_t y = calibration.points[i].pixelY;
-    const double v = calibration.points[i].*value;
+  for (int i = 1; i <= map.pointCount; ++i) {
+    const std::int32_t x = map.points[i].pixelX;
+    const std::int32_t y = map.points[i].pixelY;
+    const double v = map.points[i].*value;
     const std::int32_t xy = product(x, y);
     m[1][1] += 1, m[1][2] += x, m[1][3] += y, m[1][4] -= v;
     m[2][1] += x, m[2][2] += product(x, x), m[2][3] += xy, m[2][4] -= x * v;
@@ -61,9 +59,9 @@ struct Plane {
 };
 
 /// Solves by Cramer's rule; false when the determinant is zero. `name` is that of the log lines: "lat" or "lon".
-bool solve(const WorkMatrix& m, const char* name, Plane& plane) {
+bool solve(const WorkMatrix& m, const char* name, const Journal& journal, Plane& plane) {
   const double d = -determinant(m, 3);
-  writeLog("determinant " + std::string(name) + " " + formatGeneral(d == 0 ? 0 : d));
+  journal.log("determinant " + std::string(name) + " " + formatGeneral(d == 0 ? 0 : d));
   if (d == 0) return false;
   std::array<double, 4> quotient{};
   for (int k = 1; k <= 3; ++k) {
@@ -97,36 +95,30 @@ void minorOf(const WorkMatrix& source, int skipRow, int skipColumn, int n, WorkM
   }
 }
 
-void fitTransform() {
-  calibration.fitFailed = false;
+void fitTransform(Calibration& map, const Journal& journal) {
+  map.fitFailed = true;
   Plane plane{};
-  if (!solve(normalEquations(&CalibrationPoint::latitude), "lat", plane)) {
-    calibration.fitFailed = true;
-    return;
-  }
-  calibration.y0 = plane.constant;
-  calibration.tf2 = plane.perX;
-  calibration.tf4 = plane.perY;
-  showMessage("y0 =" + formatGeneral(calibration.y0));
-  writeLog("tf2 =" + formatGeneral(calibration.tf2));
-  writeLog("tf4 =" + formatGeneral(calibration.tf4));
+  if (!solve(normalEquations(map, &CalibrationPoint::latitude), "lat", journal, plane)) return;
+  map.y0 = plane.constant;
+  map.tf2 = plane.perX;
+  map.tf4 = plane.perY;
+  journal.show("y0 =" + formatGeneral(map.y0));
+  journal.log("tf2 =" + formatGeneral(map.tf2));
+  journal.log("tf4 =" + formatGeneral(map.tf4));
 
-  if (!solve(normalEquations(&CalibrationPoint::longitude), "lon", plane)) {
-    calibration.fitFailed = true;
-    return;
-  }
-  calibration.x0 = plane.constant;
-  calibration.tf1 = plane.perX;
-  calibration.tf3 = plane.perY;
-  showMessage("x0 =" + formatGeneral(calibration.x0));
-  writeLog("tf1 =" + formatGeneral(calibration.tf1));
-  writeLog("tf3 =" + formatGeneral(calibration.tf3));
+  if (!solve(normalEquations(map, &CalibrationPoint::longitude), "lon", journal, plane)) return;
+  map.x0 = plane.constant;
+  map.tf1 = plane.perX;
+  map.tf3 = plane.perY;
+  journal.show("x0 =" + formatGeneral(map.x0));
+  journal.log("tf1 =" + formatGeneral(map.tf1));
+  journal.log("tf3 =" + formatGeneral(map.tf3));
+  map.fitFailed = false;
 }
 
-void setMercatorOrdinates() {
-  Calibration& c = calibration;
-  c.mercatorTop = c.isMercator() ? MercatorY(c.y0) : 0;
-  c.mercatorBottom = c.isMercator() ? MercatorY(c.imageHeight * c.tf4 + c.y0) : 0;
+void setMercatorOrdinates(Calibration& map) {
+  map.mercatorTop = map.isMercator() ? MercatorY(map.y0) : 0;
+  map.mercatorBottom = map.isMercator() ? MercatorY(map.imageHeight * map.tf4 + map.y0) : 0;
 }
 
 Position positionAt(const Calibration& map, double x, double y) {

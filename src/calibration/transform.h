@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "calibration/calibration.h"
+#include "calibration/journal.h"
+#include "geodesy/position.h"
 
 namespace vellandra {
 
@@ -18,17 +20,14 @@ double determinant(const WorkMatrix& matrix, int n);
 /// `target`.
 void minorOf(const WorkMatrix& source, int skipRow, int skipColumn, int n, WorkMatrix& target);
 
-/// Fits the six coefficients of `calibration` to its points 1 to `pointCount` by least squares, latitude and longitude
+/// Fits the six coefficients of `map` to its points 1 to `pointCount` by least squares, latitude and longitude
 /// each for itself: the normal equations, solved by Cramer's rule. Sets `fitFailed`. Throws Overflow for a pixel of
 /// 46341 or more, whose square does not fit 32 bits.
-void fitTransform();
+void fitTransform(Calibration& map, const Journal& journal);
 
 /// Sets the Mercator ordinates of the top and bottom rows from the latitude coefficients; both 0 in the linear model.
-void setMercatorOrdinates();
+void setMercatorOrdinates(Calibration& map);
 
-struct Position {
-  double latitude, longitude;
-};
 struct Pixel {
   double x, y;
 };

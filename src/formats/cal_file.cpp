@@ -6,13 +6,16 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
+#include "support/user_interface.h"
 
 namespace vellandra {
 namespace {
@@ -44,7 +47,7 @@ struct PointTexts {
 };
 
 struct QvFile {
-  std::string_view datum = "WGS 84";
+  std::string_view datum = wgs84Name;
   std::string_view imageName;
   bool mercator = false;  ///< stated by the parameters of the projection
   Slots<PointTexts> points;
@@ -106,17 +109,24 @@ ReadResult readQv(const std::string& path) {
     readDegrees(slot, point.latitude, point.longitude);
   }
   calibration.imagePath = imageBeside(path, qv.imageName);
-  return {matchDatum(qv.datum), false, 1};
+  return {matchDatum(qv.datum)};
 }
 
 constexpr int mapCorners = 4;
 
-/// The four points of layouts 2 and 3, whose pixels the driver sets.
-ReadResult cornersRead(const std::string& path, int layout) {
+/// The corners, which lie at the edges of the image.
+void placeCornerPixels() {
+  Calibration& c = calibration;
+  c.points[2].pixelX = c.points[4].pixelX = c.imageWidth;
+  c.points[3].pixelY = c.points[4].pixelY = c.imageHeight;
+}
+
+/// The four points of layouts 2 and 3, which hold no pixels.
+ReadResult cornersRead(const std::string& path) {
   for (int slot = 1; slot <= mapCorners; ++slot) calibration.points[slot].setPixel(0, 0);
   calibration.pointCount = mapCorners;
   calibration.imagePath = imageBeside(path);
-  return {matchDatum("WGS 84"), false, layout};
+  return {matchDatum(wgs84Name), false, placeCornerPixels};
 }
 
 ReadResult readEdges(const std::string& path) {
@@ -135,7 +145,7 @@ ReadResult readEdges(const std::string& path) {
   readDegrees(2, top, right);
   readDegrees(3, bottom, left);
   readDegrees(4, bottom, right);
-  return cornersRead(path, 2);
+  return cornersRead(path);
 }
 
 ReadResult readCorners(const std::string& path) {
@@ -150,7 +160,7 @@ ReadResult readCorners(const std::string& path) {
       if (key == corner) readDegrees(slot, field(fields, 3), field(fields, 2));
     }
   }
-  return cornersRead(path, 3);
+  return cornersRead(path);
 }
 
 /// Longitude of the map's middle in whole degrees, as the projection's parameters want it.
@@ -188,16 +198,19 @@ std::string qvContent() {
 
 ReadResult readCal(const std::string& path) {
   const int layout = recognise(path);
-  ReadResult result{0, false, 0};
-  if (layout == 1) result = readQv(path);
-  if (layout == 2) result = readEdges(path);
-  if (layout == 3) result = readCorners(path);
-  if (layout != 0) writeLog("points = " + std::to_string(calibration.pointCount));
+  if (layout == 0) {
+    constexpr const char* reason = "Unsupported CAL format";
+    writeLog(reason);
+    tell(reason, "No support");
+    return {0, true};
+  }
+  const ReadResult result = layout == 1 ? readQv(path) : layout == 2 ? readEdges(path) : readCorners(path);
+  logPointCount();
   return result;
 }
 
-WriteOutcome writeCal() {
-  return writeCalibrationFile(outputPath("_" + imageExtension() + ".cal"), qvContent());
+WriteOutcome writeCal(const std::string& stem) {
+  return writeCalibrationFile(stem + "_" + imageExtension() + ".cal", qvContent());
 }
 
 }  // namespace vellandra

@@ -1,6 +1,6 @@
 #include "formats/format_table.h"
 
-#include <array>
+#include <vector>
 
 #include "formats/cal_file.h"
 #include "formats/gmi_file.h"
@@ -15,34 +15,50 @@
 
 namespace vellandra {
 
-std::span<const ReaderRow> readerTable() {
-  // clang-format off
-  static constexpr std::array rows = {
-      ReaderRow{"map", "map", readMap},
-      ReaderRow{"gux", "gux", readGux},
-      ReaderRow{"jgw", "tfw", readWorldFile},
-      ReaderRow{"tfw", "tfw", readWorldFile},
-      ReaderRow{"pgw", "tfw", readWorldFile},
-      ReaderRow{"jpr", "jpr", readJpr},
-      ReaderRow{"cal", "cal", readCal},
-      ReaderRow{"gmi", "gmi", readGmi},
-      ReaderRow{"mcd", "mcd", readMcd},
-      ReaderRow{"imp", "imp", readImp},
-  };
-  // clang-format on
-  return rows;
-}
+std::span<const FormatRow> formatRows() {
+  constexpr bool shared = true;
+  static const std::vector<FormatRow> rows = {
+      {.endings = {{"map", "Ozi Map files (*.map)", 1, shared}},
+       .read = readMap,
+       .keepsCorners = true,
+       .write = writeMap,
+       .moment = WriterMoment::fourPoints,
+       .rewritesInput = true},
 
-std::span<const WriterRow> writerTable() {
-  static constexpr std::array rows = {
-      WriterRow{WriterMoment::worldFile, "", writeWorldFile},
-      WriterRow{WriterMoment::worldFile, "", writeScript},
-      WriterRow{WriterMoment::threePoints, "", writeJpr},
-      WriterRow{WriterMoment::fourPoints, "", [] { return putmap(); }},
-      WriterRow{WriterMoment::last, "cal", writeCal},
-      WriterRow{WriterMoment::last, "gmi", writeGmi},
-      WriterRow{WriterMoment::last, "mcd", writeMcd},
-      WriterRow{WriterMoment::last, "", writeTextCalibration},
+      {.endings = {{"gux", "GPSU GUX files (*.gux)", 2}}, .read = readGux},
+
+      {.endings = {{"jgw", "World files (*.jgw)", 7, shared},
+                   {"tfw", "World files (*.tfw)", 3, shared},
+                   {"pgw", "World files (*.pgw)", 8, shared}},
+       .read = readWorldFile,
+       .settlesImage = true,
+       .keepsCorners = true,
+       .fixedPair = ReferencePair{1, 3},
+       .write = writeWorldFile,
+       .moment = WriterMoment::worldFile,
+       .rewritesInput = true},
+
+      {.write = writeScript, .moment = WriterMoment::worldFile},
+
+      {.endings = {{"jpr", "MM JPR files (*.jpr)", 4}},
+       .read = readJpr,
+       .write = writeJpr,
+       .moment = WriterMoment::threePoints,
+       .rewritesInput = true},
+
+      {.endings = {{"cal", "Cal files (*.cal)", 9, shared}}, .read = readCal, .write = writeCal},
+
+      {.endings = {{"gmi", "GMI calibration files(*.gmi)", 5}}, .read = readGmi, .write = writeGmi},
+
+      {.endings = {{"mcd", "MCD Calibrations (*.mcd)", 6}},
+       .read = readMcd,
+       .isText = false,
+       .fixedPair = ReferencePair{1, 4},
+       .write = writeMcd},
+
+      {.endings = {{"imp", "CompeGPS files (*.imp)", 10, shared}}, .read = readImp},
+
+      {.write = writeTextCalibration},
   };
   return rows;
 }

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
 /// Every calibration format, a row each. A format is added by its unit and its row here.
-std::span<const ReaderRow> readerTable();
-std::span<const WriterRow> writerTable();
+std::span<const FormatRow> formatRows();
 
 }  // namespace vellandra

@@ -5,12 +5,13 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
+#include "calibration/driver.h"
 #include "calibration/messages.h"
 #include "calibration/points.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -76,15 +77,15 @@ ReadResult readGmi(const std::string& path) {
   readPoints(file);
   closePointGaps();
   calibration.imagePath = imageBeside(path, name);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   ReadResult result;
-  result.datumIndex = matchDatum("WGS 84");
+  result.datumIndex = matchDatum(wgs84Name);
   return result;
 }
 
-WriteOutcome writeGmi() {
+WriteOutcome writeGmi(const std::string& stem) {
   const Calibration& c = calibration;
-  if (c.cornerCount < 3) fillImageCorners();
+  if (c.cornerCount < 3) fillImageCorners(calibration);
   reportLostProjection(".gmi");
   std::string content = line("Map Calibration data file v3.0");
   content += line(inInputEncoding(driver.inputBase + ".jpg"));
@@ -94,7 +95,7 @@ WriteOutcome writeGmi() {
   content += line("Border and Scale");
   content += line(borderLine(firstCornerSlot, firstCornerSlot + 2));
   content += scaleLine();
-  return writeCalibrationFile(outputPath(".gmi"), content);
+  return writeCalibrationFile(stem + ".gmi", content);
 }
 
 }  // namespace vellandra

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -14,6 +14,6 @@ ReadResult readGmi(const std::string& path);
 
 /// Writes the calibration as ".gmi". The image is named with ".jpg" whatever its type; the scale line, in pixels per
 /// degree, is left out when a world-file term it divides by is 0.
-WriteOutcome writeGmi();
+WriteOutcome writeGmi(const std::string& stem);
 
 }  // namespace vellandra

@@ -9,10 +9,10 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "formats/image_identification.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -56,7 +56,7 @@ struct Point {
 };
 
 struct GuxFile {
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   std::string imageName;
   std::map<int, Point> points;
   int notUnderstood = 0;  ///< point lines
@@ -169,7 +169,7 @@ int placePoints(const GuxFile& gux) {
   }
   if (britishPoints == 0) return datumIndex;
   if (needsDatum) shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum("WGS 84");
+  return matchDatum(wgs84Name);
 }
 
 }  // namespace
@@ -184,7 +184,7 @@ ReadResult readGux(const std::string& path) {
   result.datumIndex = placePoints(gux);
   closePointGaps();
   calibration.imagePath = imageBeside(path, gux.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

@@ -6,9 +6,9 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -22,7 +22,7 @@ using Fields = std::vector<std::string_view>;
 enum class Kind { geographic, grid };
 
 struct ImpFile {
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   std::optional<Kind> byProjection, byCoordinates;
   /// By digit, the last line of each; placed at the end, because datum and kind may stand behind them.
   std::map<char, Fields> pointLines;
@@ -86,7 +86,7 @@ ReadResult readImp(const std::string& path) {
   if (result.datumIndex != 0) placePoints(imp, result.datumIndex);
   closePointGaps();
   calibration.imagePath = imageBeside(path);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 

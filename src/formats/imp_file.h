@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 

@@ -5,10 +5,10 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -61,20 +61,19 @@ std::string jprContent() {
 }  // namespace
 
 ReadResult readJpr(const std::string& path) {
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   TextFile file(path);
   std::string_view text;
   while (getline(file, text)) readRecord(splitFields(text, "=,"), datum);
   ReadResult result;
   result.datumIndex = matchDatum(datum);
   calibration.imagePath = imageBeside(path);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 
-WriteOutcome writeJpr() {
-  const std::optional<std::string> path = outputPathUnlessInput("jpr", ".jpr");
-  return path ? writeCalibrationFile(*path, jprContent()) : WriteOutcome::skipped;
+WriteOutcome writeJpr(const std::string& stem) {
+  return writeCalibrationFile(stem + ".jpr", jprContent());
 }
 
 }  // namespace vellandra

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -12,7 +12,7 @@ namespace vellandra {
 /// Throws SubscriptOutOfRange for a point number outside 0 to 50, Overflow for a pixel past 32 bits or a size past 16.
 ReadResult readJpr(const std::string& path);
 
-/// Writes the calibration as ".jpr", in decimal degrees on WGS 84, by the rules of every format that is read as well.
-WriteOutcome writeJpr();
+/// Writes the calibration as ".jpr", in decimal degrees on WGS 84.
+WriteOutcome writeJpr(const std::string& stem);
 
 }  // namespace vellandra

@@ -6,10 +6,11 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
+#include "calibration/driver.h"
 #include "calibration/points.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -31,7 +32,7 @@ struct GridPoint {
 /// What the lines before the end of the file leave open.
 struct MapFile {
   std::string imageName = "x.x";
-  std::string datum = "WGS 84";
+  std::string datum = wgs84Name;
   bool decimalFractions = false;        ///< minutes fields hold the decimals of a degree
   std::map<int, GridPoint> gridPoints;  ///< by slot
 };
@@ -166,7 +167,7 @@ int placeGridPoints(const MapFile& map, int datumIndex) {
   Slots<bool> onWgs84;
   for (const auto& [slot, point] : map.gridPoints) onWgs84[slot] = true;
   shiftOthersToWgs84(onWgs84, datumIndex);
-  return matchDatum("WGS 84");
+  return matchDatum(wgs84Name);
 }
 
 /// Two points stand for the rectangle that they span.
@@ -192,8 +193,7 @@ DegreesMinutes degreesMinutes(double value) {
   return result;
 }
 
-std::string pointLine(int i) {
-  const Calibration& c = calibration;
+std::string pointLine(const Calibration& c, int i) {
   const DegreesMinutes lat = degreesMinutes(c.points[i].latitude);
   const DegreesMinutes lon = degreesMinutes(c.points[i].longitude);
   std::string text = "Pointii,xy,  aaa,  bbb,in, deg,  ccc ,eee ,NN,  ddd, fff ,WW, grid,   ,           ,           ,N";
@@ -219,8 +219,7 @@ std::string cornerLine(std::string text, int k, const std::string& x, const std:
   return replaceToken(std::move(text), "yy", y);
 }
 
-std::string cornerLines() {
-  const Calibration& c = calibration;
+std::string cornerLines(const Calibration& c) {
   std::string content;
   for (int k = 1; k <= c.cornerCount; ++k) {
     const int slot = firstCornerSlot - 1 + k;
@@ -244,7 +243,7 @@ ImageNames imageNamesOfRun() {
   return {inInputEncoding(driver.inputFolder), imageNameForOutput()};
 }
 
-std::string headerLines(const ImageNames& image) {
+std::string headerLines(const Calibration& c, const ImageNames& image) {
   std::string content = line("OziExplorer Map Data File Version 2.2");
   content += line(image.name);
   content += line(image.folder + image.name);
@@ -253,35 +252,28 @@ std::string headerLines(const ImageNames& image) {
   content += line("Reserved 1");
   content += line("Reserved 2");
   content += line("Magnetic Variation, , , E");
-  content += line(calibration.isMercator()
-                      ? "Map Projection, Mercator, Polycal, No, AutoCalOnly, No, BSBUseWPX, No"
-                      : "Map Projection, Latitude / Longitude, Polycal, No, AutoCalOnly, No, BSBUseWPX, No");
+  content += line(c.isMercator() ? "Map Projection, Mercator, Polycal, No, AutoCalOnly, No, BSBUseWPX, No"
+                                 : "Map Projection, Latitude / Longitude, Polycal, No, AutoCalOnly, No, BSBUseWPX, No");
   return content;
 }
 
 std::string mapContent(const ImageNames& image) {
-  const Calibration& c = calibration;
-  if (c.cornerCount == 0) fillImageCorners();
-  std::string content = headerLines(image);
-  for (int i = 1; i <= maxTiePoints; ++i) content += line(i <= c.pointCount ? pointLine(i) : emptyPointLine(i));
+  Calibration c = calibration;
+  if (c.cornerCount == 0) fillImageCorners(c);
+  std::string content = headerLines(c, image);
+  for (int i = 1; i <= maxTiePoints; ++i) content += line(i <= c.pointCount ? pointLine(c, i) : emptyPointLine(i));
   content += line("Projection Setup,,,,,,,,,,");
   content += line("Map Feature = MF ; Map Comment = MC     These follow if they exist");
   content += line("Track File = TF      These follow if they exist");
   content += line("Moving Map Parameters = MM?    These follow if they exist");
   content += line("MM0 , Yes");
   content += line("MMPNUM,4");
-  content += cornerLines();
+  content += cornerLines(c);
   content += line(replaceToken("MM1B , mmmm", "mmmm", formatNumber(driver.metresPerPixel, "000.000000")));
   content += line("MOP,Map Open Position,0,0");
   content += line("IWH,Map Image Width/Height," + formatNumber(c.imageWidth, "00000") + "," +
                   formatNumber(c.imageHeight, "00000"));
   return content;
-}
-
-WriteOutcome writeUnasked(const std::string& path, const ImageNames& image) {
-  if (writeWholeFile(path, mapContent(image))) return WriteOutcome::written;
-  tell("unable to write " + path);
-  return WriteOutcome::failed;
 }
 
 }  // namespace
@@ -300,14 +292,20 @@ ReadResult readMap(const std::string& path) {
   closePointGaps();
   completeRectangle();
   calibration.imagePath = splitPath(path).folder + toUtf8(map.imageName);
-  writeLog("points = " + std::to_string(calibration.pointCount));
+  logPointCount();
   return result;
 }
 
-WriteOutcome putmap(const std::optional<std::string>& folder) {
-  if (folder) return writeUnasked(*folder + "/" + driver.inputBase + ".map", imageNamesOfRun());
-  const std::optional<std::string> path = outputPathUnlessInput("map", ".map");
-  return path ? writeCalibrationFile(*path, mapContent(imageNamesOfRun())) : WriteOutcome::skipped;
+WriteOutcome writeMap(const std::string& stem) {
+  return writeCalibrationFile(stem + ".map", mapContent(imageNamesOfRun()));
+}
+
+WriteOutcome putmap(const std::string& folder) {
+  const std::string& image = calibration.imagePath;
+  const std::string path = folder + "/" + splitPath(image).base + ".map";
+  if (writeWholeFile(path, mapContentBeside(image))) return WriteOutcome::written;
+  tell("unable to write " + path);
+  return WriteOutcome::failed;
 }
 
 std::string mapPathBeside(const std::string& imagePath) {

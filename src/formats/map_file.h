@@ -1,9 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -14,9 +13,11 @@ namespace vellandra {
 /// past 16.
 ReadResult readMap(const std::string& path);
 
-/// Writes the calibration as ".map", always in WGS 84 degrees and minutes: into `folder` without a question, else
-/// beside the input by the rules of every format that is read as well.
-WriteOutcome putmap(const std::optional<std::string>& folder = std::nullopt);
+/// Writes the calibration as ".map", always in WGS 84 degrees and minutes.
+WriteOutcome writeMap(const std::string& stem);
+
+/// The same into `folder`, named after the image, without a question.
+WriteOutcome putmap(const std::string& folder);
 
 /// The ".map" beside an image: its folder and base name.
 std::string mapPathBeside(const std::string& imagePath);

@@ -9,12 +9,12 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
-#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/transform.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
 #include "formats/point_fields.h"
+#include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -29,14 +29,9 @@ constexpr std::size_t doubles = 9;
 constexpr std::size_t fileSize = doubles * 8;
 constexpr double largestPixel = 32767;  // of an image
 
-/// Easting and northing in British metres, or longitude and latitude.
-struct GridPosition {
-  double easting, northing;
-};
-
 struct GridPoint {
   double x, y;
-  GridPosition position;
+  GridPosition position;  ///< in British metres, or longitude and latitude
 };
 
 /// Two opposite corners of a rectangle that lies straight on its grid.
@@ -172,7 +167,6 @@ ReadResult readMcd(const std::string& path) {
   constexpr const char* title = "MCD Input";
   ReadResult result;
   result.stopped = true;
-  driver.inputIsWindows1252 = false;  // numbers have no encoding
   Rectangle rectangle{};
   const std::string fault = parse(TextFile(path).content(), rectangle);
   if (!fault.empty()) {
@@ -187,11 +181,11 @@ ReadResult readMcd(const std::string& path) {
   }
   unwrapLongitude(rectangle);
   placePoints(rectangle);
-  writeLog("points = " + std::to_string(calibration.pointCount));
-  return {matchDatum("WGS 84"), false, -1};
+  logPointCount();
+  return {matchDatum(wgs84Name)};
 }
 
-WriteOutcome writeMcd() {
+WriteOutcome writeMcd(const std::string& stem) {
   const Rectangle rectangle = imageRectangle();
   if (rectangle.inDegrees &&
       std::max(std::abs(rectangle.first.position.northing), std::abs(rectangle.opposite.position.northing)) > 90) {
@@ -204,7 +198,7 @@ WriteOutcome writeMcd() {
     showMessage("The .mcd file cannot hold the rotation of this map: corners are up to " + formatNumber(off, "###0.0") +
                 " pixels off");
   }
-  return writeCalibrationFile(outputPath(".mcd"), mcdContent(rectangle));
+  return writeCalibrationFile(stem + ".mcd", mcdContent(rectangle));
 }
 
 }  // namespace vellandra

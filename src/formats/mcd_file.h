@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -17,6 +17,6 @@ ReadResult readMcd(const std::string& path);
 /// Writes the image's top left and bottom right corners as ".mcd": in British metres when all its corners lie in the
 /// British grid's area, else in degrees. What the rectangle leaves out of a rotated map is told on the panel; a map
 /// that reaches beyond a pole is not written.
-WriteOutcome writeMcd();
+WriteOutcome writeMcd(const std::string& stem);
 
 }  // namespace vellandra

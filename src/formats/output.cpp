@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "calibration/calibration.h"
-#include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/preferences.h"
@@ -33,17 +33,6 @@ WriteOutcome writeCalibrationFile(const std::string& path, const std::string& co
   writeLog("written " + path);
   driver.writtenFiles.push_back(path);
   return WriteOutcome::written;
-}
-
-std::string outputPath(const std::string& ending) {
-  return driver.inputFolder + driver.inputBase + ending;
-}
-
-std::optional<std::string> outputPathUnlessInput(const std::string& type, const std::string& extension) {
-  if (driver.inputType != type) return outputPath(extension);
-  const bool datumChanged = inputDatumName != "WGS 84" && preferences.writeWgs84;
-  if (!datumChanged) return std::nullopt;
-  return outputPath("wgs84" + extension);
 }
 
 std::string imageExtension() {

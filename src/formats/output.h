@@ -1,9 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -11,14 +10,6 @@ namespace vellandra {
 /// question when the preference "warnoverwrite" is off. A failed write is told. The driver's lists of files get the
 /// path.
 WriteOutcome writeCalibrationFile(const std::string& path, const std::string& content);
-
-/// Input folder and base name, followed by `ending` (such as ".gmi").
-std::string outputPath(const std::string& ending);
-
-/// The path of a format that is read as well: beside the input under `extension` (such as ".map"); for an input of this
-/// `type` under the base name with "wgs84" added, and only when the datum changed and the preference "writewgs84" is
-/// on.
-std::optional<std::string> outputPathUnlessInput(const std::string& type, const std::string& extension);
 
 /// The image's name as calibrations give it: the input's base name, ".", the image's extension; in the encoding of the
 /// input file.

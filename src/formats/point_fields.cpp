@@ -5,6 +5,7 @@
 #include <string>
 
 #include "calibration/datum_matching.h"
+#include "calibration/log.h"
 #include "geodesy/datum.h"
 #include "geodesy/national_grids.h"
 #include "geodesy/utm.h"
@@ -25,7 +26,7 @@ bool isInSquare(double easting, double northing, double side = gridSquare) {
 }
 
 bool isGridLetters(std::string_view letters, std::size_t count) {
-  return letters.size() == count && letters.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") == std::string_view::npos;
+  return letters.size() == count && areGridLetters(letters);
 }
 
 }  // namespace
@@ -68,8 +69,8 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
   // Degrees, or the two figures of another grid, would give a place on the earth as well: the wrong one.
   const double metresEast = parseNumber(easting);
   const double metresNorth = parseNumber(northing);
-  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= 10000000)) return;
-  const double fromEquator = metresNorth - (southern ? 10000000 : 0);
+  if (!(metresEast >= 1000 && metresEast <= 1000000 && std::abs(metresNorth) <= southernFalseNorthing)) return;
+  const double fromEquator = metresNorth - (southern ? southernFalseNorthing : 0);
   double lat = 0;
   double lon = 0;
   UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, metresEast, datumTable.dA[datum],
@@ -108,6 +109,10 @@ void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex) {
       shiftToWgs84(datumIndex, calibration.points[slot].latitude, calibration.points[slot].longitude);
     }
   }
+}
+
+void logPointCount() {
+  writeLog("points = " + std::to_string(calibration.pointCount));
 }
 
 bool isSouthernBand(char letter) {

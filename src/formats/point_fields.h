@@ -29,7 +29,7 @@ std::optional<int> pointNumberInKey(std::string_view text, int most);
 bool fitsBritishGrid(double easting, double northing);
 
 /// Position of `slot` from UTM on datum `datumIndex` of the table. `zone` is a number from 1 to 60,
-/// `easting` 1000 to 1000000, `northing` within 10000000; anything else leaves the position empty.
+/// `easting` 1000 to 1000000, `northing` within `southernFalseNorthing`; anything else leaves the position empty.
 void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std::string_view easting,
              std::string_view northing);
 
@@ -43,6 +43,9 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
 /// Shifts the positions of all slots but those that are on WGS 84 already from datum `datumIndex` of the table to it.
 /// For files that hold British grid points, which come out on WGS 84, beside others.
 void shiftOthersToWgs84(const Slots<bool>& onWgs84, int datumIndex);
+
+/// Logs how many points the reader has found.
+void logPointCount();
 
 /// True for a UTM band letter south of the equator, C to M.
 bool isSouthernBand(char letter);

@@ -3,12 +3,13 @@
 #include <string>
 
 #include "calibration/calibration.h"
+#include "calibration/driver.h"
 #include "formats/output.h"
 #include "support/numbers.h"
 
 namespace vellandra {
 
-WriteOutcome writeScript() {
+WriteOutcome writeScript(const std::string& stem) {
   constexpr const char* scale = "###0.000000000";
   constexpr const char* origin = "###0.0000000";
   const Calibration& c = calibration;
@@ -26,7 +27,7 @@ WriteOutcome writeScript() {
   content += line("high=" + std::to_string(c.imageHeight));
   content += line("wide=" + std::to_string(c.imageWidth));
   content += line("/* end of parameters for clickable map ex VELLANDRA */");
-  return writeCalibrationFile(outputPath(".js"), content);
+  return writeCalibrationFile(stem + ".js", content);
 }
 
 }  // namespace vellandra

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "calibration/calibration.h"
+#include "calibration/driver.h"
 #include "formats/output.h"
 #include "support/numbers.h"
 
@@ -22,13 +23,13 @@ std::string referencePoint(const std::string& number, int slot) {
 
 }  // namespace
 
-WriteOutcome writeTextCalibration() {
+WriteOutcome writeTextCalibration(const std::string& stem) {
   std::string content = line("width = " + formatNumber(calibration.imageWidth, pixels));
   content += line("height = " + formatNumber(calibration.imageHeight, pixels));
   content += line("grid = 3");
   content += referencePoint("1", driver.referencePair.i);
   content += referencePoint("2", driver.referencePair.j);
-  return writeCalibrationFile(outputPath(".txt"), content);
+  return writeCalibrationFile(stem + ".txt", content);
 }
 
 }  // namespace vellandra

@@ -7,6 +7,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
+#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "formats/image_identification.h"
 #include "formats/output.h"
@@ -82,14 +83,15 @@ std::optional<Grid> askGrid(const WorldFile& world) {
     tell("Invalid UTM TFW file", title);
     return std::nullopt;
   }
-  if (answer.zone == 0) return Grid{Grid::Kind::british, 0, false, matchDatum("WGS 84")};
+  if (answer.zone == 0) return Grid{Grid::Kind::british, 0, false, matchDatum(wgs84Name)};
   const bool wgs84 = answer.datum == WorldFileAnswer::Datum::wgs84;
-  return Grid{Grid::Kind::utm, answer.zone, answer.southern, wgs84 ? matchDatum("WGS 84") : askDatum("TFW file datum")};
+  return Grid{Grid::Kind::utm, answer.zone, answer.southern,
+              wgs84 ? matchDatum(wgs84Name) : askDatum("TFW file datum")};
 }
 
 std::optional<Grid> gridOf(const WorldFile& world) {
   const WorldFileTerms& t = world.terms;
-  if (std::abs(t.C) <= 180 && std::abs(t.F) <= 90) return Grid{Grid::Kind::degrees, 0, false, matchDatum("WGS 84")};
+  if (std::abs(t.C) <= 180 && std::abs(t.F) <= 90) return Grid{Grid::Kind::degrees, 0, false, matchDatum(wgs84Name)};
   if (t.C >= 0 && t.C <= 1000000 && t.F >= 0) return askGrid(world);
   tell("Invalid UTM TFW file", title);
   return std::nullopt;
@@ -104,8 +106,8 @@ void placePoint(int slot, const WorldFileTerms& t, const Grid& grid) {
   double lon = mapX;
   if (grid.kind == Grid::Kind::utm) {
     const auto datum = static_cast<std::size_t>(grid.datumIndex);
-    UtmToLatLong(grid.zone, mapY - (grid.southern ? 10000000 : 0), mapX, datumTable.dA[datum], datumTable.dF[datum],
-                 lat, lon);
+    UtmToLatLong(grid.zone, mapY - (grid.southern ? southernFalseNorthing : 0), mapX, datumTable.dA[datum],
+                 datumTable.dF[datum], lat, lon);
   } else if (grid.kind == Grid::Kind::british) {
     OsGridToLatLong("SV", mapY, mapX, lat, lon);
   }
@@ -148,18 +150,16 @@ ReadResult readWorldFile(const std::string& path) {
   const std::optional<Grid> grid = gridOf(*world);
   if (!grid) return result;
   placeCorners(world->terms, *grid);
-  return {grid->datumIndex, false, -1};
+  return {grid->datumIndex};
 }
 
-WriteOutcome writeWorldFile() {
-  const std::optional<std::string> path = outputPathUnlessInput("tfw", ".tfw");
-  if (!path) return WriteOutcome::skipped;
+WriteOutcome writeWorldFile(const std::string& stem) {
   reportLostProjection(".tfw");
   const WorldFileTerms& t = driver.worldFile;
   std::string content;
   for (const double term : {t.A, t.D, t.B, t.E}) content += line(formatNumber(term, "###0.000000000"));
   for (const double term : {t.C, t.F}) content += line(formatNumber(term, "###0.0000000"));
-  return writeCalibrationFile(*path, content);
+  return writeCalibrationFile(stem + ".tfw", content);
 }
 
 }  // namespace vellandra

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "calibration/driver.h"
+#include "calibration/format_row.h"
 
 namespace vellandra {
 
@@ -13,6 +13,6 @@ namespace vellandra {
 ReadResult readWorldFile(const std::string& path);
 
 /// Writes the world-file terms of the calibration, in degrees on WGS 84, as ".tfw".
-WriteOutcome writeWorldFile();
+WriteOutcome writeWorldFile(const std::string& stem);
 
 }  // namespace vellandra

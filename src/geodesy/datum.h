@@ -11,6 +11,7 @@ namespace vellandra {
 
 inline constexpr int maxDatums = 200;
 inline constexpr std::size_t datumNameColumns = 20;
+inline constexpr const char* wgs84Name = "WGS 84";  ///< trimmed, as names are shown and compared
 
 /// Named datums with what sets them apart from WGS 84; entries 1 to `count`, 0 means no datum.
 struct DatumTable {

@@ -50,6 +50,10 @@ char letterAt(std::int32_t column, std::int32_t row) {
 
 }  // namespace
 
+bool areGridLetters(std::string_view letters) {
+  return letters.find_first_not_of(gridLetters) == std::string_view::npos;
+}
+
 void OsLettersToOffset(std::string_view letters, std::int32_t& eastingOffset, std::int32_t& northingOffset) {
   const std::int32_t block = placeOf(letters, 0);
   const std::int32_t square = placeOf(letters, 1);

@@ -6,6 +6,9 @@
 
 namespace vellandra {
 
+/// True when every character names a square of a block: the upper-case letters without "I".
+bool areGridLetters(std::string_view letters);
+
 /// Offset in metres of the south-west corner of a two-letter square of the British grid from the false origin
 /// ("SV" = 0, 0). Upper case; a letter that does not exist gives the offsets of position 0, without an error.
 void OsLettersToOffset(std::string_view letters, std::int32_t& eastingOffset, std::int32_t& northingOffset);

@@ -97,9 +97,7 @@ EntryField parseAngle(std::string_view typed, const AngleKind& kind) {
 std::string lettersProblem(std::string_view letters, std::size_t count, const char* otherCount) {
   const std::string square = upperCase(trim(letters));
   if (square.empty()) return "";
-  if (square.find_first_not_of("VWXYZQRSTULMNOPFGHJKABCDE") != std::string::npos) {
-    return "letters from A to Z without I";
-  }
+  if (!areGridLetters(square)) return "letters from A to Z without I";
   return square.size() == count ? "" : otherCount;
 }
 
@@ -135,29 +133,27 @@ std::string irishLetterProblem(std::string_view letter) {
   return lettersProblem(letter, 1, "one letter, or none for full metres");
 }
 
-std::optional<EntryPosition> britishPosition(std::string_view letters, double easting, double northing) {
+std::optional<Position> britishPosition(std::string_view letters, double easting, double northing) {
   const std::string square = trim(letters).empty() ? "SV" : upperCase(trim(letters));
-  EntryPosition position{};
+  Position position{};
   OsGridToLatLong(square, northing, easting, position.latitude, position.longitude);
   if (!InGbGridArea(position.latitude, position.longitude)) return std::nullopt;
   return position;
 }
 
-std::optional<EntryPosition> irishPosition(std::string_view letter, double easting, double northing) {
+std::optional<Position> irishPosition(std::string_view letter, double easting, double northing) {
   const std::string square = trim(letter).empty() ? "V" : upperCase(trim(letter));
-  EntryPosition position{};
+  Position position{};
   IrishGridToLatLong(square, easting, northing, position.latitude, position.longitude);
   return position;
 }
 
-std::optional<EntryPosition> utmPosition(std::int16_t zone, bool southern, double easting, double northing,
-                                         int datumIndex) {
-  constexpr double southernOffset = 10000000;
+std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex) {
   const auto datum = static_cast<std::size_t>(datumIndex);
   const double dA = datumIndex > 0 ? datumTable.dA.at(datum) : 0;
   const double dF = datumIndex > 0 ? datumTable.dF.at(datum) : 0;
-  EntryPosition position{};
-  UtmToLatLong(zone, northing - (southern ? southernOffset : 0), easting, dA, dF, position.latitude,
+  Position position{};
+  UtmToLatLong(zone, northing - (southern ? southernFalseNorthing : 0), easting, dA, dF, position.latitude,
                position.longitude);
   const bool onEarth = std::abs(position.latitude) <= 90 && std::abs(position.longitude) <= 360;
   return onEarth ? std::optional(position) : std::nullopt;

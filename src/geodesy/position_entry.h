@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "geodesy/position.h"
+
 namespace vellandra {
 
 /// What has been typed into one field of a position. An empty field has neither a value nor a problem.
@@ -29,20 +31,15 @@ std::string britishLettersProblem(std::string_view letters);
 /// The same for the one letter of a square of the Irish grid.
 std::string irishLetterProblem(std::string_view letter);
 
-struct EntryPosition {
-  double latitude, longitude;  ///< decimal degrees
-};
-
 /// British grid reference to WGS 84; no letters mean full grid metres (from "SV"). Nothing outside the grid's area.
-std::optional<EntryPosition> britishPosition(std::string_view letters, double easting, double northing);
+std::optional<Position> britishPosition(std::string_view letters, double easting, double northing);
 
 /// Irish grid reference to degrees on the grid's own ellipsoid, that of the datum "Ireland 1965"; no letter means full
 /// grid metres (from "V"). Any place of the grid is taken, so there is always a position.
-std::optional<EntryPosition> irishPosition(std::string_view letter, double easting, double northing);
+std::optional<Position> irishPosition(std::string_view letter, double easting, double northing);
 
 /// UTM metres to degrees on datum `datumIndex` of the table (0: WGS 84). `northing` of a southern point counts from
 /// 10 000 000. Nothing for a position that is not on the earth.
-std::optional<EntryPosition> utmPosition(std::int16_t zone, bool southern, double easting, double northing,
-                                         int datumIndex);
+std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex);
 
 }  // namespace vellandra

@@ -13,7 +13,6 @@ namespace {
 
 constexpr double scaleFactor = 0.9996;
 constexpr double falseEasting = 500000;
-constexpr double southernFalseNorthing = 10000000;
 
 /// WGS 84 with the scale factor; the central meridian is filled in.
 constexpr TransverseMercator wgs84Utm{.n = 21384.6859 / 12734889.3141,

@@ -6,11 +6,13 @@
 namespace vellandra {
 
 inline constexpr std::int16_t zoneFromLongitude = 999;
+inline constexpr double southernFalseNorthing = 10000000;  ///< metres
 
 /// WGS 84 latitude and longitude (degrees) to UTM metres. `zone` 999 is replaced by the zone of the longitude
 /// (floor((lon + 186) / 6), so 180 E gives 61); any other zone is used as it is. South of the equator the northing
-/// counts from 10 000 000. Within 3 degrees of the central meridian the easting is good to 3 mm, the northing to 1 mm.
-/// Throws Overflow when the zone of the longitude, or the central meridian of the zone, does not fit 16 bits.
+/// counts from `southernFalseNorthing`. Within 3 degrees of the central meridian the easting is good to 3 mm, the
+/// northing to 1 mm. Throws Overflow when the zone of the longitude, or the central meridian of the zone, does not fit
+/// 16 bits.
 void LatLongToUtm(double lat, double lon, std::int16_t& zone, double& easting, double& northing);
 
 /// UTM metres to degrees on the datum whose `dA`, `dF` (see `DatumTable`) are given. `northing` counts from the

@@ -14,8 +14,6 @@ MapImage mapImage;
 
 namespace {
 
-constexpr const char* clipboardPath = "clip.board";
-
 /// The hourglass, also while an error makes its way out.
 struct Busy {
   Busy() { userInterface().showBusy(true); }
@@ -80,7 +78,7 @@ bool loadMapImage(const std::string& path) {
 
 bool isOnShow(const std::string& path) {
   if (!mapImage.bitmap || mapImage.path != path) return false;
-  return path == clipboardPath || (mapImage.file && mapImage.file == stampOf(path));
+  return path == clipboardImage || (mapImage.file && mapImage.file == stampOf(path));
 }
 
 std::string sizeProblem(const Bitmap& image) {
@@ -97,7 +95,7 @@ bool takeMapImage(const Picture& picture) {
     const auto row = picture.pixels.begin() + static_cast<std::ptrdiff_t>(rowBytes) * y;
     std::copy(row, row + static_cast<std::ptrdiff_t>(rowBytes), bitmap.row(y).begin());
   }
-  mapImage = {std::move(bitmap), clipboardPath};
+  mapImage = {std::move(bitmap), clipboardImage};
   return true;
 }
 

@@ -17,7 +17,7 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-/// The map on show, 24 bits per pixel, and the file it came from; "clip.board" for a picture from the clipboard.
+/// The map on show, 24 bits per pixel, and the file it came from; `clipboardImage` for a picture from the clipboard.
 struct MapImage {
   Bitmap bitmap;
   std::string path;
@@ -36,8 +36,8 @@ bool isOnShow(const std::string& path);
 /// are equal.
 std::string sizeProblem(const Bitmap& image);
 
-/// Takes a picture of 24 bits, rows from the top, as the map on show, under the path "clip.board". False when there is
-/// no picture. Throws Overflow past 32767 pixels.
+/// Takes a picture of 24 bits, rows from the top, as the map on show, under the path `clipboardImage`. False when there
+/// is no picture. Throws Overflow past 32767 pixels.
 bool takeMapImage(const Picture& picture);
 
 /// `bitmap`, of 24 bits, as a picture whose longer side is at most `longestSide` pixels.

@@ -8,9 +8,9 @@
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
 #include "imaging/merge_question.h"
-#include "imaging/row_bands.h"
 #include "imaging/saved_map.h"
 #include "support/numbers.h"
+#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {

@@ -21,7 +21,7 @@ namespace {
 /// The open map's image: the one on show when it is the clipboard's, in no file yet, else read into `loaded`. Empty,
 /// with the person told, when it is not to be had in the size that the calibration is for.
 const Bitmap& openImage(Bitmap& loaded) {
-  const bool shown = calibration.imagePath == "clip.board" && mapImage.path == calibration.imagePath;
+  const bool shown = calibration.imagePath == clipboardImage && mapImage.path == calibration.imagePath;
   if (!shown) loaded = LoadImageByExtension(calibration.imagePath);
   const Bitmap& image = shown ? mapImage.bitmap : loaded;
   if (image.width() == calibration.imageWidth && image.height() == calibration.imageHeight && image) return image;

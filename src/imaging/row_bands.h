@@ -4,9 +4,6 @@
 
 namespace vellandra {
 
-/// Threads worth starting for pixel work: one a core.
-unsigned coreCount();
-
 /// Calls `work` for bands of `bandRows` rows, as first row and the row behind the last, until all `rows` are done. The
 /// bands are spread over `threads` threads, of which the caller's is one; `work` must not share anything that it
 /// changes between bands, and uses neither the log nor the port. Shows the progress by rows, from the calling thread.

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <string_view>
 
+#include "calibration/format_row.h"
 #include "calibration/messages.h"
 #include "calibration/open_map.h"
 #include "calibration/pickers.h"
 #include "calibration/preferences.h"
-#include "formats/format_table.h"
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "support/files.h"
@@ -29,12 +28,15 @@ bool isOneOf(const MapFiles& files, const std::string& path) {
 /// The calibrations beside an image that are named after it, but for its ".map".
 std::string otherCalibrationsOf(const std::string& path) {
   const PathParts image = splitPath(path);
+  const FormatRow* saved = formatOf(mapPathBeside(path));
   std::string names;
-  for (const ReaderRow& row : readerTable()) {
-    if (std::string_view(row.type) == "map") continue;
-    for (const std::string& ending : {"." + std::string(row.extension), "_png." + std::string(row.extension)}) {
-      const std::string file = findFile(image.folder + image.base + ending);
-      if (!file.empty()) names += (names.empty() ? "" : ", ") + std::string(fileName(file));
+  for (const FormatRow& format : formatTable().rows) {
+    if (&format == saved) continue;
+    for (const Ending& ending : format.endings) {
+      for (const std::string tail : {".", "_png."}) {
+        const std::string file = findFile(image.folder + image.base + tail + ending.extension);
+        if (!file.empty()) names += (names.empty() ? "" : ", ") + std::string(fileName(file));
+      }
     }
   }
   return names;

@@ -5,7 +5,6 @@
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "imaging/map_image.h"
-#include "imaging/row_bands.h"
 #include "support/files.h"
 #include "support/paths.h"
 #include "support/user_interface.h"
@@ -21,7 +20,7 @@ std::optional<TileFiles> tileFilesOfOpenMap() {
     stopTiles("Insufficient points to proceed");
     return std::nullopt;
   }
-  if (calibration.imagePath == "clip.board") {
+  if (calibration.imagePath == clipboardImage) {
     showMessage("The picture from the clipboard is in no file yet; writing the calibrations saves it");
     stopTiles("Unable to load map");
     return std::nullopt;
@@ -56,15 +55,14 @@ bool stopTiles(const std::string& text) {
 
 TileEncoder::TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted,
                          ImageFormat format, int flags)
-    : map_(map), grid_(grid), isWanted_(std::move(isWanted)), format_(format), flags_(flags) {}
+    : map_(map), grid_(grid), isWanted_(std::move(isWanted)), format_(format), flags_(flags), workers_(coreCount()) {}
 
 void TileEncoder::workAhead() {
   // Twice the cores, so that none waits while the first tile in order is a slow one.
   const std::size_t most = std::size_t{2} * coreCount();
   while (ahead_.size() < most && number_ < grid_.count()) {
     if (!isWanted_(++number_)) continue;
-    // Without a policy the work is done by the caller when there are no more threads to be had.
-    ahead_.push_back(std::async([this, number = number_, tile = grid_.tile(number_)] {
+    ahead_.push_back(workers_.run([this, number = number_, tile = grid_.tile(number_)] {
       const Bitmap part = copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom);
       return EncodedTile{number, tile, static_cast<bool>(part), encodeImage(format_, part, flags_)};
     }));

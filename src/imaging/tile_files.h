@@ -9,6 +9,7 @@
 
 #include "imaging/tile_grid.h"
 #include "raster/bitmap.h"
+#include "support/threads.h"
 
 namespace vellandra {
 
@@ -60,6 +61,7 @@ class TileEncoder {
   int flags_;
   std::int64_t number_ = 0;
   std::deque<std::future<EncodedTile>> ahead_;
+  Workers workers_;
 };
 
 /// Shows the column that is worked on, and ends the display with its owner.

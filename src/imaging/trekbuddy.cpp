@@ -4,10 +4,8 @@
 #include <string>
 
 #include "calibration/calibration.h"
-#include "calibration/driver.h"
 #include "calibration/log.h"
 #include "calibration/messages.h"
-#include "calibration/open_map.h"
 #include "calibration/preferences.h"
 #include "formats/map_file.h"
 #include "formats/output.h"
@@ -19,8 +17,6 @@ namespace {
 
 /// The program on the device looks for a calibration named as the set is, which is named after the image.
 bool writeMap(const TileFiles& files) {
-  const OpenMapKeeper openMap;
-  splitInputPath(calibration.imagePath);
   return putmap(files.tilesFolder()) == WriteOutcome::written;
 }
 

@@ -19,8 +19,6 @@
 namespace vellandra {
 namespace {
 
-constexpr const char* clipboardPath = "clip.board";
-
 bool haveDatums() {
   LoadDatums();
   if (datumTable.count > 0) return true;
@@ -36,7 +34,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   calibration.imageHeight = height;
   splitInputPath(path);
   driver.inputPath = path;
-  driver.inputType.clear();
+  driver.inputFormat = nullptr;
   driver.inputIsWindows1252 = false;
   driver.transformValid = false;
   driver.calibrationPending = false;
@@ -93,7 +91,7 @@ bool mnulic(const Viewer& viewer) {
     tell("There is no picture on the clipboard");
     return false;
   }
-  beginCalibration(clipboardPath, static_cast<std::int16_t>(mapImage.bitmap.width()),
+  beginCalibration(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
   const Answer answer =
       userInterface().messageBox({"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
@@ -132,7 +130,7 @@ bool mnuvc(const Viewer& viewer) {
   if (!viewer(ViewerMode::view).recalculate) return true;
   if (calibration.pointCount >= 2) {
     showMessage("Recalculating...........................");
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
   }
   return calculate();
 }

@@ -18,6 +18,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "calibration/calibration.h"
 #include "calibration/driver.h"
@@ -40,23 +41,18 @@ constexpr const char* recentKey = "recentFiles";
 constexpr int mostRecentFiles = 8;
 constexpr int longestRecentText = 70;  // average characters
 
-constexpr const char* calibrationEndings[] = {"map", "gux", "tfw", "jgw", "pgw", "jpr", "cal", "gmi", "mcd", "imp"};
 constexpr const char* imageEndings[] = {"png", "bmp", "jpg", "gif", "tif"};
 
-template <typename List>
-bool endsWithOneOf(const QString& path, const List& endings) {
+bool isImage(const QString& path) {
   const std::string extension = splitPath(pathBytes(path)).extension;
-  for (const char* ending : endings) {
-    if (extension == ending) return true;
-  }
-  return false;
+  return std::ranges::find(imageEndings, extension) != std::end(imageEndings);
 }
 
 /// The one file that is dragged here, when it is one that can be opened.
 QString droppedFile(const QMimeData* data) {
   if (data->urls().size() != 1) return {};
   const QString path = data->urls().constFirst().toLocalFile();
-  return endsWithOneOf(path, calibrationEndings) || endsWithOneOf(path, imageEndings) ? path : QString();
+  return formatOf(pathBytes(path)) != nullptr || isImage(path) ? path : QString();
 }
 
 }  // namespace
@@ -283,7 +279,7 @@ void MainWindow::rememberFile(const std::string& path) {
 void MainWindow::openFile(const QString& path) {
   run([this, path] {
     const std::string given = pathBytes(path);
-    const bool image = endsWithOneOf(path, imageEndings);
+    const bool image = isImage(path);
     const bool done = image ? mnulm([this](ViewerMode mode) { return view(mode); }, given) : mnufo(given);
     if (done) rememberFile(given);
     return done;

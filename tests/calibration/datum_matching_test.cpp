@@ -37,7 +37,7 @@ TEST_F(DatumMatching, PositionsOnAnotherDatumAreShifted) {
     EXPECT_EQ(calibration.cornerCount, 3) << "the held corner is replaced";
     EXPECT_EQ(points(firstCornerSlot, 1).substr(6), points(1, 1).substr(6)) << "the held corner stays on the old datum";
     const std::string before = points();
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
     EXPECT_TRUE(run(recalculate));
     EXPECT_EQ(points(), before) << "shifted twice";
   }

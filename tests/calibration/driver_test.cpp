@@ -174,7 +174,7 @@ TEST_F(DriverTest, ClipboardImageIsSavedBeforeTheCalibrationsNameIt) {
   mapImage.bitmap = allocate24Bits(400, 300);
   const auto writeWith = [this](const std::string& picked) {
     calibration.imagePath = "clip.board";
-    driver.inputType = "zzz";
+    driver.inputFormat = nullptr;
     person.pickedFiles = {picked};
     return run(writeCalibrations);
   };

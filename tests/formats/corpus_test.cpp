@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 constexpr std::chrono::seconds longestConversion(10);  // also under the sanitizers on a busy machine
 
 /// Every input is put through the program as the fuzz targets do it.
-class CorpusTest : public testing::TestWithParam<const char*> {
+class CorpusTest : public testing::TestWithParam<std::string> {
  protected:
   void replay(const std::string& name, std::string_view input) {
     const auto start = std::chrono::steady_clock::now();
@@ -30,9 +30,8 @@ class CorpusTest : public testing::TestWithParam<const char*> {
 TEST_P(CorpusTest, NoInputBringsTheProgramDown) {
   for (const auto& entry : fs::directory_iterator(corpus_)) replay(entry.path(), contentOf(entry.path()));
   for (const auto& entry : fs::recursive_directory_iterator(SOURCE_FOLDER "/samples")) {
-    const std::string extension = entry.path().extension();
-    const bool isWorldFile = extension == ".jgw" || extension == ".pgw";
-    if (extension == "." + kind_ || (kind_ == "tfw" && isWorldFile)) replay(entry.path(), contentOf(entry.path()));
+    const FormatRow* format = formatOf(entry.path());
+    if (format != nullptr && format == formatOf("." + kind_)) replay(entry.path(), contentOf(entry.path()));
   }
   EXPECT_GT(converted_, 0) << "the corpus never gets as far as the writers";
 }
@@ -51,9 +50,21 @@ TEST_P(CorpusTest, HugeInputsTakeNoLongerThanTheyAreLong) {
   replay("zero bytes", std::string(4'000'000, '\0'));
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, CorpusTest,
-                         testing::Values("map", "tfw", "jpr", "cal", "gux", "imp", "gmi", "mcd", "datums", "ini"),
-                         [](const auto& kind) { return std::string(kind.param); });
+/// Folders of the corpus: one for every format that is read, under one of its endings, and those of other files.
+std::vector<std::string> kinds() {
+  std::vector<std::string> kinds = {"datums", "ini"};
+  for (const FormatRow& format : formatRows()) {
+    std::string kind;
+    for (const Ending& ending : format.endings) {
+      const bool isThere = fs::exists(std::string(SOURCE_FOLDER "/fuzz/corpus/") + ending.extension);
+      if (kind.empty() || isThere) kind = ending.extension;
+    }
+    if (!kind.empty()) kinds.push_back(kind);
+  }
+  return kinds;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, CorpusTest, testing::ValuesIn(kinds()), [](const auto& kind) { return kind.param; });
 
 }  // namespace
 }  // namespace vellandra

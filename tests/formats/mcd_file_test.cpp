@@ -26,7 +26,7 @@ class McdFile : public MapTest {
     calibration.imageWidth = 100, calibration.imageHeight = 200;
     calibration.x0 = x0, calibration.tf1 = tf1, calibration.y0 = y0, calibration.tf4 = tf4;
     std::filesystem::remove(folder + "area.mcd");
-    writeMcd();
+    writeMcd(folder + "area");
     const std::string bytes = written("area.mcd");
     Numbers numbers(bytes.size() / 8);
     if (!numbers.empty()) std::memcpy(numbers.data(), bytes.data(), numbers.size() * 8);

@@ -22,8 +22,7 @@ struct Place {
 };
 
 bool hasReader(const std::string& file) {
-  const std::string extension = splitPath(file).extension;
-  return std::ranges::any_of(readerTable(), [&](const ReaderRow& row) { return extension == row.extension; });
+  return formatOf(file) != nullptr;
 }
 
 /// By file, the rows of positions.txt (no point number, a deviation) or tie_points.txt (a point number, no deviation).
@@ -116,7 +115,9 @@ TEST_F(SamplesTest, AnyFormatToAnyFormat) {
       }
     }
   }
-  EXPECT_EQ(written, (std::set<std::string>{"cal", "gmi", "jpr", "map", "mcd", "tfw"})) << "formats that are written";
+  EXPECT_EQ(std::ssize(written), std::ranges::count_if(formatRows(), [](const FormatRow& format) {
+              return format.read != nullptr && format.write != nullptr;
+            }));
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ TEST(PositionEntry, GridReferencesWithLettersAndInFullMetres) {
   datumTable.count = 1;
   datumTable.dA[1] = -251;
   datumTable.dF[1] = -0.000014192702;
-  const std::tuple<std::optional<EntryPosition>, double, double> rows[] = {
+  const std::tuple<std::optional<Position>, double, double> rows[] = {
       // cs2cs from the grid's projection with +towgs84=375,-111,431, and from +proj=utm +zone=33 +south +datum=WGS84.
       {britishPosition("su", 30000, 80000), 51.51807913, -1.56904403},
       {britishPosition(" ", 430000, 180000), 51.51807913, -1.56904403},

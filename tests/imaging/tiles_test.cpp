@@ -103,7 +103,7 @@ TEST_F(TilesTest, TilesPutTogetherAreTheReducedMap) {
 TEST_F(TilesTest, TrekBuddyTextsAndCalibrationOfTheImagesName) {
   openMap("area.png", 300, 200);
   driver.inputBase = "other";  // a calibration under another name than its image
-  driver.inputType = "map";
+  driver.inputFormat = formatOf("area.map");
   const std::int16_t corners = calibration.cornerCount;
   clearPanel();
   ASSERT_TRUE(WriteTrekBuddyTiles());

@@ -74,7 +74,7 @@ class MapViewerTest : public UiTest {
   }
   std::size_t points() const { return viewer->session().points().size(); }
   const TiePoint& point(std::size_t number) const { return viewer->session().points().at(number - 1); }
-  double residual(std::size_t number) const { return viewer->session().fit().residuals.at(number - 1); }
+  double residual(std::size_t number) const { return viewer->session().fit().residuals.pixels.at(number - 1); }
   bool waits() const { return viewer->session().waiting().has_value(); }
   bool says(const char* text) const {
     const QList<QLabel*> labels = viewer->findChildren<QLabel*>();

@@ -21,7 +21,6 @@ namespace vellandra {
 namespace {
 
 constexpr int shownDatums = 9;
-constexpr const char* wgs84 = "WGS 84";
 
 }  // namespace
 
@@ -90,10 +89,10 @@ void CalibrationSettingsDialog::fillDatums(const std::string& chosen) {
     names_.emplace_back(trim(datumTable.name.at(static_cast<std::size_t>(i))));
   }
   // Points on WGS 84 are not shifted, so it needs no row of the table.
-  if (std::ranges::find(names_, wgs84) == names_.end()) names_.insert(names_.begin(), wgs84);
+  if (std::ranges::find(names_, wgs84Name) == names_.end()) names_.insert(names_.begin(), wgs84Name);
   for (const std::string& name : names_) {
     auto* item = new QListWidgetItem(shown(name), datums_);
-    if (name == chosen || (name == wgs84 && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
+    if (name == chosen || (name == wgs84Name && datums_->currentRow() < 0)) datums_->setCurrentItem(item);
   }
   datums_->scrollToItem(datums_->currentItem(), QAbstractItemView::PositionAtCenter);
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "geodesy/datum.h"
+
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -19,8 +21,8 @@ enum class EntryGrid { degrees, british, irish, utm };
 /// In which terms the coordinates of new points are given.
 struct CalibrationSettings {
   EntryGrid grid = EntryGrid::degrees;
-  std::string datum = "WGS 84";  ///< trimmed name from the datum table; points of the national grids have their own
-  std::int16_t zone = 30;        ///< of UTM
+  std::string datum = wgs84Name;  ///< trimmed name from the datum table; points of the national grids have their own
+  std::int16_t zone = 30;         ///< of UTM
   bool southern = false;
   bool operator==(const CalibrationSettings&) const = default;
 };

@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <thread>
 
 #include "support/errors.h"
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {
@@ -19,15 +19,10 @@ constexpr std::uint32_t opaque = 0xff000000U;
 /// Calls `work` for `count` rows, cut into one band for each core when there is enough to do.
 void inBands(int count, std::int64_t pixels, const std::function<void(int, int)>& work) {
   constexpr std::int64_t pixelsWorthAThread = 300'000;
-  const auto cores = static_cast<std::int64_t>(std::max(1U, std::thread::hardware_concurrency()));
-  const int bands =
-      static_cast<int>(std::clamp<std::int64_t>(pixels / pixelsWorthAThread, 1, std::min<std::int64_t>(cores, 8)));
-  std::vector<std::thread> others;
-  others.reserve(static_cast<std::size_t>(bands));
+  const int most = static_cast<int>(std::min(coreCount(), 8U));
+  const int bands = static_cast<int>(std::clamp<std::int64_t>(pixels / pixelsWorthAThread, 1, most));
   const auto start = [&](int band) { return static_cast<int>(static_cast<std::int64_t>(count) * band / bands); };
-  for (int band = 1; band < bands; ++band) others.emplace_back(work, start(band), start(band + 1));
-  work(0, start(1));
-  for (std::thread& thread : others) thread.join();
+  forEachNumber(bands, static_cast<unsigned>(bands), [&](int band) { work(start(band), start(band + 1)); });
 }
 
 Bitmap halved(const Bitmap& image) {

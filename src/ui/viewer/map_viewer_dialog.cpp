@@ -51,7 +51,7 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
     : QDialog(parent),
       mode_(mode),
       image_(image),
-      session_(mode, startingRecord(image), driver.inputType),
+      session_(mode, startingRecord(image), driver.fixedPair()),
       crop_(image.width(), image.height()) {
   setWindowTitle(titleOf(mode));
   setWindowFlag(Qt::WindowMaximizeButtonHint);
@@ -216,7 +216,7 @@ void MapViewerDialog::pointsChanged() {
   const bool grid = preferences.showGrid && fit.valid;
   canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
   updateMarks();
-  list_->setPoints(session_.points(), fit.residuals, selected_);
+  list_->setPoints(session_.points(), fit.residuals.pixels, selected_);
   updateFit();
   updateButtons();
 }
@@ -259,8 +259,8 @@ QString MapViewerDialog::reportOf(int number) const {
                      .arg(point.x)
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
-  if (index < session_.fit().residuals.size()) {
-    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals[index], "0.00")));
+  if (index < session_.fit().residuals.pixels.size()) {
+    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
   }
   return text;
 }

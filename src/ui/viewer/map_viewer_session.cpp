@@ -4,12 +4,11 @@
 #include <cmath>
 #include <utility>
 
+#include "calibration/preferences.h"
 #include "support/numbers.h"
 
 namespace vellandra {
 namespace {
-
-constexpr const char* changedPoints = "zzz";  ///< the input type of points that belong to no file any more
 
 std::vector<TiePoint> pointsOf(const Calibration& map) {
   std::vector<TiePoint> points;
@@ -39,19 +38,19 @@ std::string fitReport(const TrialFit& fit, std::size_t count) {
   if (count == 1) return "One point more makes a calibration";
   if (!fit.valid) return "These points make no calibration: they share a place, or one is wrong";
   constexpr double shownAsNone = 0.005;
-  const bool exact = fit.rootMeanSquare < shownAsNone;
+  const bool exact = fit.residuals.rootMeanSquare < shownAsNone;
   if (count <= 3 && exact) return "Two or three points always fit: take four or more";
-  std::string error = "Error of the fit: " + formatNumber(fit.rootMeanSquare, "0.00") + " pixels (rms)";
+  std::string error = "Error of the fit: " + formatNumber(fit.residuals.rootMeanSquare, "0.00") + " pixels (rms)";
   if (exact) return error;
   if (count <= 3) return error + "\nFour points or more show how good they are";
-  if (fit.worstPoint == 0) return error + "\nNo point is worse than all others";
-  const double worst = fit.residuals[static_cast<std::size_t>(fit.worstPoint - 1)];
-  return error + "\nWorst is point " + std::to_string(fit.worstPoint) + " with " + formatNumber(worst, "0.00") +
-         " pixels";
+  if (!fit.residuals.worstStandsOut()) return error + "\nNo point is worse than all others";
+  return error + "\nWorst is point " + std::to_string(fit.residuals.worst) + " with " +
+         formatNumber(fit.residuals.ofWorst(), "0.00") + " pixels";
 }
 
-CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start, std::string inputType)
-    : mode_(mode), map_(start), inputType_(std::move(inputType)), points_(pointsOf(start)), before_(points_) {
+CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start,
+                                       const std::optional<ReferencePair>& fixedPair)
+    : mode_(mode), map_(start), fixedPair_(fixedPair), points_(pointsOf(start)), before_(points_) {
   map_.message.clear();
   refit();
 }
@@ -124,7 +123,7 @@ void CalibrationSession::undo() {
 
 void CalibrationSession::refit() {
   commit(map_);
-  fit_ = tryFit(map_, changed() ? changedPoints : inputType_);
+  fit_ = tryFit(map_, changed() ? std::nullopt : fixedPair_, preferences.stretchNotRotate);
 }
 
 void CalibrationSession::commit(Calibration& map) const {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "calibration/calibration.h"
-#include "calibration/trial_fit.h"
+#include "calibration/fit.h"
 #include "ui/viewer/map_canvas_view.h"
 #include "ui/viewer/map_viewer.h"
 
@@ -33,8 +33,8 @@ class CalibrationSession {
  public:
   static constexpr double reach = 10;  ///< window units from a mark within which it is taken hold of
 
-  /// `inputType` is that of the calibration on show, see `Driver`.
-  CalibrationSession(ViewerMode mode, const Calibration& start, std::string inputType);
+  /// `fixedPair` is that of the calibration on show, see `Driver`.
+  CalibrationSession(ViewerMode mode, const Calibration& start, const std::optional<ReferencePair>& fixedPair);
 
   Instruction instruction() const;
   /// The settings have been chosen: clicks on the map place points from now on.
@@ -77,7 +77,7 @@ class CalibrationSession {
 
   ViewerMode mode_;
   Calibration map_;
-  std::string inputType_;
+  std::optional<ReferencePair> fixedPair_;
   bool placing_ = false;
   bool moveBegun_ = true;
   std::vector<TiePoint> points_, before_;

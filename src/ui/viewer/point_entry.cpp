@@ -13,6 +13,8 @@
 
 #include "geodesy/angle_format.h"
 #include "geodesy/datum.h"
+#include "geodesy/utm.h"
+#include "support/numbers.h"
 #include "support/user_interface.h"
 #include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
@@ -23,7 +25,7 @@ namespace {
 constexpr const char* invalidGrid = "Invalid grid reference";
 constexpr double squareEnd = 99999.999;
 constexpr double utmEastEnd = 999999.999;
-constexpr double utmNorthEnd = 10000000;
+constexpr double utmNorthEnd = southernFalseNorthing;
 
 /// What differs between the two grids of letters and metres.
 struct NationalGrid {
@@ -32,10 +34,10 @@ struct NationalGrid {
   const char* example;
   double eastEnd, northEnd;
   std::string (*lettersProblem)(std::string_view letters);
-  std::optional<EntryPosition> (*position)(std::string_view letters, double easting, double northing);
+  std::optional<Position> (*position)(std::string_view letters, double easting, double northing);
 };
 constexpr NationalGrid britishGrid{
-    "British national grid", "WGS 84",       "TQ, or none for full metres", 699999.999, 1299999.999,
+    "British national grid", wgs84Name,      "TQ, or none for full metres", 699999.999, 1299999.999,
     britishLettersProblem,   britishPosition};
 constexpr NationalGrid irishGrid{"Irish grid, datum Ireland 1965",
                                  "IRELAND 1965",
@@ -263,7 +265,7 @@ bool PointEntry::readFields() {
     const EntryField longitude = parseLongitude(textOf(longitude_));
     const bool first = reportField(latitude_, latitude);
     if (!reportField(longitude_, longitude) || !first) return false;
-    position_ = EntryPosition{*latitude.value, *longitude.value};
+    position_ = Position{*latitude.value, *longitude.value};
   } else if (nationalGrid(settings_.grid) != nullptr) {
     return readNationalGrid();
   } else {

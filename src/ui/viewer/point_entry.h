@@ -72,7 +72,7 @@ class PointEntry : public QWidget {
   QLabel* result_;
   QPushButton* accept_;
   QPushButton* drop_;
-  std::optional<EntryPosition> position_;
+  std::optional<Position> position_;
   bool outsideArea_ = false;  ///< the fields can be read but name no place that is allowed
 };
 

@@ -1,0 +1,83 @@
+#include "support/threads.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+namespace vellandra {
+
+std::thread (*startThread)(std::function<void()>) = [](std::function<void()> work) {
+  return std::thread(std::move(work));
+};
+
+unsigned coreCount() {
+  return std::max(1U, std::thread::hardware_concurrency());
+}
+
+Workers::Workers(unsigned count) {
+  try {
+    threads_.reserve(count);
+    for (unsigned i = 0; i < count; ++i) threads_.push_back(startThread([this] { work(); }));
+  } catch (const std::exception&) {
+    return;  // the threads that there are do the work
+  }
+}
+
+Workers::~Workers() {
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  wake_.notify_all();
+  for (std::thread& thread : threads_) thread.join();
+}
+
+void Workers::add(std::function<void()> task) {
+  {
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+  }
+  wake_.notify_one();
+}
+
+void Workers::work() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    wake_.wait(lock, [this] { return ending_ || !tasks_.empty(); });
+    if (ending_) return;
+    const std::function<void()> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    lock.unlock();
+    task();
+    lock.lock();
+  }
+}
+
+void forEachNumber(int count, unsigned threads, const std::function<void(int)>& work,
+                   const std::function<void(int)>& progress) {
+  std::atomic<int> next = 0, done = 0;
+  const auto doNext = [&] {
+    const int number = next.fetch_add(1);
+    if (number >= count) return false;
+    work(number);
+    ++done;
+    return true;
+  };
+  const auto doAll = [&](const std::function<void(int)>& tell) {
+    try {
+      while (doNext()) {
+        if (tell) tell(done);
+      }
+    } catch (...) {
+      next = count;
+      throw;
+    }
+  };
+  std::vector<std::future<void>> others;
+  Workers workers(std::clamp(threads, 1U, static_cast<unsigned>(std::max(1, count))) - 1);
+  for (unsigned i = 0; i < workers.count(); ++i) others.push_back(workers.run([&] { doAll({}); }));
+  doAll(progress);
+  for (std::future<void>& other : others) other.get();
+}
+
+}  // namespace vellandra
