@@ -91,8 +91,8 @@ std::string kmlOverlay(const std::string& name, const OverlayBox& box) {
   const std::string color = line(element("color", preferences.kmzTransparency != 0 ? "80ffffff" : "ffffffff"));
   const std::string href = "files/" + (preferences.gisPrograms ? percentEncode(name) : text) + ".jpg";
   return line("<GroundOverlay> " + element("name", text)) + (preferences.gisPrograms ? color + order : order + color) +
-         line("<Icon> " + element("href", href)) + line("</Icon> ") + line("<LatLonBox> ") +
-         angle("north", box.north) + angle("south", box.south) + angle("east", box.east) + angle("west", box.west) +
+         line("<Icon> " + element("href", href)) + line("</Icon> ") + line("<LatLonBox> ") + angle("north", box.north) +
+         angle("south", box.south) + angle("east", box.east) + angle("west", box.west) +
          angle("rotation", box.rotation) + line("</LatLonBox> ") + line("</GroundOverlay> ");
 }
 
