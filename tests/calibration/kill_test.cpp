@@ -39,41 +39,34 @@ class KillTest : public MapTest {
   }
 };
 
-TEST_F(KillTest, EveryOutputIsOfOneRun) {
+TEST_F(KillTest, EveryFileIsOfOneRun) {
   writeTestFile(folder + "calconv.ini", "Warnoverwrite=False\ndatumstxt=" SOURCE_FOLDER "/data/datums.txt\n");
   const std::string first = folder + "area.gux";
   const std::string second = folder + "area.imp";
   writeTestFile(first, "M E WGS 84\nS CalPoint1 = DEG = N50.5 E11 = 10 10\nS CalPoint2 = DEG = N50 E13 = 390 290\n");
   writeTestFile(second, "Coordinates=1\nP0=10,10,A,12,50.5\nP1=390,290,A,13,50\n");
-  const auto convert = [](const std::string& input) {
+  const auto run = [](const std::string& input) {
     startSession();
-    return runBatch(input);
+    preferences.sevenZipPath = input;
+    return writePreferences() ? runBatch(input) : 1;
+  };
+  const auto present = [this] {
+    auto content = files();
+    content["calconv.ini"] = written("calconv.ini");
+    return content;
   };
   std::map<std::string, std::set<std::string>> whole;
   for (const std::string& input : {first, second}) {
-    ASSERT_EQ(convert(input), 0) << calibration.message;
-    for (const auto& [name, content] : files()) whole[name].insert(content);
+    ASSERT_EQ(run(input), 0) << calibration.message;
+    for (const auto& [name, content] : present()) whole[name].insert(content);
   }
-  EXPECT_EQ(whole["area.map"].size(), 2U);
-  kill([&] { convert(first), convert(second); },
+  EXPECT_EQ(whole["area.map"].size() + whole["calconv.ini"].size(), 4U);
+  kill([&] { run(first), run(second); },
        [&] {
-         return std::ranges::all_of(files(), [&](const auto& file) {
+         return std::ranges::all_of(present(), [&](const auto& file) {
            return file.first.starts_with(".") || whole[file.first].contains(file.second);
          });
        });
-}
-
-TEST_F(KillTest, PreferencesAreThoseOfOneSaving) {
-  std::set<std::string> whole;
-  const auto saveBoth = [&] {
-    for (const auto width : {std::int16_t{1}, std::int16_t{32767}}) {
-      preferences.tileWidth = width;
-      writePreferences();
-      whole.insert(written("calconv.ini"));
-    }
-  };
-  saveBoth();
-  kill(saveBoth, [&] { return whole.contains(written("calconv.ini")); });
 }
 
 TEST_F(KillTest, PictureIsNeverBesideAnotherOnesCalibration) {
