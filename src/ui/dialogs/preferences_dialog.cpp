@@ -45,7 +45,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   stretchNotRotate_ =
       addCheckBox(files, "stretchnotrotate", "&Stretch world files instead of rotating them", p.stretchNotRotate);
   writeWgs84_ = addCheckBox(files, "writewgs84", "Also &write the input's own format, on WGS 84", p.writeWgs84);
-  gisPrograms_ = addCheckBox(files, "gisprograms", "Write for GDAL, &QGIS, GPXSee and Google Earth", p.gisPrograms);
+  gisPrograms_ = addCheckBox(files, "gisprograms", "Write for GDAL, QGIS, GP&XSee and Google Earth", p.gisPrograms);
 
   QFormLayout* viewer = addGroup(left, "Map viewer");
   showGrid_ = addCheckBox(viewer, "showgrid", "Show the &grid of latitude and longitude", p.showGrid);
