@@ -6,6 +6,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/messages.h"
+#include "geodesy/datum.h"
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/text.h"
@@ -39,7 +40,7 @@ void readClipboardPoints(std::string_view text) {
     const int slot = c.pointCount + 1;
     c.points[slot].setPixel(parseInt32(fields[0]), parseInt32(fields[1]));
     c.points[slot].setPosition(parseNumber(fields[2]), parseNumber(fields[3]));
-    c.points[slot].datumName = "WGS 84";
+    c.points[slot].datumName = wgs84Name;
     ++c.pointCount;
   }
 }

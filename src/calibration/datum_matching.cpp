@@ -94,7 +94,7 @@ void finddatum(std::string& name, std::int16_t& index) {
 
 int matchDatum(std::string_view name) {
   std::string shaped = datumColumnName(name);
-  if (trim(shaped) == "WGS84" && findDatumByName(shaped) == 0) shaped = datumColumnName("WGS 84");
+  if (trim(shaped) == "WGS84" && findDatumByName(shaped) == 0) shaped = datumColumnName(wgs84Name);
   std::int16_t index = 0;
   finddatum(shaped, index);
   return index;
@@ -109,6 +109,16 @@ int askDatum(const std::string& label) {
     reportDoubtfulDatum(index);
   }
   return index;
+}
+
+std::string datumsLike(const std::string& name) {
+  const std::string word = upperCase(name.substr(0, name.find(' ')));
+  std::string names;
+  for (int i = 1; i <= datumTable.count && !word.empty(); ++i) {
+    const std::string listed = shown(datumTable.name[static_cast<std::size_t>(i)]);
+    if (listed == word || listed.starts_with(word + " ")) names += (names.empty() ? "" : ", ") + listed;
+  }
+  return names;
 }
 
 int datumIndexOf(const std::string& name) {

@@ -24,6 +24,9 @@ int matchDatum(std::string_view name);
 /// Asks for a datum of the table under `label`, without remembering the answer for other files. Returns the index or 0.
 int askDatum(const std::string& label);
 
+/// Names of the table that begin with the same word as `name`, as they are shown, parted by ", ".
+std::string datumsLike(const std::string& name);
+
 /// Row of the datum that a slot names (trimmed, as in `Calibration::datumName`); 0 when it is not in the table. Asks
 /// nobody.
 int datumIndexOf(const std::string& name);

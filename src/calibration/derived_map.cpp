@@ -6,6 +6,7 @@
 
 #include "calibration/messages.h"
 #include "calibration/transform.h"
+#include "geodesy/datum.h"
 #include "geodesy/mercator.h"
 #include "support/numbers.h"
 
@@ -34,7 +35,7 @@ void addPoint(Calibration& map, std::int32_t x, std::int32_t y) {
   const Position position = positionAt(map, x, y);
   map.points[slot].setPixel(x, y);
   map.points[slot].setPosition(position.latitude, position.longitude);
-  map.points[slot].datumName = "WGS 84";
+  map.points[slot].datumName = wgs84Name;
 }
 
 /// Within what a fit can take: its products of pixels have to fit 32 bits.

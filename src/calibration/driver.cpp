@@ -25,7 +25,6 @@ Driver driver;
 namespace {
 
 constexpr const char* noImage = "Unable to proceed without matching image";
-constexpr const char* wgs84 = "WGS 84";
 
 /// Tells the person why the run stops.
 bool stop(const std::string& text, const std::string& title = "Vellandra") {
@@ -97,7 +96,11 @@ bool readCalibration() {
   driver.inputFormat = format;
   const ReadResult result = format->read(driver.inputPath);
   if (result.stopped) return false;
-  if (result.datumIndex == 0) return stop("unable to match input datum " + inputDatumName);
+  if (result.datumIndex == 0) {
+    const std::string alike = datumsLike(inputDatumName);
+    if (!alike.empty()) showMessage("Datums of a like name: " + alike + ". Say in the file, or match, which is meant");
+    return stop("unable to match input datum " + inputDatumName);
+  }
 
   writeLog("Ipath " + calibration.imagePath);
   if (!format->settlesImage) {
@@ -124,7 +127,7 @@ bool readCalibration() {
 bool convertSlots(int first, int count) {
   for (int slot = first; slot < first + count; ++slot) {
     const std::string& name = calibration.points[slot].datumName;
-    const int index = name == wgs84 ? 0 : datumIndexOf(name);
+    const int index = name == wgs84Name ? 0 : datumIndexOf(name);
     if (index != 0) reportDoubtfulDatum(index);
   }
   const std::string problem = convertToWgs84(calibration, first, count, runJournal());
@@ -132,6 +135,9 @@ bool convertSlots(int first, int count) {
 }
 
 bool stopForPoints() {
+  if (calibration.pointCount == 0 && calibration.cornerCount > 0) {
+    showMessage("The file holds corners of the map, but no tie points: view the map and place them");
+  }
   return stop(calibration.imageWidth == 0 ? noImage : "Insufficient points to proceed");
 }
 
@@ -201,7 +207,7 @@ void reportImageName() {
 std::optional<std::string> outputStem(const FormatRow& format) {
   const std::string stem = driver.inputFolder + driver.inputBase;
   if (&format != driver.inputFormat) return stem;
-  const bool datumChanged = inputDatumName != wgs84;
+  const bool datumChanged = inputDatumName != wgs84Name;
   if (format.rewritesInput && datumChanged && preferences.writeWgs84) return stem + "wgs84";
   return std::nullopt;
 }

@@ -119,12 +119,12 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
   for (int slot = first; slot < first + count; ++slot) {
     CalibrationPoint& point = map.points[slot];
     if (!isOnEarth(point)) return notOnEarth(slot, first, point);
-    if (point.datumName == "WGS 84") continue;
+    if (point.datumName == wgs84Name) continue;
     const int index = datumIndexOf(point.datumName);
     if (index == 0) return "unable to match input datum " + point.datumName;
     const CalibrationPoint before = point;
     shiftToWgs84(index, point.latitude, point.longitude);
-    point.datumName = "WGS 84";
+    point.datumName = wgs84Name;
     logShift(before, point, journal);
   }
   return {};

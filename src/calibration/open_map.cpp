@@ -7,6 +7,7 @@
 #include "calibration/messages.h"
 #include "calibration/preferences.h"
 #include "calibration/reference_pair.h"
+#include "geodesy/datum.h"
 
 namespace vellandra {
 namespace {
@@ -34,7 +35,7 @@ OpenMapKeeper::~OpenMapKeeper() {
 void openDerivedMap(const Calibration& map, const std::string& imagePath) {
   replaceCalibration(map);
   calibration.imagePath = imagePath;
-  inputDatumName = "WGS 84";
+  inputDatumName = wgs84Name;
   splitInputPath(imagePath);
   driver.inputPath = imagePath;
   driver.inputFormat = nullptr;

@@ -7,6 +7,7 @@
 
 #include "calibration/messages.h"
 #include "calibration/transform.h"
+#include "geodesy/datum.h"
 #include "support/numbers.h"
 
 namespace vellandra {
@@ -17,7 +18,7 @@ void placeByTransform(Calibration& map, int slot, std::int32_t x, std::int32_t y
   CalibrationPoint& point = map.points[slot];
   point.setPixel(x, y);
   point.setPosition(position.latitude, position.longitude);
-  point.datumName = "WGS 84";
+  point.datumName = wgs84Name;
 }
 
 std::int32_t centroid(const Calibration& map, std::int32_t CalibrationPoint::*pixel) {

@@ -112,7 +112,7 @@ void storeInRange(const std::string& text, NumberRange range, const std::string&
 Preferences defaultPreferences() {
   Preferences defaults;
   defaults.datumsPath = programFolder() + "datums.txt";
-  defaults.unmatchedName = defaults.matchedName = datumColumnName("WGS 84");
+  defaults.unmatchedName = defaults.matchedName = datumColumnName(wgs84Name);
   return defaults;
 }
 

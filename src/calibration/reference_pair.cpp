@@ -88,7 +88,7 @@ GridPosition onPlane(const CalibrationPoint& point, std::int16_t zone) {
   const double lat = point.latitude;
   GridPosition position{};
   LatLongToUtm(lat, point.longitude, zone, position.easting, position.northing);
-  if (lat < 0) position.northing -= 10000000;
+  if (lat < 0) position.northing -= southernFalseNorthing;
   return position;
 }
 

@@ -1,7 +1,6 @@
 #include "formats/imp_file.h"
 
 #include <map>
-#include <optional>
 #include <vector>
 
 #include "calibration/calibration.h"
@@ -19,20 +18,20 @@ namespace {
 
 using Fields = std::vector<std::string_view>;
 
-enum class Kind { geographic, grid };
+enum class Kind { unknown, geographic, grid };
 
 struct ImpFile {
   std::string datum = wgs84Name;
-  std::optional<Kind> byProjection, byCoordinates;
+  Kind byProjection = Kind::unknown, byCoordinates = Kind::unknown;
   std::string unknownProjection;  ///< the name, where it is none of those that are read
   /// By digit, the last line of each; placed at the end, because datum and kind may stand behind them.
   std::map<char, Fields> pointLines;
 };
 
-std::optional<Kind> kindOfProjection(const std::string& name) {
+Kind kindOfProjection(const std::string& name) {
   if (name == "utm") return Kind::grid;
   if (name == "transversal mercator" || name == "automatic") return Kind::geographic;
-  return std::nullopt;
+  return Kind::unknown;
 }
 
 bool isPointKey(std::string_view key) {
@@ -48,7 +47,8 @@ void readLine(std::string_view line, ImpFile& imp) {
   } else if (key == "projection") {
     calibration.projection = lowerCase(field(fields, 2));
     imp.byProjection = kindOfProjection(calibration.projection);
-    imp.unknownProjection = imp.byProjection || calibration.projection.empty() ? "" : std::string(field(fields, 2));
+    imp.unknownProjection =
+        imp.byProjection != Kind::unknown || calibration.projection.empty() ? "" : std::string(field(fields, 2));
   } else if (key == "coordinates" && !value.empty()) {
     imp.byCoordinates = parseNumber(value) == 1 ? Kind::geographic : Kind::grid;
   } else if (key == "bitmapwidth") {
@@ -61,10 +61,10 @@ void readLine(std::string_view line, ImpFile& imp) {
 }
 
 void placePoints(const ImpFile& imp, int datumIndex) {
-  std::optional<Kind> kind = imp.byCoordinates ? imp.byCoordinates : imp.byProjection;
+  Kind kind = imp.byCoordinates != Kind::unknown ? imp.byCoordinates : imp.byProjection;
   // Metres of another grid would give places on the earth as UTM, too: wrong ones.
-  if (kind == Kind::grid && !imp.unknownProjection.empty()) kind.reset();
-  if (!kind && !imp.pointLines.empty()) {
+  if (kind == Kind::grid && !imp.unknownProjection.empty()) kind = Kind::unknown;
+  if (kind == Kind::unknown && !imp.pointLines.empty()) {
     tell("Unknown IMP Projection/Coordinates");
     if (!imp.unknownProjection.empty()) reportUnknownProjection(imp.unknownProjection);
   }

@@ -77,11 +77,10 @@ std::string positionText(double lat, double lon, DegreeFormat format) {
 
 std::string gridText(double lat, double lon) {
   if (InGbGridArea(lat, lon)) {
-    try {
-      return britishGridText(lat, lon);
-    } catch (const SubscriptOutOfRange&) {
-      // The area's south-west corner lies in the sea west of the lettered squares.
-    }
+    double easting = 0, northing = 0;
+    latLongToOsMetres(lat, lon, easting, northing);
+    // West and south of the false origin, in the sea, there are no squares.
+    if (easting >= 0 && northing >= 0) return britishGridText(lat, lon);
   }
   return utmText(lat, lon);
 }

@@ -59,6 +59,43 @@ TEST_F(DriverTest, WrongInputIsToldAndLeavesEveryFileAsItWas) {
       << "a copied line takes more room in the log than in the file";
 }
 
+TEST_F(DriverTest, PanelSaysWhatToDoAboutAFileThatIsNotRead) {
+  const std::pair<std::string, const char*> rows[] = {
+      {mapOn("European", threePoints), "Datums of a like name: EUROPEAN 1950, EUROPEAN 1950 (MEAN"},
+      {mapOn("WGS 84", "MMPXY,1,0,0\r\nMMPLL,1,-3,50\r\n"), "holds corners of the map, but no tie points"},
+      {mapOn("WGS 84", "Point01,xy,1,1,in,deg,,,N,,,W,grid,,600000,200000,N\n", "(SUI) Swiss Grid"),
+       "Points on the projection \"(sui) swiss grid\" cannot be read"},
+      {mapOn("WGS 84", "Point01,xy,1,1,in,deg,,,N,,,W,grid,33,2600000,200000,N\n", "(UTM)"),
+       "Point 1 lies outside the grid: 2600000 200000"},
+  };
+  for (const auto& [content, told] : rows) {
+    calibration.message.clear();
+    EXPECT_FALSE(convert("area.map", content));
+    EXPECT_TRUE(panelHas(told)) << calibration.message;
+  }
+}
+
+TEST_F(DriverTest, ImageIsFoundUnderTheNamesThatTheCalibrationHasBesides) {
+  makeImage("sheet.png", 20, 10);
+  writeTestFile(folder + "readme.png", "no image");
+  const auto named = [](const std::string& name, const std::string& path) {
+    return "OziExplorer\n" + name + "\n" + path + "\n\nWGS 84\n\n\n\nMap Projection,Lat\n" + threePoints;
+  };
+  const std::tuple<const char*, std::string, const char*> rows[] = {
+      {"area.map", named("Created by me", "D:\\maps\\sheet.png"), "sheet.png"},
+      {"area.map", named("Sheet 12 (1998)", "area.map"), "area.png"},
+      {"area.map", named("readme.png", ""), "area.png"},
+      {"area.gmi", "t\nother.png\n400\n300\n0;0;-3;51\n399;0;-2;51\n399;299;-2;50.5\n", "area.png"},
+  };
+  preferences.warnOverwrite = false;
+  for (const auto& [file, content, image] : rows) {
+    calibration.message.clear();
+    EXPECT_TRUE(convert(file, content)) << content;
+    EXPECT_EQ(calibration.imagePath, folder + image) << content;
+    EXPECT_TRUE(panelHas(std::string("taken is ") + image)) << calibration.message;
+  }
+}
+
 TEST_F(DriverTest, MissingFilesAreTold) {
   EXPECT_EQ(runBatch(folder + "none.map"), 1);
   fs::remove(folder + "area.png");

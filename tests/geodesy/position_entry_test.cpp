@@ -29,11 +29,11 @@ TEST(AngleFormat, RoundsOverSixtyIntoTheNextPart) {
 }
 
 // cs2cs -f %.3f +proj=longlat +datum=WGS84 +to +proj=utm +zone=ZONE [+south] +datum=WGS84, and british_grid.txt's
-// command. "NV" lies west of the false origin, "29U" in the grid's area, but west of the lettered squares.
+// command. "29U" lies in the grid's area, but west of its squares.
 TEST(AngleFormat, GridTextChoosesTheGridOfThePlace) {
   const std::tuple<double, double, const char*> rows[] = {{51.503937058, -0.128334346, "TQ 30000 80000"},
                                                           {60.75, -1.25, "HP 40980 07656"},
-                                                          {54.5, -8.5, "NV -20561 31090"},
+                                                          {54.5, -8.5, "29U 532381 6039269"},
                                                           {47.5, 8.25, "32T 443515 5261002"},
                                                           {-34.6, -58.5, "21H 362454 6170291"},
                                                           {81.5, 3, "31x 500000 9049016"},
