@@ -67,6 +67,15 @@ TEST_F(GarminMapTest, TextsToTheLetter) {
   ASSERT_TRUE(WriteGarminCustomMap());
   EXPECT_EQ(between(kml(), "<color>", "<"), (Texts{"80ffffff", "80ffffff"}));
   EXPECT_TRUE(logHas(":Jpeg quality 0\r\n"));
+
+  preferences.gisPrograms = true;
+  openMap("50 %.png", allocate24Bits(100, 100), linearMap(100, 100, 5, 50, 0.001));
+  ASSERT_TRUE(WriteGarminCustomMap());
+  const std::string document = contentOf(folder + "50 %_tiles/doc.kml");
+  EXPECT_NE(document.find("<Document>\r\n<Folder>"), std::string::npos);
+  EXPECT_NE(document.find("</color>\r\n<drawOrder>7</drawOrder>"), std::string::npos);
+  EXPECT_EQ(between(document, "files/", "<"), Texts{"50%20%25_0_0.jpg"});
+  EXPECT_EQ(shell("ogrinfo -q '" + folder + "50 %_tiles/doc.kml' > " + folder + "x"), 0) << "GDAL reads it";
 }
 
 TEST_F(GarminMapTest, KmlIsWellFormedAndKeepsNamesWhateverTheyHold) {
