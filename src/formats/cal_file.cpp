@@ -218,7 +218,7 @@ ReadResult readCal(const std::string& path) {
     tell(reason, "No support");
     return {0, true};
   }
-  const ReadResult result = layout == 1 ? readQv(path) : layout == 2 ? readEdges(path) : readCorners(path);
+  ReadResult result = layout == 1 ? readQv(path) : layout == 2 ? readEdges(path) : readCorners(path);
   logPointCount();
   return result;
 }

@@ -41,16 +41,16 @@ constexpr Qt::Alignment rightAligned = Qt::AlignRight | Qt::AlignVCenter;
 struct Column {
   const char* heading;
   QString (*text)(const ListedPoint& listed);
-  Qt::Alignment alignment;
   const char* longest;  ///< line that it has to hold
+  Qt::Alignment alignment;
   bool stretches = false;
 };
 
 constexpr Column columns[] = {
-    {"Point", [](const ListedPoint& listed) { return QString::number(listed.number); }, leftAligned, "Point"},
-    {"Latitude, longitude", stackedPosition, leftAligned, "W 179\u00B0 59' 59.999\"", true},
-    {"Pixel", pixelText, leftAligned, "00000, 00000"},
-    {"Residual", residualText, rightAligned, "Residual"},
+    {"Point", [](const ListedPoint& listed) { return QString::number(listed.number); }, "Point", leftAligned},
+    {"Latitude, longitude", stackedPosition, "W 179\u00B0 59' 59.999\"", leftAligned, true},
+    {"Pixel", pixelText, "00000, 00000", leftAligned},
+    {"Residual", residualText, "Residual", rightAligned},
 };
 
 QString toolTipOf(const ListedPoint& listed) {
