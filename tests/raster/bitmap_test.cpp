@@ -137,7 +137,7 @@ TEST_F(BitmapTest, NothingButPixelsIsLoaded) {
   using namespace std::string_literals;
   // What other programs put behind so many bytes of a file.
   const std::tuple<std::string, std::size_t, std::string> rows[] = {
-      {"png", 33, "\0\0\0\4tEXta\0b!sum?\0\0\0\1eXIf!sum?\0\0\0\1iCCP!sum?"s},
+      {"png", 33, "\0\0\0\x9tEXtComment\0b*\x96\x8Dr\0\0\0\1eXIf!sum?"s},
       {"jpg", 2, "\xFF\xE1\0\x0A\105xif\0\0II\xFF\xE2\0\4ab\xFF\xFE\0\4hi"s},
       {"gif", 13 + 12, "!\xFE\2hi\0!\xFF\3XMP\1x\0"s}};
   for (const auto& [type, place, strange] : rows) {
