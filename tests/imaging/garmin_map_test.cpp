@@ -193,6 +193,7 @@ TEST_F(GarminMapTest, WhatDevicesTakeIsToldBeforeOrBehindTheSteps) {
     clearPanel();
     ASSERT_TRUE(WriteGarminCustomMap());
     EXPECT_TRUE(person.panel.starts_with(before + "Tiles ")) << person.panel;
+    EXPECT_EQ(panelHas(reduced), before == reduced) << width << " x " << height;
     EXPECT_TRUE(panelHas("Done Garmin Custom map\r\n" + behind)) << person.panel;
   }
 }
@@ -256,6 +257,14 @@ TEST_F(GarminMapTest, WhatCannotBeStartedIsToldAndKeepsTheOldArchiveApart) {
     EXPECT_EQ(contentOf(kept), "old") << program;
   }
   EXPECT_EQ(filesIn("").size(), 6U) << "nothing else is left over";
+
+  preferences.sevenZipPath = "/bin/false";
+  EXPECT_TRUE(WriteGarminCustomMap());
+  EXPECT_TRUE(comesTrue([] {
+    siginfo_t info{};
+    return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0;
+  }));
+  EXPECT_EQ(written("area.kmz.vellandra-old"), "old") << "given up though nothing was packed";
 }
 
 }  // namespace
