@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
+#include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -43,27 +44,30 @@ const Library libraries[] = {
     {"tiff", "raster/"},
 };
 
-/// "file: include" for each include line of the sources that the house forbids.
-std::vector<std::string> forbiddenIncludes() {
-  static const std::regex include(R"re(#include ([<"])([^>"]+)[>"])re");
-  std::vector<std::string> forbidden;
+/// Calls `work` with the path and each line of every source.
+void forEachLine(const std::function<void(const std::string& path, const std::string& line)>& work) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source)) {
     if (!entry.is_regular_file()) continue;
-    const std::string path = fs::relative(entry.path(), source).string();
-    const std::string text = contentOf(entry.path().string());
-    for (std::sregex_iterator i(text.begin(), text.end(), include), end; i != end; ++i) {
-      const std::string header = (*i)[2];
-      bool allowed = true;
-      if ((*i)[1] == "\"") {
-        allowed = mayUse(roomOf(path), roomOf(header));
-      } else {
-        for (const Library& library : libraries) {
-          allowed = allowed && (!header.starts_with(library.header) || path.starts_with(library.home));
-        }
-      }
-      if (!allowed) forbidden.push_back(path + ": " + header);
-    }
+    std::istringstream text(contentOf(entry.path().string()));
+    for (std::string line; std::getline(text, line);) work(fs::relative(entry.path(), source).string(), line);
   }
+}
+
+/// "file: include" for each include line of the sources that the house forbids.
+std::vector<std::string> forbiddenIncludes() {
+  const std::string directive = "#include ";
+  std::vector<std::string> forbidden;
+  forEachLine([&](const std::string& path, const std::string& line) {
+    if (!line.starts_with(directive)) return;
+    const bool isOurs = line[directive.size()] == '"';
+    const std::size_t begin = directive.size() + 1;
+    const std::string header = line.substr(begin, line.find_first_of("\">", begin) - begin);
+    bool allowed = !isOurs || mayUse(roomOf(path), roomOf(header));
+    for (const Library& library : libraries) {
+      allowed = allowed && (isOurs || !header.starts_with(library.header) || path.starts_with(library.home));
+    }
+    if (!allowed) forbidden.push_back(path + ": " + header);
+  });
   return forbidden;
 }
 
@@ -80,19 +84,32 @@ bool tellsEndings(const std::string& literal) {
   return told > 1;
 }
 
-/// "file: literal" for each string literal outside formats that tells what the format table does.
-std::vector<std::string> strayEndings() {
-  static const std::regex comment("//[^\n]*");
-  static const std::regex literal(R"re("((?:[^"\\\n]|\\.)*)")re");
-  std::vector<std::string> stray;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source)) {
-    const std::string path = fs::relative(entry.path(), source).string();
-    if (!entry.is_regular_file() || roomOf(path) == "formats") continue;
-    const std::string text = std::regex_replace(contentOf(entry.path().string()), comment, "");
-    for (std::sregex_iterator i(text.begin(), text.end(), literal), end; i != end; ++i) {
-      if (tellsEndings((*i)[1])) stray.push_back(path + ": " + (*i)[1].str());
+/// The string literals of a line of code, as they are written there.
+std::vector<std::string> literalsOf(const std::string& line) {
+  std::vector<std::string> literals;
+  bool inside = false;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (!inside && line.compare(i, 2, "//") == 0) break;
+    if (line[i] == '"') {
+      inside = !inside;
+      if (inside) literals.emplace_back();
+    } else if (inside) {
+      literals.back() += line[i];
+      if (line[i] == '\\') literals.back() += line[++i];
     }
   }
+  return literals;
+}
+
+/// "file: literal" for each string literal outside formats that tells what the format table does.
+std::vector<std::string> strayEndings() {
+  std::vector<std::string> stray;
+  forEachLine([&](const std::string& path, const std::string& line) {
+    if (roomOf(path) == "formats") return;
+    for (const std::string& literal : literalsOf(line)) {
+      if (tellsEndings(literal)) stray.push_back(path + ": " + literal);
+    }
+  });
   return stray;
 }
 
