@@ -52,9 +52,10 @@ class Operator : public Console {
     if (opened && decode == 0) (decoded ? decode : before) += watch.lap();
     Console::showPanel(message);
   }
-  void showProgress(int done, int total) override {
-    (done == 0 ? quantize : tiles) += watch.lap();
-    Console::showProgress(done, total);
+  void doWork(const std::string& title, const std::function<void()>& work) override {
+    work();
+    if (title == "Rebuilding palette") quantize += watch.lap();
+    if (title == "Writing tiles") tiles += watch.lap();
   }
   Stopwatch watch;
   double before = 0, decode = 0, quantize = 0, tiles = 0;

@@ -125,7 +125,6 @@ class Person : public UserInterface {
   std::optional<std::string> askText(const std::string&, const std::string&) override { return std::nullopt; }
 
   void showPanel(const std::string&) override {}
-  void showProgress(int, int) override {}
   void showBusy(bool) override {}
   void setMenuStates(const MenuStates&) override {}
 

@@ -29,8 +29,9 @@ class ScriptedInterface : public UserInterface {
   std::vector<FilePicker> pickers;
   std::vector<std::string> datumPrompts, datumNames, worldFileLines, worldFileZones, textInitials;
   std::vector<MergeQuestion> mergeQuestions;
-  std::vector<int> progress;  ///< steps done, of `progressTotal`
-  int progressTotal = 0;
+  std::vector<std::string> works;      ///< titles of the pieces of work
+  std::vector<std::int64_t> progress;  ///< steps done of the last one, of `progressTotal`
+  std::int64_t progressTotal = 0;
   std::string panel;
   std::vector<bool> busyStates;
   MenuStates menuStates;
@@ -71,7 +72,15 @@ class ScriptedInterface : public UserInterface {
   }
   void askRectangle(PixelRectangle& part) override { part = take(rectangles).value_or(part); }
   void showPanel(const std::string& message) override { panel = message; }
-  void showProgress(int done, int total) override {
+  void doWork(const std::string& title, const std::function<void()>& work) override {
+    works.push_back(title);
+    progress.clear();
+    ScriptedWork scripted(*this);
+    const AtWork atWork(&scripted);
+    work();
+  }
+  /// May cancel the work, or throw.
+  virtual void showProgress(Work& /*work*/, std::int64_t done, std::int64_t total) {
     progress.push_back(done);
     progressTotal = total;
   }
@@ -86,6 +95,12 @@ class ScriptedInterface : public UserInterface {
   }
 
  private:
+  struct ScriptedWork : Work {
+    explicit ScriptedWork(ScriptedInterface& shown) : person(shown) {}
+    void show(std::int64_t done, std::int64_t total) override { person.showProgress(*this, done, total); }
+    ScriptedInterface& person;
+  };
+
   template <typename T>
   static T take(std::deque<T>& answers, T otherwise = {}) {
     if (answers.empty()) return otherwise;

@@ -79,6 +79,9 @@ bool runCommand(const std::function<bool()>& command) {
   lastTold.clear();
   try {
     return command();
+  } catch (const Cancelled& cancelled) {
+    lastTold = cancelled.what();
+    showMessage(lastTold);
   } catch (const RunTimeError& error) {
     showError(error.what(), error.detail());
   } catch (const std::bad_alloc&) {

@@ -17,8 +17,8 @@ bool endSession();
 void endLog();
 
 /// Runs one command of the person's. What must not happen silently ends it here: "***** Error *****" and the
-/// description go to the panel and the log, and the program goes on. Returns what the command returned, false after an
-/// error.
+/// description go to the panel and the log, and the program goes on. A command that the person cancels ends with
+/// "Cancelled". Returns what the command returned, false after either.
 bool runCommand(const std::function<bool()>& command);
 
 /// What the arguments of the command line ask for.

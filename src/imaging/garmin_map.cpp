@@ -184,9 +184,7 @@ bool pack(const GarminFiles& files) {
   return (!program.empty() && startProgram(command, removeOld)) || stopTiles("Call to 7-Zip failed");
 }
 
-}  // namespace
-
-bool WriteGarminCustomMap() {
+bool writeCustomMap() {
   const std::optional<TileFiles> place = tileFilesOfOpenMap();
   if (!place) return false;
   const GarminFiles files{*place};
@@ -204,7 +202,7 @@ bool WriteGarminCustomMap() {
   if (!setArchiveAside(files)) return stopTiles("unable to write " + files.archivePath());
   // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
   GrowingFile kml(files.kmlPath());
-  const WrittenTiles written = writeTiles(map, *tiles, files, rotation, kml);
+  const WrittenTiles written = writeInWork([&] { return writeTiles(map, *tiles, files, rotation, kml); });
   map.reset();
   if (!written.failure.empty()) {
     noteOldArchive(files);
@@ -217,6 +215,12 @@ bool WriteGarminCustomMap() {
   noteWrittenFiles(written, files.imagesFolder());
   if (!packs || !done) noteOldArchive(files);
   return done;
+}
+
+}  // namespace
+
+bool WriteGarminCustomMap() {
+  return leavingNothingWhenCancelled(writeCustomMap);
 }
 
 }  // namespace vellandra

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "calibration/calibration.h"
+#include "raster/large_images.h"
 #include "support/numbers.h"
 #include "support/paths.h"
 
@@ -58,16 +59,25 @@ std::array<std::uint8_t, 3> cellColor(const Bitmap& image, int x, int y, int wid
 
 }  // namespace
 
+Bitmap asColors(Bitmap image) {
+  if (image.bitsPerPixel() == 24) return image;
+  return runWork("Converting colours", [&image] {
+    Bitmap colors = colorsOf(image);
+    image.reset();
+    return colors;
+  });
+}
+
 bool loadMapImage(const std::string& path) {
   const Busy busy;
   // Before it is read: a change meanwhile is noticed the next time.
   const std::optional<FileStamp> stamp = stampOf(path);
-  const Bitmap loaded = LoadImageByExtension(path);
+  Bitmap loaded = LoadImageByExtension(path);
   if (!loaded) {
     tell("file load error 1");
     return false;
   }
-  Bitmap converted = convertTo24Bits(loaded);
+  Bitmap converted = asColors(std::move(loaded));
   if (!converted) {
     tell("File convert error 1");
     return false;
@@ -116,7 +126,8 @@ Picture pictureOf(const Bitmap& bitmap, int longestSide) {
 }
 
 bool saveMapImage(const std::string& path) {
-  return mapImage.bitmap && SaveImage(ImageFormat::png, mapImage.bitmap, path);
+  return mapImage.bitmap && runWork("Saving " + std::string(fileName(path)),
+                                    [&path] { return SaveImage(ImageFormat::png, mapImage.bitmap, path); });
 }
 
 }  // namespace vellandra

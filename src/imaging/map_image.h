@@ -25,6 +25,9 @@ struct MapImage {
 };
 extern MapImage mapImage;
 
+/// `image` with 24 bits per pixel, in which every step here works; empty when its pixels are no colours.
+Bitmap asColors(Bitmap image);
+
 /// Loads `path` as the map on show. False, with the person told, when it cannot be loaded.
 bool loadMapImage(const std::string& path);
 

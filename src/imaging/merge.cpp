@@ -32,10 +32,6 @@ Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& file
   return {};
 }
 
-Bitmap asColors(Bitmap image) {
-  return image.bitsPerPixel() == 24 ? std::move(image) : convertTo24Bits(image);
-}
-
 constexpr int previewSide = 800;  // pixels
 
 /// The dialog: what it holds, and what its buttons do.
@@ -90,9 +86,9 @@ class Dialog {
     if (!result_.image) return;
     const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
-    userInterface().showBusy(true);
-    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
-    userInterface().showBusy(false);
+    const Bitmap reduced = runWork("Rebuilding palette", [this] {
+      return ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
+    });
     writeLog("Quantize for save");
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;
     unsaved_ = false;
@@ -113,7 +109,7 @@ std::optional<MergeMaps> openMergeMaps() {
   maps.base = asColors(openSide("Open calibration file for base map", maps.sides.a, maps.files));
   if (!maps.base) return std::nullopt;
   Bitmap merge = openSide("Open calibration file for merge map", maps.sides.b, maps.files);
-  maps.mergeOpacity = opacity(merge);
+  maps.mergeOpacity = runWork("Converting colours", [&merge] { return opacity(merge); });
   maps.merge = asColors(std::move(merge));
   if (!maps.merge) return std::nullopt;
   bringLongitudesTogether(maps.sides);
@@ -123,7 +119,7 @@ std::optional<MergeMaps> openMergeMaps() {
 MergedMap mergedMap(const MergeMaps& maps, const std::optional<Canvas>& canvas, float t, unsigned threads) {
   MergedMap result;
   if (canvas) writeLog("Expanding");
-  result.image = canvas ? enlarge(maps.base, *canvas) : clone(maps.base);
+  result.image = runWork("Merging", [&] { return canvas ? enlarge(maps.base, *canvas) : clone(maps.base); });
   if (!result.image) {
     tell("Unable to allocate memory for merged map");
     return {};
@@ -137,7 +133,9 @@ MergedMap mergedMap(const MergeMaps& maps, const std::optional<Canvas>& canvas, 
   }
   result.map = derivedCalibration(maps.sides.a, mapping, result.image.width(), result.image.height());
   result.map.imagePath = "$merge$";
-  mergePixels({result.map, maps.sides.b}, result.image, maps.merge, t, threads, maps.mergeOpacity);
+  runWork("Merging", [&] {
+    mergePixels({result.map, maps.sides.b}, result.image, maps.merge, t, threads, maps.mergeOpacity);
+  });
   writeLog("Merged");
   return result;
 }

@@ -11,6 +11,7 @@
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
 #include "imaging/saved_map.h"
+#include "raster/large_images.h"
 #include "raster/pixel_rectangle.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
@@ -28,11 +29,6 @@ const Bitmap& openImage(Bitmap& loaded) {
   tell("Unable to load map");
   loaded.reset();
   return loaded;
-}
-
-/// Colours in the form that every step here can work on.
-Bitmap asColors(const Bitmap& image) {
-  return image.bitsPerPixel() == 24 ? Bitmap() : convertTo24Bits(image);
 }
 
 bool calibrated() {
@@ -80,9 +76,11 @@ bool rescaleMap() {
   Bitmap loaded;
   const Bitmap& image = openImage(loaded);
   if (!image) return false;
-  const Bitmap colors = asColors(image);
-  const Bitmap scaled = rescale(colors ? colors : image, scaledSide(image.width(), *percentage / 100),
-                                scaledSide(image.height(), *percentage / 100));
+  const Bitmap scaled = runWork("Rescaling", [&] {
+    const Bitmap colors = image.bitsPerPixel() == 24 ? Bitmap() : colorsOf(image);
+    return rescaled(colors ? colors : image, scaledSide(image.width(), *percentage / 100),
+                    scaledSide(image.height(), *percentage / 100));
+  });
   if (!scaled) {
     tell("Unable to allocate memory for rescaled map");
     return false;
@@ -110,8 +108,10 @@ bool cropMap() {
   }
   const std::optional<std::string> path = askWhereToSave(filesOfOpenMap());
   if (!path) return false;
-  Bitmap cropped = copyRectangle(image, part.left, part.top, part.right, part.bottom);
-  if (!canSave(ImageFormat::png, cropped)) cropped = convertTo24Bits(cropped);
+  const Bitmap cropped = runWork("Cropping", [&] {
+    Bitmap cut = copyRectangle(image, part.left, part.top, part.right, part.bottom);
+    return canSave(ImageFormat::png, cut) ? std::move(cut) : colorsOf(cut);
+  });
   if (!cropped) {
     tell("Unable to allocate memory for cropped map");
     return false;

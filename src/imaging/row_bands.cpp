@@ -1,9 +1,10 @@
 #include "imaging/row_bands.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "support/threads.h"
-#include "support/user_interface.h"
+#include "support/work.h"
 
 namespace vellandra {
 
@@ -12,9 +13,9 @@ void forRowBands(int rows, int bandRows, unsigned threads, const std::function<v
   forEachNumber(
       bands, threads, [&](int band) { work(band * bandRows, std::min((band + 1) * bandRows, rows)); },
       [&](int done) {
-        if (done < bands) userInterface().showProgress(done * bandRows, rows);
+        if (done < bands) showProgress(std::int64_t{done} * bandRows, rows);
       });
-  userInterface().showProgress(rows, rows);
+  showProgress(rows, rows);
 }
 
 }  // namespace vellandra

@@ -64,12 +64,14 @@ std::optional<std::string> askWhereToSave(const MapFiles& inUse) {
 bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string& path) {
   OpenMapKeeper previous;
   openDerivedMap(map, path);
-  const EncodedImage encoded = encodeImage(ImageFormat::png, image);
+  const std::string title = "Saving " + std::string(fileName(path));
+  const EncodedImage encoded = runWork(title, [&image] { return encodeImage(ImageFormat::png, image); });
   logMessages(encoded, path);
   const std::string content = mapContentBeside(path);
   const std::string others = fileExists(path) ? otherCalibrationsOf(path) : "";
-  const std::string failed =
-      encoded.bytes.empty() ? path : writeWithCompanion({path, encoded.bytes}, {mapPathBeside(path), content});
+  const std::string failed = encoded.bytes.empty() ? path : runWork(title, [&] {
+    return writeWithCompanion({path, encoded.bytes}, {mapPathBeside(path), content});
+  });
   if (!failed.empty()) {
     tell((failed == path ? "unable to save " : "unable to write ") + failed);
     return false;

@@ -70,6 +70,7 @@ void TileEncoder::workAhead() {
 }
 
 std::optional<EncodedTile> TileEncoder::next() {
+  endIfCancelled();
   workAhead();
   if (ahead_.empty()) return std::nullopt;
   EncodedTile tile = ahead_.front().get();
@@ -78,14 +79,14 @@ std::optional<EncodedTile> TileEncoder::next() {
 }
 
 ColumnProgress::~ColumnProgress() {
-  userInterface().showProgress(across_, across_);
+  showProgress(across_, across_);
 }
 
 void ColumnProgress::atTile(std::int64_t number) {
   const int column = static_cast<int>((number - 1) / down_);
   if (column == column_) return;
   column_ = column;
-  userInterface().showProgress(column, across_);
+  showProgress(column, across_);
 }
 
 }  // namespace vellandra

@@ -9,7 +9,9 @@
 
 #include "imaging/tile_grid.h"
 #include "raster/bitmap.h"
+#include "support/file_changes.h"
 #include "support/threads.h"
+#include "support/user_interface.h"
 
 namespace vellandra {
 
@@ -63,6 +65,18 @@ class TileEncoder {
   std::deque<std::future<EncodedTile>> ahead_;
   Workers workers_;
 };
+
+/// The result of `write`, which writes tiles, done as a piece of work. When it is cancelled none of them is left.
+template <typename Write>
+auto writeInWork(const Write& write) -> decltype(write()) {
+  return runWork("Writing tiles", [&write] {
+    return leavingNothingWhenCancelled([&write] {
+      auto written = write();
+      settleWork();
+      return written;
+    });
+  });
+}
 
 /// Shows the column that is worked on, and ends the display with its owner.
 class ColumnProgress {

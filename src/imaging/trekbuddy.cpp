@@ -41,9 +41,7 @@ std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles&
   return list.close() ? std::string() : "unable to write " + list.path();
 }
 
-}  // namespace
-
-bool WriteTrekBuddyTiles() {
+bool writeTileSet() {
   const std::optional<TileFiles> files = tileFilesOfOpenMap();
   if (!files) return false;
   const TileGrid grid = trekBuddyTileGrid(calibration.imageWidth, calibration.imageHeight,
@@ -57,11 +55,17 @@ bool WriteTrekBuddyTiles() {
   if (!map) return false;
   // Opened before the first tile, so that a list of an earlier run never stays beside tiles of this one.
   GrowingFile list(files->tilesFolder() + "/" + files->base + ".set");
-  const std::string failure = writeTiles(map, grid, *files, setFolder, list);
+  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list); });
   map.reset();
   if (!failure.empty()) return stopTiles(failure);
   showMessage("Tiles and .map file written");
   return true;
+}
+
+}  // namespace
+
+bool WriteTrekBuddyTiles() {
+  return leavingNothingWhenCancelled(writeTileSet);
 }
 
 }  // namespace vellandra

@@ -18,6 +18,7 @@
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/numbers.h"
+#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -55,23 +56,35 @@ void divertMessages() {
   static_cast<void>(diverted);
 }
 
-/// Runs `work`; what it yields is null or empty when it fails, also when memory runs out inside the library.
-template <typename Work>
-auto guarded(const Work& work) -> decltype(work()) {
+/// Runs `call`; what it yields is null or empty when it fails, also when memory runs out inside the library.
+template <typename Call>
+auto guarded(const Call& call) -> decltype(call()) {
   divertMessages();
   try {
-    return work();
+    return call();
+  } catch (const Cancelled&) {
+    throw;
   } catch (const std::exception& error) {
     LibraryMessages::add(error.what());
-    return {};
+  } catch (const char* text) {
+    LibraryMessages::add(text);
   }
+  return {};
+}
+
+/// Ends a call of the library in the way in which its own plug-ins do, which then take away what they have begun.
+[[noreturn]] void giveUp(const char* why) {
+  throw why;
 }
 
 // The library puts the names of files it opens itself into a message buffer of fixed size, which long paths overflow.
 // So it is given files that are open already.
 unsigned readProc(void* buffer, unsigned size, unsigned count, fi_handle parts) {
+  auto& stream = *static_cast<ImageParts*>(parts);
+  if (isCancelled()) giveUp("Cancelled");
+  showProgress(stream.tell(), stream.size());
   const std::size_t wanted = std::size_t{size} * count;
-  const std::size_t length = static_cast<ImageParts*>(parts)->read(buffer, wanted);
+  const std::size_t length = stream.read(buffer, wanted);
   // At the end of a file that is cut off the library goes on with what its buffer holds.
   std::memset(static_cast<char*>(buffer) + length, 0, wanted - length);
   return size == 0 ? 0 : static_cast<unsigned>(length / size);
@@ -81,6 +94,15 @@ int seekProc(fi_handle parts, long offset, int origin) {
 }
 long tellProc(fi_handle parts) {
   return static_cast<ImageParts*>(parts)->tell();
+}
+unsigned writeProc(void* buffer, unsigned size, unsigned count, fi_handle bytes) {
+  if (isCancelled()) giveUp("Cancelled");
+  try {
+    static_cast<std::string*>(bytes)->append(static_cast<const char*>(buffer), std::size_t{size} * count);
+  } catch (const std::exception&) {
+    giveUp("no memory for the encoded image");
+  }
+  return count;
 }
 
 /// Takes away what is not pixels.
@@ -102,7 +124,9 @@ Bitmap decode(ImageFormat format, ImageParts& parts) {
   parts.seek(0, SEEK_SET);
   FIBITMAP* image = guarded([&] { return FreeImage_LoadFromHandle(identifier(format), &io, &parts, 0); });
   strip(image);
-  return Access::own(image);
+  Bitmap bitmap = Access::own(image);
+  endIfCancelled();
+  return bitmap;
 }
 
 /// The hourglass, for as long as this lives.
@@ -125,6 +149,37 @@ RGBQUAD toLibrary(const PixelColor& color) {
   quad.rgbBlue = color.blue;
   quad.rgbReserved = color.reserved;
   return quad;
+}
+
+/// The colours of a palette as `ColorQuantizeEx` is asked for them.
+struct PaletteWish {
+  QuantizeMethod method;
+  int size, reserveSize;
+  std::vector<RGBQUAD> reserved;
+};
+
+Bitmap reduceByLibrary(const Bitmap& colors, PaletteWish& wish) {
+  FIBITMAP* reduced =
+      FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(wish.method), wish.size,
+                                wish.reserveSize, wish.reserved.empty() ? nullptr : wish.reserved.data());
+  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
+  if (reduced != nullptr) {
+    RGBQUAD* palette = FreeImage_GetPalette(reduced);
+    std::fill(palette + wish.size, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+  }
+  return Access::own(reduced, wish.size);
+}
+
+/// `colors`, of 24 bits, reduced by the library; from a copy where a person may cancel it, which the library cannot.
+Bitmap reduceWhole(const Bitmap& colors, PaletteWish& wish) {
+  if (currentWork() == nullptr) return reduceByLibrary(colors, wish);
+  const auto copy = std::make_shared<Bitmap>(clone(colors));
+  if (!*copy) return {};
+  return leavable([copy, wish]() mutable {
+    std::vector<std::string> said;  // not to the log, which belongs to one thread
+    const LibraryMessages messages(said);
+    return reduceByLibrary(*copy, wish);
+  });
 }
 
 unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
@@ -193,7 +248,9 @@ Bitmap LoadQuantized(const std::string& path) {
   const Busy busy;
   Bitmap loaded = LoadImageByExtension(path);
   showMessage("Rebuilding palette, please wait...");
-  Bitmap reduced = ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, reducedColors, 0);
+  Bitmap reduced = runWork("Rebuilding palette", [&loaded] {
+    return ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, reducedColors, 0);
+  });
   if (reduced) return reduced;
   showMessage(path + "already quantized");
   return loaded;
@@ -213,20 +270,10 @@ Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource,
     source = &bitmap;
   }
   if (!*source) return {};
-  paletteSize = std::clamp(paletteSize, 2, 256);
-  std::vector<RGBQUAD> reserved;
-  for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
-  reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
-  FIBITMAP* reduced = guarded([&] {
-    return FreeImage_ColorQuantizeEx(Access::image(*source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
-                                     reserveSize, reserved.empty() ? nullptr : reserved.data());
-  });
-  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
-  if (reduced != nullptr) {
-    RGBQUAD* palette = FreeImage_GetPalette(reduced);
-    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
-  }
-  return Access::own(reduced, paletteSize);
+  PaletteWish wish{method, std::clamp(paletteSize, 2, 256), 0, {}};
+  for (const PixelColor& color : reservePalette) wish.reserved.push_back(toLibrary(color));
+  wish.reserveSize = std::clamp(reserveSize, 0, Min(wish.size, static_cast<int>(wish.reserved.size())));
+  return guarded([&] { return reduceWhole(*source, wish); });
 }
 
 bool canSave(ImageFormat format, const Bitmap& bitmap) {
@@ -241,16 +288,14 @@ EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
   if (!bitmap) return encoded;
   const LibraryMessages messages(encoded.messages);
   encoded.bytes = guarded([&] {
-    using Memory = std::unique_ptr<FIMEMORY, decltype([](FIMEMORY* memory) { FreeImage_CloseMemory(memory); })>;
-    const Memory memory(FreeImage_OpenMemory());
-    BYTE* bytes = nullptr;
-    DWORD length = 0;
-    if (!memory || FreeImage_SaveToMemory(identifier(format), Access::image(bitmap), memory.get(), flags) == FALSE ||
-        FreeImage_AcquireMemory(memory.get(), &bytes, &length) == FALSE) {
-      return std::string();
-    }
-    return std::string(reinterpret_cast<const char*>(bytes), length);
+    std::string bytes;
+    FreeImageIO io{nullptr, writeProc, nullptr, [](fi_handle written) {
+                     return static_cast<long>(static_cast<const std::string*>(written)->size());
+                   }};
+    const bool whole = FreeImage_SaveToHandle(identifier(format), Access::image(bitmap), &io, &bytes, flags) != FALSE;
+    return whole ? bytes : std::string();
   });
+  endIfCancelled();
   return encoded;
 }
 

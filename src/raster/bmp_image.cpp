@@ -4,6 +4,7 @@
 
 #include "raster/bmp_header.h"
 #include "raster/decoders.h"
+#include "support/work.h"
 
 namespace vellandra {
 namespace {
@@ -70,6 +71,7 @@ class Decoder {
     const auto length = static_cast<std::size_t>((header_.width * header_.bits + 31) / 32 * 4);
     std::vector<unsigned char> line(length);
     for (int y = 0; y < bitmap_.height(); ++y) {
+      beginRow(y);
       const std::int64_t position = header_.pixels + static_cast<std::int64_t>(length) * y;
       const std::size_t count = file_.read(position, line.data(), length);
       std::fill(line.begin() + static_cast<std::ptrdiff_t>(count), line.end(), std::uint8_t{0});
@@ -90,7 +92,7 @@ class Decoder {
         return true;
       } else if (value == endOfLine) {
         x_ = 0;
-        ++y_;
+        beginRow(++y_);
       } else if (value == delta) {
         x_ += std::max(next(), 0);
         y_ += std::max(next(), 0);
@@ -107,6 +109,11 @@ class Decoder {
   /// Rows as they come in the file.
   std::span<std::uint8_t> row(std::int64_t y) {
     return bitmap_.row(static_cast<int>(header_.isTopDown ? y : header_.height - 1 - y));
+  }
+
+  void beginRow(std::int64_t y) const {
+    endIfCancelled();
+    showProgress(y, header_.height);
   }
 
   void takeRow(const std::vector<unsigned char>& line, std::span<std::uint8_t> pixels) {

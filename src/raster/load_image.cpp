@@ -5,6 +5,8 @@
 #include "raster/library_messages.h"
 #include "support/errors.h"
 #include "support/numbers.h"
+#include "support/paths.h"
+#include "support/user_interface.h"
 
 namespace vellandra {
 namespace {
@@ -40,8 +42,10 @@ Bitmap LoadImageByExtension(const std::string& path) {
   if (size.width > largestSide || size.height > largestSide) {
     throw Overflow("image " + path + " is " + sizeText(size.width, size.height) + ", past 32767 pixels");
   }
-  const LibraryMessages messages(path);
-  DecodedImage decoded = decode(type->format, file, size);
+  DecodedImage decoded = runWork("Loading " + std::string(fileName(path)), [&] {
+    const LibraryMessages messages(path);
+    return decode(type->format, file, size);
+  });
   if (!decoded.bitmap) {
     return noImage(path, "the image cannot be decoded" + (decoded.reason.empty() ? "" : ": " + decoded.reason));
   }

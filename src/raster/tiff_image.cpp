@@ -9,6 +9,7 @@
 #include "raster/decoders.h"
 #include "raster/library_messages.h"
 #include "raster/tiff_layout.h"
+#include "support/work.h"
 
 namespace vellandra {
 namespace {
@@ -19,6 +20,7 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::uint64_t largestStrip = 64U << 20;
 
 tmsize_t readProc(thandle_t parts, void* buffer, tmsize_t size) {
+  if (isCancelled()) return 0;
   return static_cast<tmsize_t>(static_cast<ImageParts*>(parts)->read(buffer, static_cast<std::size_t>(size)));
 }
 tmsize_t writeProc(thandle_t, void*, tmsize_t) {
@@ -51,10 +53,13 @@ class Pieces {
     for (int plane = 0; plane < planes; ++plane) {
       for (std::uint32_t y = 0; y < layout_.height; y += layout_.pieceHeight) {
         const std::uint32_t rows = std::min(layout_.pieceHeight, layout_.height - y);
+        showProgress(std::int64_t{plane} * layout_.height + y, std::int64_t{planes} * layout_.height);
         for (std::uint32_t x = 0; x < layout_.width; x += layout_.pieceWidth) {
           const std::uint32_t count = std::min(layout_.pieceWidth, layout_.width - x);
+          endIfCancelled();
           bool isGood = isReadByRows_ || read(x, y, rows, plane);
           for (std::uint32_t row = 0; row < rows; ++row) {
+            if (isReadByRows_) endIfCancelled();
             if (isReadByRows_) isGood = readRow(y + row, plane, isGood);
             take(plane, x, y + row, buffer_.data() + (isReadByRows_ ? 0 : row * rowLength_), count);
           }
@@ -321,6 +326,8 @@ DecodedImage decodeByLibtiff(TIFF* tiff, const TiffLayout& layout) {
   const std::uint32_t band = std::min(layout.pieceHeight, layout.height);
   std::vector<std::uint32_t> raster(std::size_t{layout.width} * band);
   for (std::uint32_t y = 0; y < layout.height; y += band) {
+    endIfCancelled();
+    showProgress(y, layout.height);
     const std::uint32_t rows = std::min(band, layout.height - y);
     std::ranges::fill(raster, 0U);
     image.row_offset = static_cast<int>(y);
@@ -359,7 +366,10 @@ DecodedImage decodeTiff(ImageFile& file, const ImageSize& size) {
     layout.photometric = PHOTOMETRIC_RGB;
   }
   if (const std::string problem = problemOf(tiff.get(), layout); !problem.empty()) return {{}, problem};
-  return isConvertedByLibrary(layout) ? decodeByLibtiff(tiff.get(), layout) : decodeSamples(tiff.get(), layout);
+  DecodedImage decoded =
+      isConvertedByLibrary(layout) ? decodeByLibtiff(tiff.get(), layout) : decodeSamples(tiff.get(), layout);
+  endIfCancelled();
+  return decoded;
 }
 
 }  // namespace vellandra

@@ -15,6 +15,8 @@
 #include <utility>
 
 #include "support/errors.h"
+#include "support/file_changes.h"
+#include "support/work.h"
 
 namespace vellandra {
 namespace {
@@ -170,9 +172,15 @@ class PreparedFile {
 
   const std::string& place() const { return place_; }
 
-  /// False when not all of `content` comes to the disk.
+  /// False when not all of `content` comes to the disk. Throws Cancelled.
   bool write(std::string_view content) {
-    return hidden_.file && writeAll(hidden_.file.get(), content) && ::fsync(hidden_.file.get()) == 0;
+    constexpr std::size_t piece = std::size_t{4} << 20;
+    for (std::string_view rest = content; hidden_.file && !rest.empty();
+         rest.remove_prefix(std::min(piece, rest.size()))) {
+      endIfCancelled();
+      if (!writeAll(hidden_.file.get(), rest.substr(0, piece))) return false;
+    }
+    return hidden_.file && ::fsync(hidden_.file.get()) == 0;
   }
 
   /// The descriptor of the file, which has its place now; none when that fails.
@@ -244,7 +252,7 @@ bool fileExists(const std::string& path) {
 
 bool makeFolder(const std::string& path) {
   struct stat status {};
-  if (::mkdir(path.c_str(), 0777) == 0) return true;
+  if (FileChanges::noteFolder(path) && ::mkdir(path.c_str(), 0777) == 0) return true;
   return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
@@ -254,7 +262,7 @@ void setFilesInUse(std::function<std::vector<std::string>()> files) {
 
 bool writeWholeFile(const std::string& path, std::string_view content) {
   PreparedFile file(path);
-  return file.write(content) && file.putInPlace();
+  return file.write(content) && FileChanges::noteFile(file.place()) && file.putInPlace();
 }
 
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion) {
@@ -278,7 +286,8 @@ std::string writeWithCompanion(const FileContent& file, const FileContent& compa
 }
 
 GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {
-  descriptor_ = PreparedFile(path_).putInPlace().release();
+  PreparedFile file(path_);
+  if (FileChanges::noteFile(file.place())) descriptor_ = file.putInPlace().release();
 }
 
 GrowingFile::~GrowingFile() {

@@ -10,6 +10,53 @@ std::thread (*startThread)(std::function<void()>) = [](std::function<void()> wor
   return std::thread(std::move(work));
 };
 
+namespace {
+
+/// The threads that were left to themselves.
+class Leavables {
+ public:
+  ~Leavables() {
+    std::unique_lock lock(mutex_);
+    ended_.wait(lock, [this] { return count_ == 0; });
+  }
+  void begin() {
+    const std::lock_guard lock(mutex_);
+    ++count_;
+  }
+  void end() {
+    const std::lock_guard lock(mutex_);
+    --count_;
+    ended_.notify_all();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable ended_;
+  int count_ = 0;
+};
+
+Leavables& leavables() {
+  static Leavables threads;
+  return threads;
+}
+
+}  // namespace
+
+bool startLeavable(std::function<void()> task) {
+  leavables().begin();
+  try {
+    startThread([task = std::move(task)]() mutable {
+      task();
+      task = nullptr;  // what it holds goes before the program can end
+      leavables().end();
+    }).detach();
+  } catch (const std::exception&) {
+    leavables().end();
+    return false;
+  }
+  return true;
+}
+
 unsigned coreCount() {
   return std::max(1U, std::thread::hardware_concurrency());
 }
@@ -59,6 +106,7 @@ void forEachNumber(int count, unsigned threads, const std::function<void(int)>& 
   const auto doNext = [&] {
     const int number = next.fetch_add(1);
     if (number >= count) return false;
+    endIfCancelled();
     work(number);
     ++done;
     return true;

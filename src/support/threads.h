@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -9,6 +10,8 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "support/work.h"
 
 namespace vellandra {
 
@@ -31,12 +34,15 @@ class Workers {
   unsigned count() const { return static_cast<unsigned>(threads_.size()); }
 
   /// Has `task` done, in the order of the calls: by a thread or, when there is none, by the caller when it asks for the
-  /// result. What `task` throws comes out of the future.
+  /// result; as a part of the work that the caller has a part in. What `task` throws comes out of the future.
   template <typename Task>
   auto run(Task task) -> std::future<decltype(task())> {
     if (threads_.empty()) return std::async(std::launch::deferred, std::move(task));
     const auto packaged = std::make_shared<std::packaged_task<decltype(task())()>>(std::move(task));
-    add([packaged] { (*packaged)(); });
+    add([packaged, work = currentWork()] {
+      const AtWork atWork(work);
+      (*packaged)();
+    });
     return packaged->get_future();
   }
 
@@ -51,10 +57,30 @@ class Workers {
   std::vector<std::thread> threads_;
 };
 
+/// Starts `task` on a thread that nobody joins; the end of the program waits for it. False when there is no thread.
+bool startLeavable(std::function<void()> task);
+
+/// Has `task` done, and does not wait for it any longer when the work under way is cancelled: for calls into libraries
+/// that nothing can end. It then goes on by itself, so it has to own all that it works on.
+template <typename Task>
+auto leavable(Task task) -> decltype(task()) {
+  if (currentWork() == nullptr) return task();
+  auto packaged = std::make_shared<std::packaged_task<decltype(task())()>>(std::move(task));
+  auto result = packaged->get_future();
+  if (startLeavable([packaged] { (*packaged)(); })) {
+    packaged.reset();
+    constexpr std::chrono::milliseconds look{20};
+    while (result.wait_for(look) != std::future_status::ready) endIfCancelled();
+  } else {
+    (*packaged)();
+  }
+  return result.get();
+}
+
 /// Calls `work` with each number from 0 to `count` - 1, in order of their beginning, on up to `threads` threads, of
 /// which the caller's is one; `work` must not share anything that it changes between numbers. `progress`, called on the
-/// caller's thread, gets how many of them are done. What either throws is thrown again when all threads have stopped,
-/// which they do after the number they are at.
+/// caller's thread, gets how many of them are done. What either throws, and Cancelled when the work under way is, is
+/// thrown again when all threads have stopped, which they do after the number they are at.
 void forEachNumber(int count, unsigned threads, const std::function<void(int)>& work,
                    const std::function<void(int)>& progress = {});
 

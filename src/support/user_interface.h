@@ -1,9 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
+
+#include "support/work.h"
 
 namespace vellandra {
 
@@ -89,8 +94,10 @@ class UserInterface {
   /// The whole text of the message panel, each line ended by CR LF.
   virtual void showPanel(const std::string& message) = 0;
 
-  /// `done` of `total` steps of a long piece of work; `total` steps done ends the display.
-  virtual void showProgress(int /*done*/, int /*total*/) {}
+  /// Does `work`, which may take long and must not call the port, and returns when it is done; throws what it throws,
+  /// Cancelled when the person ended it. Beside the work a window goes on living, shows `title` and the progress, and
+  /// takes nothing but Cancel. Call it through `runWork` below.
+  virtual void doWork(const std::string& /*title*/, const std::function<void()>& work) { work(); }
 
   /// The pointer becomes an hourglass while work without steps goes on, and normal again.
   virtual void showBusy(bool /*busy*/) {}
@@ -105,6 +112,19 @@ class UserInterface {
 /// The implementation in use; `setUserInterface` must have been called before.
 UserInterface& userInterface();
 void setUserInterface(UserInterface& implementation);
+
+/// The result of `task`, done as `UserInterface::doWork` has it; in place when it is a part of work under way.
+template <typename Task>
+auto runWork(const std::string& title, const Task& task) -> decltype(task()) {
+  if (currentWork() != nullptr) return task();
+  if constexpr (std::is_void_v<decltype(task())>) {
+    userInterface().doWork(title, task);
+  } else {
+    std::optional<decltype(task())> result;
+    userInterface().doWork(title, [&] { result.emplace(task()); });
+    return std::move(*result);
+  }
+}
 
 /// Asks `text` with OK and Cancel; true on OK.
 bool askOkCancel(const std::string& text, const std::string& title = "Vellandra");

@@ -105,8 +105,7 @@ TEST_F(MergePixelsTest, ThreadsDoNotShow) {
     std::string bytes;
     for (const unsigned threads : {1U, 2U, 7U}) {
       Bitmap canvas = picture(sides.a.imageWidth, sides.a.imageHeight, 4);
-      person.progress.clear();
-      mergePixels(sides, canvas, other, 0.3F, threads);
+      runWork("Merging", [&] { mergePixels(sides, canvas, other, 0.3F, threads); });
       if (bytes.empty()) bytes = bytesOf(canvas);
       EXPECT_TRUE(bytes == bytesOf(canvas)) << threads;
       EXPECT_TRUE(std::is_sorted(person.progress.begin(), person.progress.end()));
