@@ -19,9 +19,10 @@ void CalibrationPoint::setPixel(std::int32_t x, std::int32_t y) {
   hasPixel = true;
 }
 
-void CalibrationPoint::setPosition(double lat, double lon) {
+void CalibrationPoint::setPosition(double lat, double lon, const PointGrid& givenIn) {
   latitude = lat;
   longitude = lon;
+  grid = givenIn;
   hasPosition = true;
 }
 

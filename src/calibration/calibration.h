@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "geodesy/point_grid.h"
 #include "support/errors.h"
 
 namespace vellandra {
@@ -37,11 +38,12 @@ struct CalibrationPoint {
   std::int32_t pixelX = 0, pixelY = 0;
   double latitude = 0, longitude = 0;
   std::string datumName;                       ///< of the position, trimmed; empty when it is not known
+  PointGrid grid;                              ///< in which the position was given, on its datum before any shift
   bool hasPixel = false, hasPosition = false;  ///< which halves of the slot the reader has filled
   bool givenTwice = false;                     ///< the file holds more than one line for the slot; the last one counts
 
   void setPixel(std::int32_t x, std::int32_t y);
-  void setPosition(double lat, double lon);
+  void setPosition(double lat, double lon, const PointGrid& givenIn = {});
   bool isComplete() const { return hasPixel && hasPosition; }
   bool isEmpty() const { return !hasPixel && !hasPosition; }
 };

@@ -133,14 +133,4 @@ void reportDoubtfulDatum(int index) {
               " in datums.txt does not hold five numbers parted by blanks behind the ellipsoid");
 }
 
-void shiftToWgs84(int index, double& lat, double& lon) {
-  const auto i = static_cast<std::size_t>(index);
-  const double before = lon;
-  lon -= 360 * std::round(lon / 360);  // the shift knows longitudes within a half turn
-  double height = 0;
-  DatumToWgs84(datumTable.dA[i], datumTable.dF[i], lat, lon, height, datumTable.dX[i], datumTable.dY[i],
-               datumTable.dZ[i]);
-  lon += 360 * std::round((before - lon) / 360);
-}
-
 }  // namespace vellandra

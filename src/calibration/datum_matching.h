@@ -34,8 +34,4 @@ int datumIndexOf(const std::string& name);
 /// Tells on the panel, once for each loaded table, when the row `index` does not hold what a shift needs.
 void reportDoubtfulDatum(int index);
 
-/// Shifts a position (degrees) from datum `index` of the table to WGS 84. The longitude comes out within 180 degrees of
-/// the one that went in.
-void shiftToWgs84(int index, double& lat, double& lon);
-
 }  // namespace vellandra

@@ -124,6 +124,7 @@ std::string convertToWgs84(Calibration& map, int first, int count, const Journal
     if (index == 0) return "unable to match input datum " + point.datumName;
     const CalibrationPoint before = point;
     shiftToWgs84(index, point.latitude, point.longitude);
+    point.grid.datum = point.datumName;
     point.datumName = wgs84Name;
     logShift(before, point, journal);
   }

@@ -113,7 +113,8 @@ void placePoints(const Rectangle& r) {
   for (const GridPoint& point : {r.first, others[0], others[1], r.opposite}) {
     const Position position = onEarth(point.position, r.inDegrees);
     c.points[++slot].setPixel(roundToInt32(point.x), roundToInt32(c.imageHeight - 1 - point.y));
-    c.points[slot].setPosition(position.latitude, position.longitude);
+    c.points[slot].setPosition(position.latitude, position.longitude,
+                               {.grid = r.inDegrees ? EntryGrid::degrees : EntryGrid::british});
   }
   c.pointCount = 4;
 }

@@ -79,7 +79,8 @@ void readUtm(int slot, int datumIndex, std::string_view zone, bool southern, std
   double lon = 0;
   UtmToLatLong(static_cast<std::int16_t>(zoneNumber), fromEquator, metresEast, datumTable.dA[datum],
                datumTable.dF[datum], lat, lon);
-  calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].setPosition(
+      lat, lon, {.grid = EntryGrid::utm, .zone = static_cast<std::int16_t>(zoneNumber), .southern = southern});
 }
 
 void readBritishGrid(int slot, std::string_view letters, std::string_view easting, std::string_view northing) {
@@ -93,7 +94,7 @@ void readBritishGrid(int slot, std::string_view letters, std::string_view eastin
   double lat = 0;
   double lon = 0;
   OsGridToLatLong(square, metresNorth, metresEast, lat, lon);
-  calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].setPosition(lat, lon, {.grid = EntryGrid::british});
   calibration.points[slot].datumName = wgs84Name;
 }
 
@@ -109,7 +110,7 @@ void readIrishGrid(int slot, std::string_view letter, std::string_view easting, 
   double lat = 0;
   double lon = 0;
   IrishGridToLatLong(square, metresEast, metresNorth, lat, lon);
-  calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].setPosition(lat, lon, {.grid = EntryGrid::irish});
 }
 
 void logPointCount() {

@@ -107,14 +107,17 @@ void placePoint(int slot, const WorldFileTerms& t, const Grid& grid) {
   const double mapY = t.D * x + t.E * y + t.F;
   double lat = mapY;
   double lon = mapX;
+  PointGrid givenIn;
   if (grid.kind == Grid::Kind::utm) {
     const auto datum = static_cast<std::size_t>(grid.datumIndex);
     UtmToLatLong(grid.zone, mapY - (grid.southern ? southernFalseNorthing : 0), mapX, datumTable.dA[datum],
                  datumTable.dF[datum], lat, lon);
+    givenIn = {.grid = EntryGrid::utm, .zone = grid.zone, .southern = grid.southern};
   } else if (grid.kind == Grid::Kind::british) {
     OsGridToLatLong("SV", mapY, mapX, lat, lon);
+    givenIn.grid = EntryGrid::british;
   }
-  calibration.points[slot].setPosition(lat, lon);
+  calibration.points[slot].setPosition(lat, lon, givenIn);
   writeLog("lat " + formatGeneral(lat) + " lon " + formatGeneral(lon));
 }
 

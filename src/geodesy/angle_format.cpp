@@ -22,15 +22,13 @@ double roundedUnits(double angle, double unitsPerDegree) {
   return parseNumber(formatNumber(std::abs(angle) * unitsPerDegree, "0"));
 }
 
-Parts degreesAndMinutes(double angle) {
-  constexpr double unitsPerMinute = 10000;
+Parts degreesAndMinutes(double angle, double unitsPerMinute) {
   const double units = roundedUnits(angle, 60 * unitsPerMinute);
   return {angle < 0 && units > 0, std::floor(units / (60 * unitsPerMinute)),
           std::fmod(units, 60 * unitsPerMinute) / unitsPerMinute, 0};
 }
 
-Parts degreesMinutesAndSeconds(double angle) {
-  constexpr double unitsPerSecond = 100;
+Parts degreesMinutesAndSeconds(double angle, double unitsPerSecond) {
   const double units = roundedUnits(angle, 3600 * unitsPerSecond);
   const double inDegree = std::fmod(units, 3600 * unitsPerSecond);
   return {angle < 0 && units > 0, std::floor(units / (3600 * unitsPerSecond)),
@@ -39,7 +37,7 @@ Parts degreesMinutesAndSeconds(double angle) {
 
 std::string angleText(double angle, DegreeFormat format, const char* positive, const char* negative) {
   const bool seconds = format == DegreeFormat::degreesMinutesSeconds;
-  const Parts parts = seconds ? degreesMinutesAndSeconds(angle) : degreesAndMinutes(angle);
+  const Parts parts = seconds ? degreesMinutesAndSeconds(angle, 100) : degreesAndMinutes(angle, 10000);
   std::string text = parts.negative ? negative : positive;
   text += " " + formatNumber(parts.degrees, "##0") + "\u00B0 ";
   if (!seconds) return text + formatNumber(parts.minutes, "00.0000") + "'";
@@ -73,6 +71,21 @@ std::string positionText(double lat, double lon, DegreeFormat format) {
     return formatNumber(lat, "###0.00000") + " " + formatNumber(lon, "###0.00000");
   }
   return angleText(lat, format, "N", "S") + angleText(lon, format, "  E", "  W");
+}
+
+std::string typedAngle(double angle, DegreeFormat format, const char* positive, const char* negative) {
+  const auto number = [](double value, const char* pattern) {
+    std::string text = formatNumber(value, pattern);
+    if (text.ends_with('.')) text.pop_back();
+    return text;
+  };
+  if (format == DegreeFormat::decimalDegrees) return number(angle, "0.#######");
+  const bool seconds = format == DegreeFormat::degreesMinutesSeconds;
+  const Parts parts = seconds ? degreesMinutesAndSeconds(angle, 1000) : degreesAndMinutes(angle, 100000);
+  return formatNumber(parts.degrees, "0") + " " +
+         (seconds ? formatNumber(parts.minutes, "00") + " " + number(parts.seconds, "00.###")
+                  : number(parts.minutes, "00.#####")) +
+         " " + (parts.negative ? negative : positive);
 }
 
 std::string gridText(double lat, double lon) {

@@ -14,6 +14,9 @@ double withinHalfTurn(double lon);
 /// "N 51° 30.4440'  W 0° 07.6680'" or "N 51° 30' 26.64"  W 0° 07' 40.08"". Throws Overflow when one is not finite.
 std::string positionText(double lat, double lon, DegreeFormat format);
 
+/// One angle as it is typed, to a centimetre: "51.5074", "51 30.444 N" or "51 30 26.64 N".
+std::string typedAngle(double angle, DegreeFormat format, const char* positive, const char* negative);
+
 /// What stands beside the position, both on WGS 84: "TQ 30000 80000" inside the British grid's area, elsewhere UTM as
 /// "31U 448251 5411932" (no band letter south of 80 S). Throws Overflow when `lat` or `lon` is not finite.
 std::string gridText(double lat, double lon);

@@ -48,6 +48,16 @@ void addRow(DatumTable& table, std::string_view line) {
   table.doubtful[i] = !numbers || std::abs(table.dF[i]) > largestFlatteningDifference;
 }
 
+void shiftBy(decltype(DatumToWgs84) shift, int index, double& lat, double& lon) {
+  if (index == 0) return;
+  const auto i = static_cast<std::size_t>(index);
+  const double before = lon;
+  lon -= 360 * std::round(lon / 360);  // the shift knows longitudes within a half turn
+  double height = 0;
+  shift(datumTable.dA[i], datumTable.dF[i], lat, lon, height, datumTable.dX[i], datumTable.dY[i], datumTable.dZ[i]);
+  lon += 360 * std::round((before - lon) / 360);
+}
+
 }  // namespace
 
 DatumTable datumTable;
@@ -125,6 +135,14 @@ void Wgs84ToDatum(double dA, double dF, double& lat, double& lon, double& h, dou
   GeodeticToGeocentric(wgs84A, 1 / wgs84Flattening, lat, lon, h, X, Y, Z);
   GeocentricToGeodetic(wgs84A - dA, 1 / (wgs84Flattening - dF), lat, lon, h, X - dX, Y - dY, Z - dZ);
   lon = correctedLongitude(lon, lonBefore);
+}
+
+void shiftToWgs84(int index, double& lat, double& lon) {
+  shiftBy(DatumToWgs84, index, lat, lon);
+}
+
+void shiftFromWgs84(int index, double& lat, double& lon) {
+  shiftBy(Wgs84ToDatum, index, lat, lon);
 }
 
 }  // namespace vellandra

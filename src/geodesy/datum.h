@@ -44,6 +44,11 @@ void DatumToWgs84(double dA, double dF, double& lat, double& lon, double& h, dou
 /// The reverse of `DatumToWgs84`, with the same longitude rule.
 void Wgs84ToDatum(double dA, double dF, double& lat, double& lon, double& h, double dX, double dY, double dZ);
 
+/// The same shifts for row `index` of the table, 0 being WGS 84 itself. The longitude comes out within 180 degrees of
+/// the one that went in.
+void shiftToWgs84(int index, double& lat, double& lon);
+void shiftFromWgs84(int index, double& lat, double& lon);
+
 /// `a` in metres, `invF` = 1/f, `lat`/`lon` in degrees, `h` in metres; X, Y, Z out in metres.
 void GeodeticToGeocentric(double a, double invF, double lat, double lon, double h, double& X, double& Y, double& Z);
 

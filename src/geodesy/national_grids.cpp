@@ -103,6 +103,10 @@ void IrishGridToLatLong(std::string_view letter, double easting, double northing
   fromGrid(irishGrid, eastingOffset + easting, northingOffset + northing, lat, lon);
 }
 
+void latLongToIrishMetres(double lat, double lon, double& easting, double& northing) {
+  toGrid(irishGrid, lat, lon, easting, northing);
+}
+
 bool InGbGridArea(double lat, double lon) {
   return lat > 49.6 && lat < 61 && lon > -9 && lon < 2;
 }

@@ -34,6 +34,9 @@ void latLongToOsMetres(double lat, double lon, double& easting, double& northing
 /// Irish grid reference (metres within the square) to degrees on the grid's own modified Airy ellipsoid.
 void IrishGridToLatLong(std::string_view letter, double easting, double northing, double& lat, double& lon);
 
+/// The reverse, as full grid metres.
+void latLongToIrishMetres(double lat, double lon, double& easting, double& northing);
+
 /// True for 49.6 < lat < 61 and -9 < lon < 2 (degrees): where the British grid applies to a point.
 bool InGbGridArea(double lat, double lon);
 

@@ -1,6 +1,9 @@
 #include "geodesy/position_entry.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "geodesy/datum.h"
@@ -24,16 +27,29 @@ EntryField problem(std::string text) {
   return {std::nullopt, std::move(text)};
 }
 
+/// Degrees, minutes and seconds have their own signs, if any: "35\u00B0 26"" is no 26 minutes.
+bool signsFit(std::string_view text) {
+  int numbers = 0;
+  bool inNumber = false;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const bool digit = (text[at] >= '0' && text[at] <= '9') || text[at] == '.';
+    if (digit && !inNumber) ++numbers;
+    inNumber = digit;
+    if (text.substr(at).starts_with(degreeSign) && numbers != 1) return false;
+    if ((text[at] == '\'' && numbers != 2) || (text[at] == '"' && numbers != 3)) return false;
+  }
+  return true;
+}
+
 /// The signs of degrees, minutes and seconds, and what parts them, as blanks.
-std::string withBlanksForSigns(std::string_view text) {
-  std::string result(text);
+std::string withBlanksForSigns(std::string text) {
   for (const std::string_view sign :
-       {"\u00B0", "\u00BA", "\u2032", "\u2033", "\u2019", "\u201D", "'", "\"", ":", "\t", "\u00A0"}) {
-    for (std::size_t at = result.find(sign); at != std::string::npos; at = result.find(sign)) {
-      result.replace(at, sign.size(), " ");
+       {degreeSign, std::string_view("'"), std::string_view("\""), std::string_view(":")}) {
+    for (std::size_t at = text.find(sign); at != std::string::npos; at = text.find(sign)) {
+      text.replace(at, sign.size(), " ");
     }
   }
-  return result;
+  return text;
 }
 
 /// Takes a letter off either end of `text`; 0 when there is none.
@@ -72,7 +88,9 @@ std::string partsProblem(const std::vector<std::string_view>& parts) {
 }
 
 EntryField parseAngle(std::string_view typed, const AngleKind& kind) {
-  const std::string blanks = withBlanksForSigns(typed);
+  const std::string plain = withPlainSigns(typed);
+  if (!signsFit(plain)) return problem("degrees, minutes, seconds in this order");
+  const std::string blanks = withBlanksForSigns(plain);
   std::string_view text = trim(blanks);
   if (text.empty()) return {};
   const char letter = takeLetter(text);
@@ -158,6 +176,72 @@ std::optional<Position> utmPosition(std::int16_t zone, bool southern, double eas
                position.longitude);
   const bool onEarth = std::abs(position.latitude) <= 90 && std::abs(position.longitude) <= 360;
   return onEarth ? std::optional(position) : std::nullopt;
+}
+
+MetresRange metresRange(const PointGrid& grid, bool full) {
+  constexpr double lastMetre = 0.999;
+  if (grid.grid == EntryGrid::utm) {
+    const double origin = grid.southern ? southernFalseNorthing : 0;
+    return {utmWestEnd, utmEastEnd, origin - utmNorthingRange, origin + utmNorthingRange};
+  }
+  if (!full) return {0, 99999 + lastMetre, 0, 99999 + lastMetre};
+  if (grid.grid == EntryGrid::irish) return {0, 499999 + lastMetre, 0, 499999 + lastMetre};
+  return {0, 699999 + lastMetre, 0, 1299999 + lastMetre};
+}
+
+std::optional<Position> gridPosition(const PointGrid& grid, std::string_view letters, double easting, double northing) {
+  if (grid.grid == EntryGrid::british) return britishPosition(letters, easting, northing);
+  if (grid.grid == EntryGrid::irish) return irishPosition(letters, easting, northing);
+  return utmPosition(grid.zone, grid.southern, easting, northing, findDatumByName(datumColumnName(grid.datum)));
+}
+
+std::string withPlainSigns(std::string_view text) {
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 36> signs = {{
+      {"\u00BA", degreeSign},
+      {"\u02DA", degreeSign},
+      {"''", "\""},
+      {"\u2032\u2032", "\""},
+      {"\u2032", "'"},
+      {"\u2018", "'"},
+      {"\u2019", "'"},
+      {"\u201B", "'"},
+      {"\u02B9", "'"},
+      {"\u00B4", "'"},
+      {"`", "'"},
+      {"\u2033", "\""},
+      {"\u201C", "\""},
+      {"\u201D", "\""},
+      {"\u201F", "\""},
+      {"\u02BA", "\""},
+      {"\u2212", "-"},
+      {"\u2013", "-"},
+      {"\u2010", "-"},
+      {"\u2011", "-"},
+      {"\u00A0", " "},
+      {"\u2002", " "},
+      {"\u2003", " "},
+      {"\u2005", " "},
+      {"\u2006", " "},
+      {"\u2007", " "},
+      {"\u2009", " "},
+      {"\u202F", " "},
+      {"\u2028", " "},
+      {"\t", " "},
+      {"\n", " "},
+      {"\r", " "},
+      {"\u200B", ""},
+      {"\u200E", ""},
+      {"\u200F", ""},
+      {"\uFEFF", ""},
+  }};
+  std::string plain;
+  while (!text.empty()) {
+    const auto* const sign =
+        std::ranges::find_if(signs, [text](const auto& one) { return text.starts_with(one.first); });
+    plain += sign == signs.end() ? text.substr(0, 1) : sign->second;
+    text.remove_prefix(sign == signs.end() ? 1 : sign->first.size());
+  }
+  return plain;
 }
 
 }  // namespace vellandra

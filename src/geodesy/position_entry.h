@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "geodesy/point_grid.h"
 #include "geodesy/position.h"
 
 namespace vellandra {
@@ -24,6 +25,12 @@ EntryField parseLongitude(std::string_view text);
 /// Metres from `least` to `most`, with decimals if need be.
 EntryField parseMetres(std::string_view text, double least, double most);
 
+/// The metres that a grid takes: within a square of 100 km, or `full` ones.
+struct MetresRange {
+  double west, east, south, north;
+};
+MetresRange metresRange(const PointGrid& grid, bool full);
+
 /// Why `letters` name no square of the British grid, for the person; empty when they do, or are left out. Case does not
 /// matter.
 std::string britishLettersProblem(std::string_view letters);
@@ -41,5 +48,15 @@ std::optional<Position> irishPosition(std::string_view letter, double easting, d
 /// UTM metres to degrees on datum `datumIndex` of the table (0: WGS 84). `northing` of a southern point counts from
 /// 10 000 000. Nothing for a position that is not on the grid (see `fitsUtm`) or on the earth.
 std::optional<Position> utmPosition(std::int16_t zone, bool southern, double easting, double northing, int datumIndex);
+
+/// One of these three: degrees on the datum of `grid`, which is not that of degrees. `letters` count on the national
+/// grids.
+std::optional<Position> gridPosition(const PointGrid& grid, std::string_view letters, double easting, double northing);
+
+inline constexpr std::string_view degreeSign = "\u00B0";
+
+/// `text` (UTF-8) with one sign for all that are written for it: degrees, "'", """, "-" and blanks; line breaks become
+/// blanks, marks that are not seen are left out.
+std::string withPlainSigns(std::string_view text);
 
 }  // namespace vellandra

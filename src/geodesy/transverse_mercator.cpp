@@ -51,6 +51,12 @@ double footpointLatitude(const TransverseMercator& projection, double arc) {
   }
 }
 
+/// Radius of the sphere on which meridians have the length of those of the ellipsoid, times the scale.
+double rectifyingRadius(const TransverseMercator& projection) {
+  const double n2 = projection.n * projection.n;
+  return projection.aF0 / (1 + projection.n) * (1 + n2 / 4 + n2 * n2 / 64);
+}
+
 }  // namespace
 
 void toGrid(const TransverseMercator& projection, double lat, double lon, double& easting, double& northing) {
@@ -94,6 +100,26 @@ void fromGrid(const TransverseMercator& projection, double easting, double north
   lon = (projection.lon0 * degToRad + E * (X - E2 * (XI - E2 * (XII - E2 * XIIA)))) / degToRad;
 }
 
+void toGridFar(const TransverseMercator& projection, double lat, double lon, double& easting, double& northing) {
+  const double n = projection.n, n2 = n * n, n3 = n2 * n, n4 = n3 * n;
+  const std::array<double, 4> alpha = {n / 2 - 2.0 / 3 * n2 + 5.0 / 16 * n3 + 41.0 / 180 * n4,
+                                       13.0 / 48 * n2 - 3.0 / 5 * n3 + 557.0 / 1440 * n4,
+                                       61.0 / 240 * n3 - 103.0 / 140 * n4, 49561.0 / 161280 * n4};
+  const double sinPhi = std::sin(lat * degToRad), e = std::sqrt(projection.e2);
+  const double tanConformal = std::sinh(std::atanh(sinPhi) - e * std::atanh(e * sinPhi));
+  const double fromMeridian = (lon - projection.lon0) * degToRad;
+  const double xiOnSphere = std::atan2(tanConformal, std::cos(fromMeridian));
+  const double etaOnSphere = std::asinh(std::sin(fromMeridian) / std::hypot(tanConformal, std::cos(fromMeridian)));
+  double xi = xiOnSphere, eta = etaOnSphere;
+  for (std::size_t j = 0; j < alpha.size(); ++j) {
+    const double multiple = 2 * (static_cast<double>(j) + 1);
+    xi += alpha[j] * std::sin(multiple * xiOnSphere) * std::cosh(multiple * etaOnSphere);
+    eta += alpha[j] * std::cos(multiple * xiOnSphere) * std::sinh(multiple * etaOnSphere);
+  }
+  easting = projection.E0 + rectifyingRadius(projection) * eta;
+  northing = projection.N0 + rectifyingRadius(projection) * xi;
+}
+
 void fromGridFar(const TransverseMercator& projection, double easting, double northing, double& lat, double& lon) {
   const double n = projection.n, n2 = n * n, n3 = n2 * n, n4 = n3 * n;
   const std::array<double, 4> beta = {n / 2 - 2.0 / 3 * n2 + 37.0 / 96 * n3 - n4 / 360,
@@ -102,9 +128,9 @@ void fromGridFar(const TransverseMercator& projection, double easting, double no
   const std::array<double, 4> delta = {2 * n - 2.0 / 3 * n2 - 2 * n3 + 116.0 / 45 * n4,
                                        7.0 / 3 * n2 - 8.0 / 5 * n3 - 227.0 / 45 * n4, 56.0 / 15 * n3 - 136.0 / 35 * n4,
                                        4279.0 / 630 * n4};
-  const double rectifyingRadius = projection.aF0 / (1 + n) * (1 + n2 / 4 + n4 / 64);
-  const double xi = (northing - projection.N0) / rectifyingRadius;
-  const double eta = (easting - projection.E0) / rectifyingRadius;
+  const double radius = rectifyingRadius(projection);
+  const double xi = (northing - projection.N0) / radius;
+  const double eta = (easting - projection.E0) / radius;
   double xiOnSphere = xi, etaOnSphere = eta;
   for (std::size_t j = 0; j < beta.size(); ++j) {
     const double multiple = 2 * (static_cast<double>(j) + 1);

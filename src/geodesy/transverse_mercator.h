@@ -18,9 +18,10 @@ void toGrid(const TransverseMercator& projection, double lat, double lon, double
 /// Metres to degrees. The footpoint loop ends at 1e-9 m, or when another step no longer brings the arc closer.
 void fromGrid(const TransverseMercator& projection, double easting, double northing, double& lat, double& lon);
 
-/// The same far from the central meridian, where the series above fails: Krüger's series in the third flattening to the
+/// Both ways far from the central meridian, where the series above fail: Krüger's series in the third flattening to the
 /// fourth order (L. Krüger, "Konforme Abbildung des Erdellipsoids in der Ebene", 1912). Good to a millimetre within
 /// 3000 km. The true origin lies on the equator.
+void toGridFar(const TransverseMercator& projection, double lat, double lon, double& easting, double& northing);
 void fromGridFar(const TransverseMercator& projection, double easting, double northing, double& lat, double& lon);
 
 }  // namespace vellandra

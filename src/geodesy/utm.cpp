@@ -28,6 +28,20 @@ std::int16_t centralMeridian(std::int16_t zone) {
   return toInt16((zone - 30) * 6 - 3);
 }
 
+/// UTM on the ellipsoid of a datum, see `DatumTable`.
+TransverseMercator utmOn(std::int16_t zone, double dA, double dF) {
+  const double a = wgs84A - dA;
+  const double b = (1 - (wgs84Flattening - dF)) * a;
+  return {.n = (a - b) / (a + b),
+          .e2 = (a * a - b * b) / (a * a),
+          .aF0 = a * scaleFactor,
+          .bF0 = b * scaleFactor,
+          .lat0 = 0,
+          .lon0 = static_cast<double>(centralMeridian(zone)),
+          .E0 = falseEasting,
+          .N0 = 0};
+}
+
 }  // namespace
 
 void LatLongToUtm(double lat, double lon, std::int16_t& zone, double& easting, double& northing) {
@@ -45,19 +59,16 @@ bool fitsUtm(bool southern, double easting, double northing) {
 }
 
 void UtmToLatLong(std::int16_t zone, double northing, double easting, double dA, double dF, double& lat, double& lon) {
-  const double a = wgs84A - dA;
-  const double b = (1 - (wgs84Flattening - dF)) * a;
-  const TransverseMercator projection{.n = (a - b) / (a + b),
-                                      .e2 = (a * a - b * b) / (a * a),
-                                      .aF0 = a * scaleFactor,
-                                      .bF0 = b * scaleFactor,
-                                      .lat0 = 0,
-                                      .lon0 = static_cast<double>(centralMeridian(zone)),
-                                      .E0 = falseEasting,
-                                      .N0 = 0};
+  const TransverseMercator projection = utmOn(zone, dA, dF);
   constexpr double usualSpan = 250000;  // metres from the meridian: both series agree to millimetres there
   const auto inverse = std::abs(easting - falseEasting) <= usualSpan ? fromGrid : fromGridFar;
   inverse(projection, easting, northing, lat, lon);
+}
+
+void latLongToUtmMetres(std::int16_t zone, double dA, double dF, double lat, double lon, double& easting,
+                        double& northing) {
+  const TransverseMercator projection = utmOn(zone, dA, dF);
+  toGridFar(projection, lat, projection.lon0 + std::remainder(lon - projection.lon0, 360), easting, northing);
 }
 
 char utmBandLetter(double lat) {

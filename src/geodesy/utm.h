@@ -27,6 +27,10 @@ void LatLongToUtm(double lat, double lon, std::int16_t& zone, double& easting, d
 /// bits.
 void UtmToLatLong(std::int16_t zone, double northing, double easting, double dA, double dF, double& lat, double& lon);
 
+/// The reverse of `UtmToLatLong`, for any distance from the central meridian.
+void latLongToUtmMetres(std::int16_t zone, double dA, double dF, double lat, double lon, double& easting,
+                        double& northing);
+
 /// The letter of the 8-degree band as the readout shows it, "x" from 80 degrees up. Throws InvalidArgument below -80
 /// and for NaN.
 char utmBandLetter(double lat);

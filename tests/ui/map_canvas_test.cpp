@@ -5,9 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "calibration/transform.h"
 #include "ui/viewer/map_canvas_crop.h"
-#include "ui/viewer/map_canvas_grid.h"
 #include "ui/viewer/map_canvas_line.h"
 #include "ui/viewer/map_canvas_pyramid.h"
 #include "ui/viewer/map_canvas_view.h"
@@ -186,67 +184,6 @@ TEST(CropRectangle, StaysInsideTheImageHoweverItIsDrawn) {
     EXPECT_EQ(crop.pixels(), row.after) << row.name;
   }
   EXPECT_FALSE(crop.gripAt(5, 5, 2).any());
-}
-
-TEST(GridLines, FollowRotationAndMercator) {
-  Calibration turned;
-  turned.imageWidth = 1000;
-  turned.imageHeight = 800;
-  turned.x0 = 5, turned.y0 = 45;
-  turned.tf1 = 0.0013, turned.tf3 = 0.0004, turned.tf2 = 0.0003, turned.tf4 = -0.0009;
-  Calibration mercator = turned;
-  mercator.projection = "mercator";
-  mercator.tf2 = mercator.tf3 = 0;
-  mercator.tf1 = 0.05, mercator.tf4 = -0.04;  // 45 N to 13 N
-  mercator.mercatorTop = 0.881373587, mercator.mercatorBottom = 0.228846;
-  for (const Calibration& map : {turned, mercator}) {
-    for (const DegreeFormat format : {DegreeFormat::decimalDegrees, DegreeFormat::degreesMinutesSeconds}) {
-      for (const double zoom : {1.0, 6.0, 60.0}) {
-        MapView view = viewOf(map.imageWidth, map.imageHeight);
-        view.zoomAt(130, 140, zoom);
-        int latitudes = 0;
-        const std::vector<GridLine> lines = gridLines(map, view, format, 80);
-        for (const GridLine& line : lines) {
-          latitudes += line.isLatitude ? 1 : 0;
-          for (const double t : {0.0, 0.5, 1.0}) {
-            const ViewPoint at =
-                view.toImage(line.from.x + t * (line.to.x - line.from.x), line.from.y + t * (line.to.y - line.from.y));
-            const Position position = positionAt(map, at.x - 0.5, at.y - 0.5);
-            EXPECT_NEAR(line.isLatitude ? position.latitude : position.longitude, line.angle, 1e-7) << line.label;
-            EXPECT_TRUE(at.x > -1e-6 && at.y > -1e-6 && at.x < 1000.001 && at.y < 800.001) << "outside the map";
-          }
-        }
-        EXPECT_GE(latitudes, 1);
-        EXPECT_GE(static_cast<int>(lines.size()) - latitudes, 1);
-        EXPECT_LT(lines.size(), 20U);
-      }
-    }
-  }
-  Calibration none = turned;
-  none.tf1 = none.tf3 = 0;
-  EXPECT_TRUE(gridLines(none, viewOf(1000, 800), DegreeFormat::decimalDegrees, 80).empty());
-}
-
-TEST(GridLines, LabelsAreRoundInTheFormatInUse) {
-  const std::tuple<DegreeFormat, double, double, const char*> rows[] = {
-      // format, zoom, longitude of the left edge, one of the labels
-      {DegreeFormat::decimalDegrees, 1, -0.5, "0.5\u00B0 N|"},
-      {DegreeFormat::degreesMinutes, 1, -0.5, "0\u00B0 30' W|"},
-      {DegreeFormat::degreesMinutesSeconds, 100, -0.5, "0\u00B0 00' 15\" S|"},
-      {DegreeFormat::decimalDegrees, 1, 179.9, "179.5\u00B0 W|"},  // longitudes go on past 180
-  };
-  for (const auto& [format, zoom, left, label] : rows) {
-    Calibration map;
-    map.imageWidth = map.imageHeight = 1000;
-    map.x0 = left, map.y0 = 0.5;
-    map.tf1 = 0.001, map.tf4 = -0.001;
-    MapView view = viewOf(1000, 1000);
-    view.centreOn(500, 500);
-    view.zoomAt(200, 150, zoom);
-    std::string labels;
-    for (const GridLine& line : gridLines(map, view, format, 100)) labels += line.label + "|";
-    EXPECT_NE(labels.find(label), std::string::npos) << labels;
-  }
 }
 
 }  // namespace

@@ -1,3 +1,7 @@
+#include <QClipboard>
+
+#include "geodesy/grid_projection.h"
+#include "map_fixture.h"
 #include "ui/viewer_fixture.h"
 
 namespace vellandra {
@@ -64,6 +68,112 @@ TEST_F(PointEntryTest, SettingsAreRememberedAndFallBackToWgs84) {
   datumTable.count = 3;  // neither WGS 84 nor the datum remembered is in the table
   EXPECT_EQ(CalibrationSettingsDialog({}, nullptr).settings().datum, "WGS 84");
   EXPECT_EQ(CalibrationSettingsDialog(given, nullptr).settings().datum, "WGS 84");
+}
+
+// PROJ 9.1, cs2cs, as in the tests of these grids.
+TEST_F(PointEntryTest, PastedPositionFillsAllFieldsAndKeepsItsGrid) {
+  const struct {
+    const char *pasted, *into;
+    std::vector<const char*> fields;  ///< names and texts
+    double latitude, longitude;
+    const char* listed;
+    PointGrid grid;
+  } rows[] = {
+      {"35\u00B000'00.0\"N 26\u00B030'00.0\"E",
+       "Longitude",
+       {"Latitude", "35 00 00.0 N", "Longitude", "26 30 00.0 E"},
+       35,
+       26.5,
+       "35.00000\n26.50000",
+       {}},
+      {"SH600550",
+       "Latitude",
+       {"Letters", "SH", "Easting (metres)", "60000", "Northing (metres)", "55000"},
+       53.073816551,
+       -4.091251667,
+       "SH 60000 55000",
+       {.grid = EntryGrid::british}},
+      {"O 15904 34671",
+       "Longitude",
+       {"Letters", "O", "Easting (metres)", "15904"},
+       53.349558874,
+       -6.259289188,
+       "O 15904 34671",
+       {.grid = EntryGrid::irish, .datum = irishDatumName}},
+      {"33T 448251 5411932",
+       "Latitude",
+       {"Easting (metres)", "448251", "Northing (metres)", "5411932"},
+       48.858193838,
+       14.294489245,
+       "33U 448251 5411932",
+       {.grid = EntryGrid::utm, .zone = 33}},
+  };
+  const auto paste = [this](const char* text, const char* into) {
+    QApplication::clipboard()->setText(text);
+    field(into)->setText("4");
+    field(into)->selectAll();
+    QTest::keyClick(field(into), Qt::Key_V, Qt::ControlModifier);
+  };
+  open(ViewerMode::calibrate);
+  start();
+  click(100, 100);
+  const QPoint before = field("Latitude")->mapTo(viewer.get(), QPoint());
+  paste("35 30", "Latitude");
+  EXPECT_EQ(field("Latitude")->text(), "35 30") << "one angle belongs into its field";
+  paste("35S 448251 3900000", "Latitude");
+  EXPECT_TRUE(says("35S may be the band S or the south"));
+  paste("the church", "Longitude");
+  EXPECT_TRUE(says("Positions look like"));
+  QApplication::processEvents();
+  EXPECT_EQ(field("Latitude")->mapTo(viewer.get(), QPoint()), before) << "words about an error move nothing";
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.pasted);
+    if (!waits()) click(100 + 100 * static_cast<int>(points()), 100 + 90 * static_cast<int>(points() % 2));
+    paste(row.pasted, row.into);
+    for (std::size_t i = 0; i < row.fields.size(); i += 2) EXPECT_EQ(field(row.fields[i])->text(), row.fields[i + 1]);
+    press("Place point");
+    const TiePoint& placed = point(points());
+    EXPECT_NEAR(placed.latitude, row.latitude, 1e-7);
+    EXPECT_NEAR(placed.longitude, row.longitude, 1e-7);
+    EXPECT_EQ(placed.grid, row.grid);
+    EXPECT_EQ(list()->topLevelItem(static_cast<int>(points()) - 1)->text(1).toStdString(), row.listed);
+  }
+}
+
+TEST_F(PointEntryTest, PointIsShownAndCorrectedInItsGridAfterTheRecordIsOnWgs84) {
+  preferences.degreeFormat = 2;
+  writeTestFile(folder + "area.map", mapOn("EUROPEAN 1950",
+                                           "Point01,xy,100,100,in,deg,,,N,,,W,grid,33,280000,4180000,N\n"
+                                           "Point02,xy,800,100,in,deg,,,N,,,W,grid,33,287000,4180000,N\n"
+                                           "Point03,xy,100,600,in,deg,,,N,,,W,grid,33,280000,4175000,N\n"
+                                           "Point04,xy,804,600,in,deg,37,40,N,12,35,E\n"
+                                           "IWH,Map Image Width/Height,900,700\n",
+                                           "(UTM) Universal Transverse Mercator"));
+  ASSERT_EQ(runBatch(folder + "area.map"), 0);
+  ASSERT_EQ(calibration.points[1].datumName, "WGS 84");
+  open(ViewerMode::view);
+  EXPECT_EQ(list()->topLevelItem(0)->text(1), "33S 280000 4180000");
+  EXPECT_EQ(list()->topLevelItem(3)->text(1), "N 37\u00B0 40.0000'\nE 12\u00B0 35.0000'");
+  choosePoint(1);
+  mouse(QEvent::MouseMove, place(300, 300));
+  EXPECT_TRUE(says("WGS 84      33S 2") && says("EUROPEAN 1950"));
+  const auto* readout = viewer->findChild<QLabel*>("readout");
+  const QString before = readout->text();
+  QTest::keyClick(canvas, Qt::Key_Right, Qt::AltModifier);
+  EXPECT_NE(readout->text(), before) << "the place under the mouse follows the fit";
+  press("Undo");
+  EXPECT_EQ(readout->text(), before);
+  press("Coordinates...");
+  EXPECT_EQ(field("Northing (metres)")->text(), "4180000");
+  EXPECT_TRUE(says("Datum EUROPEAN 1950"));
+  press("Change point");
+  EXPECT_FALSE(viewer->session().changed()) << "nothing was typed";
+  choosePoint(4);
+  press("Coordinates...");
+  EXPECT_EQ(field("Longitude")->text(), "12 35 E");
+  fill("Latitude", "37 41 N", "Longitude", "12 36 E");
+  EXPECT_EQ(list()->topLevelItem(3)->text(1), "N 37\u00B0 41.0000'\nE 12\u00B0 36.0000'");
+  EXPECT_EQ(point(4).datum, "EUROPEAN 1950");
 }
 
 }  // namespace

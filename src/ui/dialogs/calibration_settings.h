@@ -1,11 +1,10 @@
 #pragma once
 
 #include <QDialog>
-#include <cstdint>
 #include <string>
 #include <vector>
 
-#include "geodesy/datum.h"
+#include "geodesy/point_grid.h"
 
 class QLabel;
 class QLineEdit;
@@ -16,16 +15,8 @@ class QSpinBox;
 
 namespace vellandra {
 
-enum class EntryGrid { degrees, british, irish, utm };
-
-/// In which terms the coordinates of new points are given.
-struct CalibrationSettings {
-  EntryGrid grid = EntryGrid::degrees;
-  std::string datum = wgs84Name;  ///< trimmed name from the datum table; points of the national grids have their own
-  std::int16_t zone = 30;         ///< of UTM
-  bool southern = false;
-  bool operator==(const CalibrationSettings&) const = default;
-};
+/// In which terms the coordinates of new points are given; the datum is not asked for on the national grids.
+using CalibrationSettings = PointGrid;
 
 /// What was chosen last; the next viewer starts from it.
 inline CalibrationSettings lastCalibrationSettings;

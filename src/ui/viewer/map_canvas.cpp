@@ -13,6 +13,7 @@ namespace {
 constexpr double keyZoom = 1.25;
 constexpr double cropReach = 8;  ///< window units from an edge within which it is taken hold of
 constexpr int panParts = 8;
+constexpr double fitMargin = 18;  ///< window units around a fitted map, for marks at its edge
 
 }  // namespace
 
@@ -25,6 +26,7 @@ MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent) : QWidget(parent), im
   setAccessibleDescription(
       "Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "
       "shows it at full size, Enter takes the place in the middle");
+  view_.setFitMargin(fitMargin);
   view_.setImageSize(image.width(), image.height());
   updateCursor({});
 }
@@ -60,8 +62,9 @@ void MapCanvas::setMarks(std::vector<CanvasMark> marks) {
   update();
 }
 
-void MapCanvas::setGrid(std::optional<Calibration> map, DegreeFormat format) {
-  grid_ = std::move(map);
+void MapCanvas::setGrid(std::optional<Calibration> map, const PointGrid& grid, DegreeFormat format) {
+  gridMap_ = std::move(map);
+  grid_ = GridProjection(grid);
   gridFormat_ = format;
   update();
 }

@@ -6,10 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "calibration/calibration.h"
-#include "geodesy/angle_format.h"
+#include "calibration/map_grid.h"
 #include "ui/viewer/map_canvas_crop.h"
-#include "ui/viewer/map_canvas_grid.h"
 #include "ui/viewer/map_canvas_pyramid.h"
 #include "ui/viewer/map_canvas_view.h"
 
@@ -39,8 +37,8 @@ class MapCanvas : public QWidget {
   void setMarks(std::vector<CanvasMark> marks);
   /// Which mark is under the window's (x, y), counted from 1; 0 for none.
   void setHitTest(std::function<int(double, double)> hitTest) { hitTest_ = std::move(hitTest); }
-  /// The map whose grid is drawn; nothing for no grid.
-  void setGrid(std::optional<Calibration> map, DegreeFormat format);
+  /// The map and the grid that is drawn on it; no map for no grid.
+  void setGrid(std::optional<Calibration> map, const PointGrid& grid, DegreeFormat format);
   /// From now on dragging draws and changes `crop`, which must outlive this.
   void setCrop(CropRectangle* crop);
   void setPlacing(bool placing);
@@ -95,7 +93,8 @@ class MapCanvas : public QWidget {
   QImage strip_;  ///< of the window, in device pixels
   std::vector<CanvasMark> marks_;
   std::function<int(double, double)> hitTest_;
-  std::optional<Calibration> grid_;
+  std::optional<Calibration> gridMap_;
+  GridProjection grid_{PointGrid()};
   std::vector<GridLine> gridLines_;  ///< those on show
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
   CropRectangle* crop_ = nullptr;

@@ -91,15 +91,24 @@ void MapCanvas::paintEvent(QPaintEvent*) {
 }
 
 void MapCanvas::findGridLines() {
-  gridLines_ = grid_ ? gridLines(*grid_, view_, gridFormat_, gridSpacing) : std::vector<GridLine>();
+  gridLines_.clear();
+  if (!gridMap_) return;
+  constexpr double tolerance = 0.2;  // window units
+  const ViewPoint topLeft = view_.toImage(0, 0), bottomRight = view_.toImage(width(), height());
+  const ImagePart seen{std::max(topLeft.x, 0.0), std::max(topLeft.y, 0.0),
+                       std::min<double>(bottomRight.x, gridMap_->imageWidth),
+                       std::min<double>(bottomRight.y, gridMap_->imageHeight)};
+  gridLines_ = gridLines(*gridMap_, grid_, seen, gridSpacing / view_.scale(), tolerance / view_.scale(), gridFormat_);
 }
 
 /// `top` is the frame's first row in the window, in device pixels.
 void MapCanvas::drawGridLines(const Frame& frame, double ratio, int top) const {
   for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
     for (const GridLine& line : gridLines_) {
-      drawLine(frame, {line.from.x * ratio, line.from.y * ratio - top}, {line.to.x * ratio, line.to.y * ratio - top},
-               style);
+      for (const auto& [start, end] : line.pieces) {
+        const ViewPoint from = view_.toWindow(start.x, start.y), to = view_.toWindow(end.x, end.y);
+        drawLine(frame, {from.x * ratio, from.y * ratio - top}, {to.x * ratio, to.y * ratio - top}, style);
+      }
     }
   }
 }
@@ -114,16 +123,18 @@ void MapCanvas::drawGridLabels(QPainter& painter) const {
                         .united(tagBox(painter, numberCorner(painter, middle), mark.number, rect())));
   }
   for (const GridLine& line : gridLines_) {
-    const double length = std::hypot(line.to.x - line.from.x, line.to.y - line.from.y);
+    const ViewPoint from = view_.toWindow(line.pieces.front()[0].x, line.pieces.front()[0].y);
+    const ViewPoint to = view_.toWindow(line.pieces.back()[1].x, line.pieces.back()[1].y);
+    const double length = std::hypot(to.x - from.x, to.y - from.y);
     const double textWidth = metrics.horizontalAdvance(shown(line.label)) + 6;
     if (length < textWidth + height) continue;
-    const QPointF way((line.to.x - line.from.x) / length, (line.to.y - line.from.y) / length);
-    // Latitudes are named a little inside their western end, longitudes inside their northern one; further on where
+    const QPointF way((to.x - from.x) / length, (to.y - from.y) / length);
+    // Northings are named a little inside their western end, eastings inside their northern one; further on where
     // a mark stands there, which must stay readable.
-    const double step = line.isLatitude ? textWidth : height;
-    double inside = line.isLatitude ? textWidth / 2 + height * 2 : height;
+    const double step = line.isNorthing ? textWidth : height;
+    double inside = line.isNorthing ? textWidth / 2 + height * 2 : height;
     for (int tries = 0; tries < 6 && inside < length; ++tries, inside += step) {
-      const QPointF place = QPointF(line.from.x, line.from.y) + way * inside;
+      const QPointF place = QPointF(from.x, from.y) + way * inside;
       const QRectF box = tagBox(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), rect());
       if (std::ranges::any_of(taken, [&box](const QRectF& mark) { return mark.intersects(box); })) continue;
       drawTag(painter, box, shown(line.label), gridColor.darker());

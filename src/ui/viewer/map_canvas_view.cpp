@@ -41,7 +41,9 @@ ViewPoint MapView::toImage(double x, double y) const {
 }
 
 double MapView::fittedScale() const {
-  return std::min({windowWidth_ / imageWidth_, windowHeight_ / imageHeight_, largestScale});
+  const double width = std::max(windowWidth_ - 2 * fitMargin_, windowWidth_ / 2);
+  const double height = std::max(windowHeight_ - 2 * fitMargin_, windowHeight_ / 2);
+  return std::min({width / imageWidth_, height / imageHeight_, largestScale});
 }
 
 void MapView::fit() {

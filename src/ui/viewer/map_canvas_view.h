@@ -22,6 +22,7 @@ class MapView {
   ViewPoint toWindow(double x, double y) const;
   ViewPoint toImage(double x, double y) const;
 
+  void setFitMargin(double margin) { fitMargin_ = margin; }  ///< around a fitted image, in window units
   void fit();
   void full();  ///< one window unit per pixel, the middle stays
   /// Zooms by `factor` with the map's place at the window's (x, y) staying there as far as the image stays in sight.
@@ -39,6 +40,7 @@ class MapView {
 
   int imageWidth_ = 1, imageHeight_ = 1;
   double windowWidth_ = 1, windowHeight_ = 1;
+  double fitMargin_ = 0;
   double scale_ = 1;
   double left_ = 0, top_ = 0;  ///< of the image in the window
   bool fitted_ = true;

@@ -16,6 +16,7 @@
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_crop_panel.h"
 #include "ui/viewer/point_entry.h"
+#include "ui/viewer/point_grids.h"
 #include "ui/viewer/point_list.h"
 #include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
@@ -35,6 +36,10 @@ Calibration startingRecord(const Bitmap& image) {
   if (map.imageWidth == 0) map.imageWidth = toInt16(image.width());
   if (map.imageHeight == 0) map.imageHeight = toInt16(image.height());
   return map;
+}
+
+Position positionAtMiddle(const Calibration& map) {
+  return positionAt(map, map.imageWidth / 2.0, map.imageHeight / 2.0);
 }
 
 QString titleOf(ViewerMode mode) {
@@ -92,7 +97,7 @@ bool MapViewerDialog::chooseSettings() {
   CalibrationSettingsDialog dialog(lastCalibrationSettings, this);
   if (dialog.exec() != QDialog::Accepted) return false;
   lastCalibrationSettings = dialog.settings();
-  entry_->setSettings(lastCalibrationSettings);
+  entry_->setSettings(withOwnDatum(lastCalibrationSettings));
   return true;
 }
 
@@ -105,7 +110,7 @@ void MapViewerDialog::placeAt(int x, int y) {
   const bool moves = session_.waiting().has_value();
   session_.wait(x, y);
   if (!moves) {
-    entry_->setSettings(lastCalibrationSettings);
+    entry_->setSettings(withOwnDatum(lastCalibrationSettings));
     entry_->show();
     entry_->begin(static_cast<int>(session_.points().size()) + 1);
   } else {
@@ -114,12 +119,12 @@ void MapViewerDialog::placeAt(int x, int y) {
   pointsChanged();
 }
 
-void MapViewerDialog::takeCoordinates(double latitude, double longitude, const std::string& datum) {
+void MapViewerDialog::takeCoordinates(double latitude, double longitude, const PointGrid& grid) {
   if (correcting_ != 0) {
     // What is shown is rounded, and brought within 180 degrees: unchanged, it is not to take the point's place.
-    if (entry_->isTouched()) session_.correct(correcting_, latitude, longitude, datum);
+    if (entry_->isTouched()) session_.correct(correcting_, latitude, longitude, grid);
   } else {
-    session_.giveCoordinates(latitude, longitude, datum);
+    session_.giveCoordinates(latitude, longitude, grid);
     selected_ = static_cast<int>(session_.points().size());
   }
   correcting_ = 0;
@@ -146,11 +151,10 @@ void MapViewerDialog::correctSelected() {
   if (selected_ == 0 || !dropEntry()) return;
   const TiePoint point = session_.points().at(static_cast<std::size_t>(selected_ - 1));
   correcting_ = selected_;
-  CalibrationSettings settings = lastCalibrationSettings;
-  if (settings.grid != EntryGrid::british) settings.datum = point.datum;
-  entry_->setSettings(settings);
+  const PositionFields fields = fieldsOf(point);
+  entry_->setSettings(fields.grid);
   entry_->show();
-  entry_->beginCorrection(correcting_, point.latitude, point.longitude);
+  entry_->beginCorrection(correcting_, fields);
   pointsChanged();
 }
 
@@ -214,11 +218,18 @@ void MapViewerDialog::pointsChanged() {
   if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
   const TrialFit& fit = session_.fit();
   const bool grid = preferences.showGrid && fit.valid;
-  canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, degreeFormat());
+  canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, mapGrid(), degreeFormat());
+  entry_->setHemisphere(fit.valid ? std::optional(positionAtMiddle(fit.map).latitude < 0) : std::nullopt);
   updateMarks();
-  list_->setPoints(session_.points(), fit.residuals.pixels, selected_);
+  const bool residuals = !fitsAnyway(fit, session_.points().size());
+  list_->setPoints(session_.points(), residuals ? fit.residuals.pixels : std::vector<double>(), selected_);
   updateFit();
   updateButtons();
+  updateReadout();
+}
+
+PointGrid MapViewerDialog::mapGrid() const {
+  return gridOfMost(session_.points(), withOwnDatum(lastCalibrationSettings));
 }
 
 void MapViewerDialog::updateMarks() {
@@ -259,18 +270,36 @@ QString MapViewerDialog::reportOf(int number) const {
                      .arg(point.x)
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
-  if (index < session_.fit().residuals.pixels.size()) {
+  if (point.grid.grid != EntryGrid::degrees) text += "\n" + nameOf(point.grid).kind + " : " + shownInItsGrid(point);
+  if (index < session_.fit().residuals.pixels.size() && !fitsAnyway(session_.fit(), session_.points().size())) {
     text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
   }
   return text;
 }
 
 void MapViewerDialog::showPixel(int x, int y) {
+  pointedAt_ = ViewPoint{static_cast<double>(x), static_cast<double>(y)};
+  updateReadout();
+}
+
+/// Position and grid reference on WGS 84 and, where the map's points were given in others, those as well.
+void MapViewerDialog::updateReadout() {
+  if (!pointedAt_) {
+    readout_->clear();
+    return;
+  }
+  const auto [x, y] = *pointedAt_;
   QString text = "Pixels : X " + shown(formatNumber(x, "#####0")) + " Y " + shown(formatNumber(y, "#####0"));
   if (session_.fit().valid) {
+    const QString gap = "      ";
     const Position position = positionAt(session_.fit().map, x, y);
-    text += "      " + shownPosition(position.latitude, position.longitude) + "      " +
-            shownGrid(position.latitude, position.longitude);
+    const QString reference = shownGrid(position.latitude, position.longitude);
+    text += gap + shownPosition(position.latitude, position.longitude) + gap + reference + gap + shown(wgs84Name);
+    const PointGrid grid = mapGrid();
+    const QString own = shownInItsGrid({0, 0, position.latitude, position.longitude, wgs84Name, grid});
+    const bool known = grid == PointGrid() || (grid.datum == wgs84Name && own == reference);
+    const GridName name = nameOf(grid);
+    if (!known && !own.isEmpty()) text += gap + own + gap + (name.datum.isEmpty() ? name.kind : name.datum);
   }
   readout_->setText(text);
 }

@@ -55,7 +55,7 @@ class MapViewerDialog : public QDialog {
   void followInstruction();
   bool chooseSettings();
   void placeAt(int x, int y);
-  void takeCoordinates(double latitude, double longitude, const std::string& datum);
+  void takeCoordinates(double latitude, double longitude, const PointGrid& grid);
   bool dropEntry();
   void correctSelected();
   void adjustPoint(int number);
@@ -69,6 +69,8 @@ class MapViewerDialog : public QDialog {
   void updateFit();
   void updateButtons();
   void showPixel(int x, int y);
+  void updateReadout();
+  PointGrid mapGrid() const;
   QString reportOf(int number) const;
   void showCrop();
 
@@ -77,6 +79,7 @@ class MapViewerDialog : public QDialog {
   CalibrationSession session_;
   CropRectangle crop_;
   ViewerResult result_;
+  std::optional<ViewPoint> pointedAt_;  ///< the pixel that is read out
   int selected_ = 0;
   int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none
 

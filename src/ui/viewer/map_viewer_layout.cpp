@@ -152,6 +152,7 @@ QWidget* MapViewerDialog::buildCropSide() {
 QHBoxLayout* MapViewerDialog::buildBottom() {
   auto* bottom = new QHBoxLayout;
   readout_ = new QLabel;
+  readout_->setObjectName("readout");
   readout_->setAccessibleName("Place under the cursor");
   readout_->setToolTip("Pixel, latitude and longitude, grid reference");
   readout_->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -167,7 +168,10 @@ QHBoxLayout* MapViewerDialog::buildBottom() {
 
 void MapViewerDialog::connectCanvas() {
   connect(canvas_, &MapCanvas::pointedAt, this, &MapViewerDialog::showPixel);
-  connect(canvas_, &MapCanvas::pointedBeside, readout_, &QLabel::clear);
+  connect(canvas_, &MapCanvas::pointedBeside, this, [this] {
+    pointedAt_.reset();
+    updateReadout();
+  });
   if (mode_ == ViewerMode::crop) {
     canvas_->setCrop(&crop_);
     connect(canvas_, &MapCanvas::cropChanged, this, &MapViewerDialog::showCrop);

@@ -14,9 +14,14 @@ std::vector<TiePoint> pointsOf(const Calibration& map) {
   std::vector<TiePoint> points;
   for (int i = 1; i <= map.pointCount; ++i) {
     points.push_back({map.points[i].pixelX, map.points[i].pixelY, map.points[i].latitude, map.points[i].longitude,
-                      map.points[i].datumName});
+                      map.points[i].datumName, map.points[i].grid});
   }
   return points;
+}
+
+bool isExact(const TrialFit& fit) {
+  constexpr double shownAsNone = 0.005;
+  return fit.residuals.rootMeanSquare < shownAsNone;
 }
 
 }  // namespace
@@ -33,15 +38,17 @@ const char* instructionText(Instruction instruction) {
   return "";
 }
 
+bool fitsAnyway(const TrialFit& fit, std::size_t count) {
+  return count <= 3 && isExact(fit);
+}
+
 std::string fitReport(const TrialFit& fit, std::size_t count) {
   if (count == 0) return "No points yet: two at least, far apart, make a calibration";
   if (count == 1) return "One point more makes a calibration";
   if (!fit.valid) return "These points make no calibration: they share a place, or one is wrong";
-  constexpr double shownAsNone = 0.005;
-  const bool exact = fit.residuals.rootMeanSquare < shownAsNone;
-  if (count <= 3 && exact) return "Two or three points always fit: take four or more";
+  if (fitsAnyway(fit, count)) return "Two or three points always fit: take four or more";
   std::string error = "Error of the fit: " + formatNumber(fit.residuals.rootMeanSquare, "0.00") + " pixels (rms)";
-  if (exact) return error;
+  if (isExact(fit)) return error;
   if (count <= 3) return error + "\nFour points or more show how good they are";
   if (!fit.residuals.worstStandsOut()) return error + "\nNo point is worse than all others";
   return error + "\nWorst is point " + std::to_string(fit.residuals.worst) + " with " +
@@ -67,18 +74,19 @@ bool CalibrationSession::wait(int x, int y) {
   return true;
 }
 
-void CalibrationSession::giveCoordinates(double latitude, double longitude, const std::string& datum) {
+void CalibrationSession::giveCoordinates(double latitude, double longitude, const PointGrid& grid) {
   if (!waiting_ || isFull()) return;
   keepStep();
-  points_.push_back({static_cast<int>(waiting_->x), static_cast<int>(waiting_->y), latitude, longitude, datum});
+  points_.push_back(
+      {static_cast<int>(waiting_->x), static_cast<int>(waiting_->y), latitude, longitude, grid.datum, grid});
   waiting_.reset();
   refit();
 }
 
-void CalibrationSession::correct(int number, double latitude, double longitude, const std::string& datum) {
+void CalibrationSession::correct(int number, double latitude, double longitude, const PointGrid& grid) {
   keepStep();
   TiePoint& corrected = point(number);
-  corrected = {corrected.x, corrected.y, latitude, longitude, datum};
+  corrected = {corrected.x, corrected.y, latitude, longitude, grid.datum, grid};
   refit();
 }
 
@@ -137,7 +145,7 @@ void CalibrationSession::commit(Calibration& map) const {
   for (const TiePoint& given : points_) {
     ++slot;
     map.points[slot].setPixel(given.x, given.y);
-    map.points[slot].setPosition(given.latitude, given.longitude);
+    map.points[slot].setPosition(given.latitude, given.longitude, given.grid);
     map.points[slot].datumName = given.datum;
   }
 }

@@ -11,11 +11,12 @@
 
 namespace vellandra {
 
-/// A calibration point as the viewer holds it, on the datum it was given on.
+/// A calibration point as the viewer holds it.
 struct TiePoint {
   int x = 0, y = 0;
   double latitude = 0, longitude = 0;
-  std::string datum;
+  std::string datum;  ///< of latitude and longitude
+  PointGrid grid;     ///< in which it was given
   bool operator==(const TiePoint&) const = default;
 };
 
@@ -25,6 +26,9 @@ const char* instructionText(Instruction instruction);
 
 /// What the panel beside the map says about the fit of `count` points.
 std::string fitReport(const TrialFit& fit, std::size_t count);
+
+/// Two or three points that fit exactly, as they always do: their residuals of 0.00 would read as perfect.
+bool fitsAnyway(const TrialFit& fit, std::size_t count);
 
 /// The work on the points of a map, from opening the viewer to closing it: which step the person is at, the mark that
 /// waits for its coordinates, every step back, and the fit that the points give. Works on a copy; `commit` brings it
@@ -51,10 +55,10 @@ class CalibrationSession {
   bool wait(int x, int y);
   std::optional<ViewPoint> waiting() const { return waiting_; }
   void dropWaiting() { waiting_.reset(); }
-  /// The waiting mark becomes a point.
-  void giveCoordinates(double latitude, double longitude, const std::string& datum);
+  /// The waiting mark becomes a point, its degrees on the grid's datum.
+  void giveCoordinates(double latitude, double longitude, const PointGrid& grid);
   /// New coordinates for a point.
-  void correct(int number, double latitude, double longitude, const std::string& datum);
+  void correct(int number, double latitude, double longitude, const PointGrid& grid);
 
   /// The point whose mark is nearest to the window's (x, y), within `reach`; 0 for none.
   int pointAt(const MapView& view, double x, double y) const;

@@ -11,11 +11,9 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
-#include "geodesy/angle_format.h"
-#include "geodesy/datum.h"
-#include "geodesy/utm.h"
-#include "support/numbers.h"
 #include "support/user_interface.h"
+#include "ui/viewer/pasting_edit.h"
+#include "ui/viewer/point_grids.h"
 #include "ui/viewer/shown_position.h"
 #include "ui/widgets/qt_text.h"
 
@@ -23,42 +21,25 @@ namespace vellandra {
 namespace {
 
 constexpr const char* invalidGrid = "Invalid grid reference";
-constexpr double squareEnd = 99999.999;
+constexpr int messageLines = 3;
 
 /// What differs between the two grids of letters and metres.
 struct NationalGrid {
-  const char* name;
-  const char* datum;  ///< of the positions
   const char* example;
-  double eastEnd, northEnd;
   std::string (*lettersProblem)(std::string_view letters);
-  std::optional<Position> (*position)(std::string_view letters, double easting, double northing);
 };
-constexpr NationalGrid britishGrid{
-    "British national grid", wgs84Name,      "TQ, or none for full metres", 699999.999, 1299999.999,
-    britishLettersProblem,   britishPosition};
-constexpr NationalGrid irishGrid{"Irish grid, datum Ireland 1965",
-                                 "IRELAND 1965",
-                                 "O, or none for full metres",
-                                 499999.999,
-                                 499999.999,
-                                 irishLetterProblem,
-                                 irishPosition};
+constexpr NationalGrid britishGrid{"TQ, or none for full metres", britishLettersProblem};
+constexpr NationalGrid irishGrid{"O, or none for full metres", irishLetterProblem};
 
 const NationalGrid* nationalGrid(EntryGrid grid) {
   return grid == EntryGrid::british ? &britishGrid : grid == EntryGrid::irish ? &irishGrid : nullptr;
 }
 
-void colorReason(QLabel* label) {
-  QPalette palette = label->palette();
+void colorReason(QWidget* widget, QPalette::ColorRole role) {
+  QPalette palette = widget->palette();
   const bool dark = palette.color(QPalette::Window).lightness() < 128;
-  palette.setColor(QPalette::WindowText, dark ? QColor(255, 140, 130) : QColor(176, 0, 32));
-  label->setPalette(palette);
-}
-
-/// An angle so that reading it again gives the same number.
-QString exactDegrees(double angle) {
-  return QString::number(angle, 'f', 9);
+  palette.setColor(role, dark ? QColor(255, 140, 130) : QColor(176, 0, 32));
+  widget->setPalette(palette);
 }
 
 }  // namespace
@@ -76,6 +57,8 @@ PointEntry::PointEntry(QWidget* parent)
   bold.setBold(true);
   heading_->setFont(bold);
   result_->setWordWrap(true);
+  result_->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+  result_->setMinimumHeight(messageLines * result_->fontMetrics().lineSpacing());
   forms_->addWidget(degreesForm());
   forms_->addWidget(nationalGridForm());
   forms_->addWidget(utmForm());
@@ -99,18 +82,13 @@ PointEntry::PointEntry(QWidget* parent)
 }
 
 PointEntry::Field PointEntry::addField(QWidget* form, const char* label, const char* example) {
-  Field field{new QLineEdit, new QLabel};
+  const Field field{new PastingEdit([this](const QLineEdit& edit, const QString& piece) { takePaste(edit, piece); })};
   field.edit->setAccessibleName(plainCaption(label));
   field.edit->setPlaceholderText(example);
-  field.reason->setWordWrap(true);
-  field.reason->hide();
-  auto* box = new QVBoxLayout;
-  box->setSpacing(1);
-  box->addWidget(field.edit);
-  box->addWidget(field.reason);
   auto* title = new QLabel(label);
   title->setBuddy(field.edit);
-  static_cast<QFormLayout*>(form->layout())->addRow(title, box);
+  static_cast<QFormLayout*>(form->layout())->addRow(title, field.edit);
+  connect(field.edit, &QLineEdit::textEdited, this, [this] { pasteProblem_.clear(); });
   connect(field.edit, &QLineEdit::textChanged, this, &PointEntry::validate);
   connect(field.edit, &QLineEdit::returnPressed, this, &PointEntry::accept);
   return field;
@@ -134,7 +112,6 @@ QWidget* PointEntry::nationalGridForm() {
   auto* form = new QWidget;
   (new QFormLayout(form))->setContentsMargins(0, 0, 0, 0);
   letters_ = addField(form, "Le&tters", "");
-  letters_.edit->setMaxLength(4);
   gridEasting_ = addField(form, "Eastin&g (metres)", "30000");
   gridNorthing_ = addField(form, "&Northing (metres)", "80000");
   return form;
@@ -171,7 +148,11 @@ void PointEntry::setSettings(const CalibrationSettings& settings) {
   zone_->setValue(settings.zone);
   southern_->setChecked(settings.southern);
   if (national != nullptr) letters_.edit->setPlaceholderText(national->example);
-  datum_->setText(national != nullptr ? national->name : "Datum " + shown(settings.datum));
+  const GridName name = nameOf(settings.grid == EntryGrid::utm ? PointGrid{.datum = settings.datum} : settings);
+  const QString datum = "Datum " + name.datum;
+  datum_->setText(national == nullptr    ? datum
+                  : name.datum.isEmpty() ? name.kind
+                                         : name.kind + ", " + datum.toLower().left(1) + datum.mid(1));
   validate();
 }
 
@@ -183,6 +164,7 @@ void PointEntry::begin(int number) {
   setHeading(QString("Coordinates of point %1").arg(number));
   accept_->setText("&Place point");
   drop_->setText("Lea&ve out");
+  pasteProblem_.clear();
   for (const Field* field : fieldsInUse()) field->edit->clear();
   begunWith_ = typed();
   validate();
@@ -193,21 +175,55 @@ void PointEntry::takeFocus() {
   fieldsInUse().front()->edit->setFocus(Qt::OtherFocusReason);
 }
 
-void PointEntry::beginCorrection(int number, double latitude, double longitude) {
+void PointEntry::beginCorrection(int number, const PositionFields& fields) {
   begin(number);
   accept_->setText("Change &point");
-  drop_->setText("Cancel");
+  drop_->setText("&Keep as it was");
   setHeading(QString("New coordinates of point %1").arg(number));
-  if (settings_.grid != EntryGrid::degrees) return;
-  latitude_.edit->setText(exactDegrees(latitude));
-  longitude_.edit->setText(exactDegrees(withinHalfTurn(longitude)));
-  latitude_.edit->selectAll();
+  fillFields(fields);
   begunWith_ = typed();
+}
+
+/// Shows the form of the fields' grid with these texts in it.
+void PointEntry::fillFields(const PositionFields& fields) {
+  pasteProblem_.clear();
+  setSettings(fields.grid);
+  const std::vector<const Field*> edits = fieldsInUse();
+  if (fields.letters) letters_.edit->setText(shown(*fields.letters));
+  edits.at(edits.size() - 2)->edit->setText(shown(fields.first));
+  edits.back()->edit->setText(shown(fields.second));
+  takeFocus();
+  edits.front()->edit->selectAll();
+}
+
+void PointEntry::takePaste(const QLineEdit& edit, const QString& piece) {
+  validate();
+  if (edit.accessibleDescription().isEmpty()) return;  // it is what belongs into this field
+  const PositionReading reading = readPositionText(textBytes(piece), grid(), southernMap_);
+  bool number = false;
+  piece.trimmed().toDouble(&number);
+  if (reading.fields) {
+    fillFields(*reading.fields);
+  } else if (!number) {
+    pasteProblem_ = shown(reading.problem);
+    showMessage();
+  }
+}
+
+PointGrid PointEntry::grid() const {
+  PointGrid grid = settings_;
+  if (grid.grid == EntryGrid::utm) {
+    grid.zone = static_cast<std::int16_t>(zone_->value());
+    grid.southern = southern_->isChecked();
+  }
+  return grid;
 }
 
 QString PointEntry::typed() const {
   QStringList texts;
   for (const Field* field : fieldsInUse()) texts << field->edit->text().trimmed();
+  if (settings_.grid == EntryGrid::utm)
+    texts << QString::number(zone_->value()) << (southern_->isChecked() ? "S" : "N");
   return texts.join('\n');
 }
 
@@ -232,66 +248,60 @@ std::string PointEntry::textOf(const Field& field) {
   return textBytes(field.edit->text());
 }
 
-/// Shows the reason beside the field; true when the field has a value.
+/// Marks the field when it cannot be read; true when it has a value.
 bool PointEntry::reportField(const Field& field, const EntryField& entry) {
-  field.reason->setText(shown(entry.problem));
-  field.reason->setVisible(!entry.problem.empty());
-  colorReason(field.reason);
-  field.edit->setAccessibleDescription(field.reason->text());
+  field.edit->setPalette(QPalette());
+  field.edit->setAccessibleDescription(shown(entry.problem));
+  if (!entry.problem.empty()) {
+    colorReason(field.edit, QPalette::Text);
+    if (reason_.isEmpty()) reason_ = field.edit->accessibleName().section(" (", 0, 0) + ": " + shown(entry.problem);
+  }
   return entry.value.has_value();
-}
-
-bool PointEntry::readNationalGrid() {
-  const NationalGrid& grid = *nationalGrid(settings_.grid);
-  const std::string letters = textOf(letters_);
-  const bool full = letters_.edit->text().trimmed().isEmpty();
-  const EntryField easting = parseMetres(textOf(gridEasting_), 0, full ? grid.eastEnd : squareEnd);
-  const EntryField northing = parseMetres(textOf(gridNorthing_), 0, full ? grid.northEnd : squareEnd);
-  const std::string problem = grid.lettersProblem(letters);
-  reportField(letters_, {std::nullopt, problem});
-  const bool first = reportField(gridEasting_, easting);
-  if (!reportField(gridNorthing_, northing) || !first || !problem.empty()) return false;
-  position_ = grid.position(letters, *easting.value, *northing.value);
-  return true;
 }
 
 /// Puts what the fields say into `position_`; false while one is empty or cannot be read.
 bool PointEntry::readFields() {
   position_.reset();
-  if (settings_.grid == EntryGrid::degrees) {
-    const EntryField latitude = parseLatitude(textOf(latitude_));
-    const EntryField longitude = parseLongitude(textOf(longitude_));
+  reason_.clear();
+  const bool degrees = settings_.grid == EntryGrid::degrees;
+  if (degrees) {
+    const EntryField latitude = parseLatitude(textOf(latitude_)), longitude = parseLongitude(textOf(longitude_));
     const bool first = reportField(latitude_, latitude);
     if (!reportField(longitude_, longitude) || !first) return false;
     position_ = Position{*latitude.value, *longitude.value};
-  } else if (nationalGrid(settings_.grid) != nullptr) {
-    return readNationalGrid();
-  } else {
-    const EntryField easting = parseMetres(textOf(easting_), utmWestEnd, utmEastEnd);
-    const double origin = southern_->isChecked() ? southernFalseNorthing : 0;
-    const EntryField northing = parseMetres(textOf(northing_), origin - utmNorthingRange, origin + utmNorthingRange);
-    const bool first = reportField(easting_, easting);
-    if (!reportField(northing_, northing) || !first) return false;
-    position_ = utmPosition(static_cast<std::int16_t>(zone_->value()), southern_->isChecked(), *easting.value,
-                            *northing.value, findDatumByName(datumColumnName(settings_.datum)));
+    return true;
   }
+  const NationalGrid* national = nationalGrid(settings_.grid);
+  const std::string letters = national != nullptr ? textOf(letters_) : "";
+  const std::string problem = national != nullptr ? national->lettersProblem(letters) : "";
+  if (national != nullptr) reportField(letters_, {std::nullopt, problem});
+  const Field& east = national != nullptr ? gridEasting_ : easting_;
+  const Field& north = national != nullptr ? gridNorthing_ : northing_;
+  const MetresRange range = metresRange(grid(), trim(letters).empty());
+  const EntryField easting = parseMetres(textOf(east), range.west, range.east);
+  const EntryField northing = parseMetres(textOf(north), range.south, range.north);
+  const bool first = reportField(east, easting);
+  if (!reportField(north, northing) || !first || !problem.empty()) return false;
+  position_ = gridPosition(grid(), letters, *easting.value, *northing.value);
   return true;
 }
 
 void PointEntry::validate() {
   const bool read = readFields();
   outsideArea_ = read && !position_;
-  // A reference that cannot be is named beside the fields at once, and in a box when it is used all the same.
+  // A reference that cannot be is named below the fields at once, and in a box when it is used all the same.
   accept_->setEnabled(read);
-  QPalette palette = this->palette();
-  result_->setPalette(palette);
-  if (outsideArea_) {
-    colorReason(result_);
-    result_->setText(invalidGrid);
-  } else if (position_) {
-    result_->setText("= " + shownPosition(position_->latitude, position_->longitude));
+  showMessage();
+}
+
+void PointEntry::showMessage() {
+  result_->setPalette(QPalette());
+  const QString problem = !pasteProblem_.isEmpty() ? pasteProblem_ : outsideArea_ ? QString(invalidGrid) : reason_;
+  if (!problem.isEmpty()) {
+    colorReason(result_, QPalette::WindowText);
+    result_->setText(problem);
   } else {
-    result_->clear();
+    result_->setText(position_ ? "= " + shownPosition(position_->latitude, position_->longitude) : QString());
   }
 }
 
@@ -302,14 +312,13 @@ void PointEntry::accept() {
     return;
   }
   if (position_) {
-    const NationalGrid* national = nationalGrid(settings_.grid);
-    Q_EMIT given(position_->latitude, position_->longitude, national != nullptr ? national->datum : settings_.datum);
+    Q_EMIT given(position_->latitude, position_->longitude, grid());
     return;
   }
   for (const Field* field : fieldsInUse()) {
     const bool mayBeEmpty = field == &letters_;
     const bool empty = field->edit->text().trimmed().isEmpty();
-    if (!field->reason->text().isEmpty() || (empty && !mayBeEmpty)) {
+    if (!field->edit->accessibleDescription().isEmpty() || (empty && !mayBeEmpty)) {
       field->edit->setFocus();
       field->edit->selectAll();
       return;

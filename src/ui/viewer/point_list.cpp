@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "support/numbers.h"
-#include "ui/viewer/shown_position.h"
+#include "ui/viewer/point_grids.h"
 #include "ui/widgets/qt_text.h"
 
 namespace vellandra {
@@ -21,7 +21,8 @@ struct ListedPoint {
 
 /// With latitude and longitude one above the other.
 QString stackedPosition(const ListedPoint& listed) {
-  QString text = shownPosition(listed.point.latitude, listed.point.longitude);
+  QString text = shownInItsGrid(listed.point);
+  if (listed.point.grid.grid != EntryGrid::degrees) return text;
   const QString gap = text.contains("  ") ? "  " : " ";
   const auto at = text.indexOf(gap);
   return at < 0 ? text : text.replace(at, gap.size(), '\n');
@@ -48,13 +49,29 @@ struct Column {
 
 constexpr Column columns[] = {
     {"Point", [](const ListedPoint& listed) { return QString::number(listed.number); }, "Point", leftAligned},
-    {"Latitude, longitude", stackedPosition, "W 179\u00B0 59' 59.999\"", leftAligned, true},
+    {"Position", stackedPosition, "33U 000000 0000000", leftAligned, true},
     {"Pixel", pixelText, "00000, 00000", leftAligned},
     {"Residual", residualText, "Residual", rightAligned},
 };
 
+constexpr int positionColumn = 1;
+
 QString toolTipOf(const ListedPoint& listed) {
-  return stackedPosition(listed) + "\nDatum " + shown(listed.point.datum) + "\nPixel " + pixelText(listed);
+  const GridName name = nameOf(listed.point.grid);
+  return stackedPosition(listed) + '\n' + name.kind + (name.datum.isEmpty() ? "" : "\nDatum " + name.datum) +
+         "\nPixel " + pixelText(listed);
+}
+
+/// The grid and the datum of all points, or that they differ.
+QString positionHeading(const std::vector<TiePoint>& points) {
+  const GridName name = nameOf(gridOfMost(points, {}));
+  const auto isOther = [&name](const TiePoint& point) {
+    const GridName its = nameOf(point.grid);
+    return its.kind != name.kind || its.datum != name.datum;
+  };
+  if (points.empty()) return "Position";
+  if (std::ranges::any_of(points, isOther)) return "Position\neach as it was given";
+  return name.datum.isEmpty() ? name.kind : name.kind + '\n' + name.datum;
 }
 
 void fill(QTreeWidgetItem& item, const ListedPoint& listed) {
@@ -109,6 +126,7 @@ void PointList::setPoints(const std::vector<TiePoint>& points, const std::vector
     const bool fitted = index < residuals.size();
     fill(*topLevelItem(i), {i + 1, points[index], fitted ? std::optional(residuals[index]) : std::nullopt});
   }
+  headerItem()->setText(positionColumn, positionHeading(points));
   setCurrentItem(selected > 0 ? topLevelItem(selected - 1) : nullptr);
   filling_ = false;
 }
