@@ -61,7 +61,15 @@ TEST_F(MapViewerTest, MarkWaitsOnItsPlaceWhileTheMapMoves) {
   EXPECT_EQ(viewer->session().waiting()->x, 300);
   EXPECT_EQ(field("Latitude")->text(), "49.5") << "what was typed stays";
   click(310, 220);
-  EXPECT_EQ(viewer->session().waiting()->x, 310) << "another click moves the mark";
+  EXPECT_EQ(viewer->session().waiting()->x, 300) << "coordinates go to no other place unasked";
+  person.boxAnswers = {Answer::ok};
+  click(310, 220);
+  EXPECT_EQ(person.boxTexts(),
+            Seen(2, "Coordinates typed for another place : OK to take them to this one else cancel"));
+  EXPECT_EQ(viewer->session().waiting()->x, 310);
+  field("Latitude")->clear();
+  click(300, 220);
+  EXPECT_EQ(viewer->session().waiting()->x, 300) << "where none are typed another click moves the mark";
   fill("Latitude", "49.5", "Longitude", "10");
   ASSERT_EQ(points(), 1U);
   EXPECT_EQ(point(1).y, 220);
@@ -160,6 +168,35 @@ TEST_F(MapViewerTest, ResidualFollowsADraggedAndANudgedPointAndComesBack) {
   for (const auto& [far, pixel] : {std::pair(5000, "899, 699"), {-5000, "0, 0"}}) {
     drag(place(point(3).x, point(3).y), {1.0 * far, 1.0 * far});
     EXPECT_EQ(cell(3, "Pixel"), pixel) << "inside the image";
+  }
+}
+
+TEST_F(MapViewerTest, NoPointChangesUnderTheMouseThatHeldOneWhichIsGone) {
+  const struct {
+    const char* name;
+    int held;
+    bool moved;
+    Qt::Key key;
+    const char* left;
+  } rows[] = {{"the last one is deleted", 4, true, Qt::Key_Delete, "100,100 800,100 104,600"},
+              {"one in the middle is deleted", 2, true, Qt::Key_Delete, "100,100 104,600 800,600"},
+              {"deleted before it has moved", 4, false, Qt::Key_Delete, "100,100 800,100 104,600"},
+              {"its move is taken back", 4, true, Qt::Key_Z, "100,100 800,100 104,600 800,600"}};
+  givePoints(4);
+  for (const auto& row : rows) {
+    open(ViewerMode::view);
+    choosePoint(row.held);
+    const QPointF at = place(point(static_cast<std::size_t>(row.held)).x, point(static_cast<std::size_t>(row.held)).y);
+    mouse(QEvent::MouseButtonPress, at);
+    if (row.moved) mouse(QEvent::MouseMove, at - QPointF(20, 20));
+    QTest::keyClick(canvas, row.key, row.key == Qt::Key_Z ? Qt::ControlModifier : Qt::NoModifier);
+    mouse(QEvent::MouseMove, at - QPointF(40, 40));
+    mouse(QEvent::MouseButtonRelease, at - QPointF(40, 40));
+    std::string left;
+    for (const TiePoint& each : viewer->session().points()) {
+      left += (left.empty() ? "" : " ") + std::to_string(each.x) + "," + std::to_string(each.y);
+    }
+    EXPECT_EQ(left, row.left) << row.name;
   }
 }
 
@@ -281,6 +318,8 @@ TEST_F(MapViewerTest, KeyboardAlonePlacesChoosesAndFinishes) {
   QTest::keyClick(instruction(), Qt::Key_Return);
   EXPECT_EQ(viewer->focusWidget(), canvas);
   const auto placeHere = [this](const char* latitude, const char* longitude) {
+    QTest::keyClick(canvas, Qt::Key_Left);
+    QTest::keyClick(canvas, Qt::Key_Right);
     QTest::keyClick(canvas, Qt::Key_Return);
     ASSERT_EQ(viewer->focusWidget(), field("Latitude"));
     QTest::keyClicks(field("Latitude"), latitude);
@@ -289,6 +328,8 @@ TEST_F(MapViewerTest, KeyboardAlonePlacesChoosesAndFinishes) {
     QTest::keyClick(viewer->focusWidget(), Qt::Key_Return);
   };
   placeHere("49.5", "10.5");
+  QTest::keyClick(canvas, Qt::Key_Return);
+  EXPECT_FALSE(waits()) << "an Enter too many aims at the middle and no more";
   const int x = point(1).x;
   for (int i = 0; i < 3; ++i) QTest::keyClick(canvas, Qt::Key_Left, Qt::ShiftModifier);
   placeHere("49.4", "10.7");

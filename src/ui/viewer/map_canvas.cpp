@@ -24,7 +24,7 @@ MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent) : QWidget(parent), im
   setAccessibleName("Map");
   setAccessibleDescription(
       "Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "
-      "shows it at full size, Enter takes the place in the middle");
+      "shows it at full size, Enter aims at the middle and then takes the place there");
   view_.setImageSize(image.width(), image.height());
   updateCursor({});
 }
@@ -74,6 +74,11 @@ void MapCanvas::setCrop(CropRectangle* crop) {
 void MapCanvas::setPlacing(bool placing) {
   placing_ = placing;
   updateCursor({});
+}
+
+void MapCanvas::letGo() {
+  hold_ = Hold::nothing;
+  dragging_ = false;
 }
 
 std::size_t MapCanvas::extraBytes() const {
@@ -150,6 +155,7 @@ void MapCanvas::mouseMoveEvent(QMouseEvent* event) {
     aiming_ = false;
     update();
   }
+  if (event->buttons() == Qt::NoButton) letGo();  // a dialog that came up has seen the button let go
   if (hold_ == Hold::nothing) {
     updateCursor(event->position());
   } else {
@@ -195,8 +201,7 @@ void MapCanvas::dragTo(QPointF place) {
 void MapCanvas::mouseReleaseEvent(QMouseEvent* event) {
   const Hold held = hold_;
   const bool clicked = !dragging_ && event->button() == Qt::LeftButton;
-  hold_ = Hold::nothing;
-  dragging_ = false;
+  letGo();
   updateCursor(event->position());
   if (!clicked) return;
   int x = 0;
@@ -232,6 +237,21 @@ void MapCanvas::useArrow(int right, int down, Qt::KeyboardModifiers modifiers) {
   }
 }
 
+/// The first Enter shows where the next one takes the place: one too many after other work takes none.
+void MapCanvas::takeAim() {
+  const QPointF middle(width() / 2.0, height() / 2.0);
+  int x = 0;
+  int y = 0;
+  if (!aiming_) {
+    aiming_ = true;
+    update();
+    pointAt(middle);
+  } else if (pixelAtWindow(middle, x, y)) {
+    aiming_ = false;
+    Q_EMIT mapClicked(x, y);
+  }
+}
+
 void MapCanvas::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Left:
@@ -256,12 +276,8 @@ void MapCanvas::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Enter:
       if (crop_ != nullptr) {
         Q_EMIT confirmed();
-      } else {
-        int x = 0;
-        int y = 0;
-        aiming_ = true;
-        update();
-        if (pixelAtWindow(QPointF(width() / 2.0, height() / 2.0), x, y)) Q_EMIT mapClicked(x, y);
+      } else if (!event->isAutoRepeat()) {
+        takeAim();
       }
       return;
     default:

@@ -44,11 +44,13 @@ class MapCanvas : public QWidget {
   /// From now on dragging draws and changes `crop`, which must outlive this.
   void setCrop(CropRectangle* crop);
   void setPlacing(bool placing);
+  /// Ends what the mouse is doing: the marks are about to become others, or a dialog takes the mouse.
+  void letGo();
 
   std::size_t extraBytes() const;  ///< held beside the map image
 
  Q_SIGNALS:
-  void mapClicked(int x, int y);  ///< a pixel of the image, also by Enter on the aim
+  void mapClicked(int x, int y);  ///< a pixel of the image, also by Enter while the aim is shown
   void markClicked(int number);
   void markGrabbed(int number);  ///< a drag begins
   void markDragged(int number, int x, int y);
@@ -86,6 +88,7 @@ class MapCanvas : public QWidget {
   void pointAt(QPointF place);
   void holdForCrop(QPointF place);
   void dragTo(QPointF place);
+  void takeAim();
   void useArrow(int right, int down, Qt::KeyboardModifiers modifiers);
   void updateCursor(QPointF place);
 

@@ -103,6 +103,11 @@ void MapViewerDialog::placeAt(int x, int y) {
     return;
   }
   const bool moves = session_.waiting().has_value();
+  if (moves && entry_->isTouched() &&
+      !askOkCancel("Coordinates typed for another place : OK to take them to this one else cancel", "Another place")) {
+    entry_->takeFocus();
+    return;
+  }
   session_.wait(x, y);
   if (!moves) {
     entry_->setSettings(lastCalibrationSettings);
@@ -130,6 +135,7 @@ void MapViewerDialog::takeCoordinates(double latitude, double longitude, const s
 
 /// Leaves the point out that is being entered, asking when something has been typed. False when it is kept.
 bool MapViewerDialog::dropEntry() {
+  canvas_->letGo();
   if (!entry_->isHidden() && entry_->isTouched() &&
       !askOkCancel("Coordinates not used : OK to leave them out else cancel", notKept)) {
     return false;
@@ -185,6 +191,7 @@ void MapViewerDialog::removeSelected() {
 }
 
 void MapViewerDialog::undo() {
+  canvas_->letGo();
   if (!entry_->isHidden()) {
     dropEntry();
     return;
