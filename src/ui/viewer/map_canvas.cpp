@@ -55,6 +55,19 @@ void MapCanvas::centreOnPixel(int x, int y) {
   changeView();
 }
 
+void MapCanvas::closeUp(int x, int y) {
+  constexpr double closeScale = 4;
+  if (view_.scale() < closeScale) view_.zoomAt(width() / 2.0, height() / 2.0, closeScale / view_.scale());
+  view_.centreOn(x + 0.5, y + 0.5);
+  changeView();
+}
+
+void MapCanvas::setView(const MapView& view) {
+  view_ = view;
+  view_.setWindowSize(width(), height());
+  changeView();
+}
+
 void MapCanvas::setMarks(std::vector<CanvasMark> marks) {
   marks_ = std::move(marks);
   update();
@@ -74,6 +87,11 @@ void MapCanvas::setCrop(CropRectangle* crop) {
 void MapCanvas::setPlacing(bool placing) {
   placing_ = placing;
   updateCursor({});
+}
+
+void MapCanvas::setArrows(bool arrows) {
+  arrows_ = arrows;
+  update();
 }
 
 void MapCanvas::letGo() {
