@@ -13,6 +13,12 @@ bool Calibration::isMercator() const {
   return trim(projection) == "mercator";
 }
 
+int Calibration::numberOf(int slot) const {
+  int number = slot;
+  for (const OffPoint& off : offPoints) number += off.number <= number ? 1 : 0;
+  return number;
+}
+
 void CalibrationPoint::setPixel(std::int32_t x, std::int32_t y) {
   pixelX = x;
   pixelY = y;

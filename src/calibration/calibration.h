@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "geodesy/point_grid.h"
 #include "support/errors.h"
@@ -48,6 +49,12 @@ struct CalibrationPoint {
   bool isEmpty() const { return !hasPixel && !hasPosition; }
 };
 
+/// A tie point that the person has switched off: kept, and known to no fit and no file.
+struct OffPoint {
+  int number = 0;  ///< its place in the order of entry, counted from 1, of all points
+  CalibrationPoint point;
+};
+
 /// The calibration of the map that is loaded: tie points in slots 1 to `pointCount`, map corners in slots 31 and up.
 struct Calibration {
   std::string imagePath;
@@ -56,6 +63,7 @@ struct Calibration {
   std::int16_t cornerCount = 0;
 
   Slots<CalibrationPoint> points;
+  std::vector<OffPoint> offPoints;  ///< in the order of their numbers
 
   std::string projection;  ///< as read, lower case; "mercator" selects the Mercator model
 
@@ -68,6 +76,8 @@ struct Calibration {
   std::string message;     ///< text of the message panel, lines ended by CR LF
 
   bool isMercator() const;
+  /// The number by which the person knows the tie point of a slot: those that are switched off count as well.
+  int numberOf(int slot) const;
   /// Empty again but for the message panel's text.
   void clear();
 };

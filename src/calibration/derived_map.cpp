@@ -54,7 +54,7 @@ void carryPoints(const Calibration& source, const PixelMapping& mapping, Calibra
     if (fits(x, y)) {
       addPoint(map, roundToInt32(x), roundToInt32(y));
     } else {
-      leftOut += (leftOut.empty() ? "" : ", ") + std::to_string(i);
+      leftOut += (leftOut.empty() ? "" : ", ") + std::to_string(source.numberOf(i));
     }
   }
   if (!leftOut.empty()) showMessage("Points left out, they lie too far outside the map: " + leftOut);
@@ -98,6 +98,7 @@ Calibration derivedCalibration(const Calibration& source, const PixelMapping& ma
   map.imageWidth = toInt16(width);
   map.imageHeight = toInt16(height);
   map.cornerCount = 0;
+  map.offPoints.clear();
   map.averageError = 0;
   setTransform(source, mapping, map);
   carryPoints(source, mapping, map);

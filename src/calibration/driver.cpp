@@ -147,7 +147,7 @@ void reportFit() {
               formatNumber(static_cast<double>(calibration.averageError), "####.0000"));
   const Residuals residuals = residualsOf(calibration);
   showMessage("All points: root mean square " + formatNumber(residuals.rootMeanSquare, "###0.00") +
-              " pixels, worst is point " + std::to_string(residuals.worst) + " with " +
+              " pixels, worst is point " + std::to_string(calibration.numberOf(residuals.worst)) + " with " +
               formatNumber(residuals.ofWorst(), "###0.00"));
 }
 
@@ -307,7 +307,8 @@ void splitInputPath(const std::string& path) {
 
 void updateMenuStates() {
   const Calibration& c = calibration;
-  const bool points = c.imageWidth > 0 && c.pointCount > 0 && !c.points[1].datumName.empty();
+  const bool used = c.pointCount > 0 && !c.points[1].datumName.empty();
+  const bool points = c.imageWidth > 0 && (used || !c.offPoints.empty());
   userInterface().setMenuStates({driver.transformValid && c.imageWidth > 0, points});
 }
 

@@ -19,9 +19,10 @@ bool isOnEarth(const CalibrationPoint& point) {
   return std::abs(point.latitude) <= 90 + rounding && std::abs(point.longitude) <= 360 + rounding;
 }
 
-std::string notOnEarth(int slot, int first, const CalibrationPoint& point) {
+std::string notOnEarth(const Calibration& map, int slot, int first) {
+  const CalibrationPoint& point = map.points[slot];
   const bool corner = slot >= firstCornerSlot && first == firstCornerSlot;
-  return (corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : slot) +
+  return (corner ? "Corner " : "Point ") + std::to_string(corner ? slot - first + 1 : map.numberOf(slot)) +
          " is not on the earth: latitude " + formatGeneral(point.latitude) + ", longitude " +
          formatGeneral(point.longitude);
 }
@@ -118,7 +119,7 @@ bool isBetterFit(const Calibration& map, const Calibration& other) {
 std::string convertToWgs84(Calibration& map, int first, int count, const Journal& journal) {
   for (int slot = first; slot < first + count; ++slot) {
     CalibrationPoint& point = map.points[slot];
-    if (!isOnEarth(point)) return notOnEarth(slot, first, point);
+    if (!isOnEarth(point)) return notOnEarth(map, slot, first);
     if (point.datumName == wgs84Name) continue;
     const int index = datumIndexOf(point.datumName);
     if (index == 0) return "unable to match input datum " + point.datumName;

@@ -1,6 +1,9 @@
+#include <QCheckBox>
+#include <QHeaderView>
 #include <QToolButton>
 #include <cmath>
 
+#include "calibration/fit.h"
 #include "map_fixture.h"
 #include "support/numbers.h"
 #include "ui/viewer_fixture.h"
@@ -61,7 +64,15 @@ TEST_F(MapViewerTest, MarkWaitsOnItsPlaceWhileTheMapMoves) {
   EXPECT_EQ(viewer->session().waiting()->x, 300);
   EXPECT_EQ(field("Latitude")->text(), "49.5") << "what was typed stays";
   click(310, 220);
-  EXPECT_EQ(viewer->session().waiting()->x, 310) << "another click moves the mark";
+  EXPECT_EQ(viewer->session().waiting()->x, 300) << "coordinates go to no other place unasked";
+  person.boxAnswers = {Answer::ok};
+  click(310, 220);
+  EXPECT_EQ(person.boxTexts(),
+            Seen(2, "Coordinates typed for another place : OK to take them to this one else cancel"));
+  EXPECT_EQ(viewer->session().waiting()->x, 310);
+  field("Latitude")->clear();
+  click(300, 220);
+  EXPECT_EQ(viewer->session().waiting()->x, 300) << "where none are typed another click moves the mark";
   fill("Latitude", "49.5", "Longitude", "10");
   ASSERT_EQ(points(), 1U);
   EXPECT_EQ(point(1).y, 220);
@@ -163,6 +174,35 @@ TEST_F(MapViewerTest, ResidualFollowsADraggedAndANudgedPointAndComesBack) {
   }
 }
 
+TEST_F(MapViewerTest, NoPointChangesUnderTheMouseThatHeldOneWhichIsGone) {
+  const struct {
+    const char* name;
+    int held;
+    bool moved;
+    Qt::Key key;
+    const char* left;
+  } rows[] = {{"the last one is deleted", 4, true, Qt::Key_Delete, "100,100 800,100 104,600"},
+              {"one in the middle is deleted", 2, true, Qt::Key_Delete, "100,100 104,600 800,600"},
+              {"deleted before it has moved", 4, false, Qt::Key_Delete, "100,100 800,100 104,600"},
+              {"its move is taken back", 4, true, Qt::Key_Z, "100,100 800,100 104,600 800,600"}};
+  givePoints(4);
+  for (const auto& row : rows) {
+    open(ViewerMode::view);
+    choosePoint(row.held);
+    const QPointF at = place(point(static_cast<std::size_t>(row.held)).x, point(static_cast<std::size_t>(row.held)).y);
+    mouse(QEvent::MouseButtonPress, at);
+    if (row.moved) mouse(QEvent::MouseMove, at - QPointF(20, 20));
+    QTest::keyClick(canvas, row.key, row.key == Qt::Key_Z ? Qt::ControlModifier : Qt::NoModifier);
+    mouse(QEvent::MouseMove, at - QPointF(40, 40));
+    mouse(QEvent::MouseButtonRelease, at - QPointF(40, 40));
+    std::string left;
+    for (const TiePoint& each : viewer->session().points()) {
+      left += (left.empty() ? "" : " ") + std::to_string(each.x) + "," + std::to_string(each.y);
+    }
+    EXPECT_EQ(left, row.left) << row.name;
+  }
+}
+
 TEST_F(MapViewerTest, AdjustDialogMovesDeletesAndTakesBack) {
   givePoints(4);
   open(ViewerMode::view);
@@ -171,12 +211,17 @@ TEST_F(MapViewerTest, AdjustDialogMovesDeletesAndTakesBack) {
       EXPECT_EQ(dialog.windowTitle(), "Adjust calibration Point");
       EXPECT_TRUE(says("\nPosition : 49.40000 10.10000\n"));
       for (const char* button : buttons) {
+        EXPECT_GE(canvas->view().scale(), 4) << "where single pixels are seen";
+        EXPECT_LE((place(point(3).x, point(3).y) - QRectF(canvas->rect()).center()).manhattanLength(), 2);
         *button == 'v' ? QTest::keyClick(&dialog, Qt::Key_Down) : buttonOf(&dialog, button)->click();
       }
     });
     click(point(3).x, point(3).y);
   };
+  canvas->zoomBy(0.7);
+  const double before = canvas->view().scale();
   adjust({"Left", "Left", "Up", "Down", "Down", "Right", "v", "OK"});
+  EXPECT_EQ(canvas->view().scale(), before) << "the map is shown as before";
   EXPECT_EQ(point(3).x, 103);
   EXPECT_EQ(point(3).y, 602);
   adjust({"Right", "Cancel"});
@@ -261,6 +306,104 @@ TEST_F(MapViewerTest, FitSaysNoMoreThanThePointsTell) {
   EXPECT_TRUE(says("\nWorst is point 3 with 2.")) << "which none share";
 }
 
+TEST_F(MapViewerTest, PointThatIsOffIsKeptAndOutOfFitAndFiles) {
+  const auto filesWithout = [this](const std::function<void()>& leaveOut) {
+    openMap();
+    givePoints(8);
+    open(ViewerMode::view);
+    leaveOut();
+    press("Done");
+    for (const Stage stage : {recalculate, writeCalibrations}) {
+      driver.stage = stage;
+      EXPECT_TRUE(runCommand(do_it));
+    }
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      const std::string name = entry.path().filename();
+      if (name.starts_with("area")) files[name] = contentOf(entry.path());
+    }
+    return files;
+  };
+  preferences.warnOverwrite = false;
+  const auto deleted = filesWithout([this] { choosePoint(3), press("Delete"); });
+  EXPECT_EQ(filesWithout([this] { switchPoint(3); }), deleted);
+  EXPECT_EQ(deleted.size(), 9U);
+
+  const std::tuple<const char*, std::function<void()>, const char*, const char*> steps[] = {
+      {"comes back into the viewer", [this] { open(ViewerMode::view); }, "1 2 3- 4 5 6 7 8 ", "(rms), 1 off"},
+      {"is corrected", [this] { choosePoint(3), press("Coordinates..."), fill("Latitude", "1", "Longitude", "2"); },
+       "1 2 3- 4 5 6 7 8 ", "of the fit: 0.00 pixels (rms), 1 off"},
+      {"goes back", [this] { press("Undo"); }, "1 2 3- 4 5 6 7 8 ", "of the fit: 0.00"},
+      {"is switched on, another off", [this] { switchPoint(3), switchPoint(1); }, "1- 2 3 4 5 6 7 8 ",
+       "\nWorst is point 3 with 2."},
+      {"is taken back", [this] { press("Undo"), press("Undo"), press("Undo"); }, "1 2 3- 4 5 6 7 8 ", "rms), 1 off"},
+      {"is done again", [this] { press("Redo"), QTest::keySequence(canvas, QKeySequence::Redo); }, "1- 2 3 4 5 6 7 8 ",
+       "\nWorst is point 3 with 2."},
+      {"has its number on the panel", [this] { press("Done"), driver.stage = recalculate, runCommand(do_it); },
+       "1- 2 3 4 5 6 7 8 ", "\nWorst is point 3 with 2."},
+  };
+  for (const auto& [what, step, numbers, report] : steps) {
+    step();
+    EXPECT_EQ(listed(), numbers) << what;
+    EXPECT_TRUE(says(report)) << what << ": " << fitReport(viewer->session().fit(), viewer->session().pointsOn());
+  }
+  EXPECT_TRUE(panelHas("worst is point 3 with")) << calibration.message;
+  calibration.points[2].latitude = 99;
+  EXPECT_EQ(convertToWgs84(calibration, 1, 7, {}).substr(0, 7), "Point 3");
+
+  openMap();
+  givePoints(4);
+  open(ViewerMode::calibrate);
+  start();
+  switchPoint(3), switchPoint(4);
+  EXPECT_EQ(asked(), "Click here to finish");
+  switchPoint(2);
+  EXPECT_EQ(asked(), "Click on the map to calibrate") << "one point makes no calibration";
+  switchPoint(1);
+  viewer->accept();
+  updateMenuStates();
+  EXPECT_TRUE(person.menuStates.points) << "points that are off can be looked at again";
+}
+
+TEST_F(MapViewerTest, WorstPointsComeFirstAndTheOrderOfEntryComesBack) {
+  givePoints(8);
+  open(ViewerMode::view);
+  switchPoint(1);
+  auto* byResidual = viewer->findChildren<QCheckBox*>().at(2);
+  ASSERT_EQ(byResidual->text(), "B&y residual");
+  const auto clickOn = [this](int column) {
+    const QHeaderView* header = list()->header();
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                      {header->sectionViewportPosition(column) + 5, header->height() / 2});
+  };
+  clickOn(3);
+  EXPECT_TRUE(byResidual->isChecked());
+  EXPECT_EQ(listed().substr(0, 2), "3 ");
+  for (int row = 2; row < 8; ++row) EXPECT_GE(cell(row - 1, "Residual"), cell(row, "Residual"));
+  EXPECT_EQ(cell(8, "Point") + cell(8, "Residual"), "1off");
+  viewer->findChildren<QCheckBox*>().at(0)->setChecked(true);
+  list()->setCurrentItem(list()->topLevelItem(0));
+  EXPECT_GE(canvas->view().scale(), 4) << "zooms to the point that is chosen";
+  press("Delete");
+  EXPECT_EQ(points(), 7U);
+  EXPECT_EQ(point(3).y, 266) << "the worst has gone, and not the first";
+  clickOn(0);
+  EXPECT_EQ(listed(), "1- 2 3 4 5 6 7 ");
+}
+
+TEST_F(MapViewerTest, ArrowsPointToWhereTheFitHasThePoint) {
+  givePoints(4);  // the third should lie further left, by the pixel that each of the four is off
+  open(ViewerMode::view);
+  viewer->findChildren<QCheckBox*>().at(1)->setChecked(true);
+  canvas->centreOnPixel(104, 600);
+  canvas->setGrid(std::nullopt, DegreeFormat::decimalDegrees);
+  const QImage image = canvas->grab().toImage();
+  for (const auto& [way, drawn] : {std::pair(-45, true), {-58, false}, {45, false}}) {
+    const QColor color = image.pixelColor((place(104, 600) + QPointF(way, 0)).toPoint());
+    EXPECT_EQ(color.red() > color.blue() + 50, drawn) << way << " " << color.name().toStdString();
+  }
+}
+
 TEST_F(MapViewerTest, ThirtyPointsAreListedAndNoMoreTaken) {
   givePoints(30);
   preferences.degreeFormat = 3;
@@ -269,6 +412,7 @@ TEST_F(MapViewerTest, ThirtyPointsAreListedAndNoMoreTaken) {
   const QAbstractItemView* view = list();
   EXPECT_GE(list()->columnWidth(1), view->sizeHintForColumn(1)) << "positions are shown whole";
   start();
+  switchPoint(30);  // may be switched on again, so its place is taken
   click(500, 50);
   EXPECT_EQ(person.boxTexts(), Seen{"At most 30 points"});
   EXPECT_FALSE(waits());
@@ -281,6 +425,8 @@ TEST_F(MapViewerTest, KeyboardAlonePlacesChoosesAndFinishes) {
   QTest::keyClick(instruction(), Qt::Key_Return);
   EXPECT_EQ(viewer->focusWidget(), canvas);
   const auto placeHere = [this](const char* latitude, const char* longitude) {
+    QTest::keyClick(canvas, Qt::Key_Left);
+    QTest::keyClick(canvas, Qt::Key_Right);
     QTest::keyClick(canvas, Qt::Key_Return);
     ASSERT_EQ(viewer->focusWidget(), field("Latitude"));
     QTest::keyClicks(field("Latitude"), latitude);
@@ -289,6 +435,8 @@ TEST_F(MapViewerTest, KeyboardAlonePlacesChoosesAndFinishes) {
     QTest::keyClick(viewer->focusWidget(), Qt::Key_Return);
   };
   placeHere("49.5", "10.5");
+  QTest::keyClick(canvas, Qt::Key_Return);
+  EXPECT_FALSE(waits()) << "an Enter too many aims at the middle and no more";
   const int x = point(1).x;
   for (int i = 0; i < 3; ++i) QTest::keyClick(canvas, Qt::Key_Left, Qt::ShiftModifier);
   placeHere("49.4", "10.7");

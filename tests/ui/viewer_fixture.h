@@ -82,6 +82,20 @@ class MapViewerTest : public UiTest {
   }
   PointList* list() const { return viewer->findChild<PointList*>(); }
   void choosePoint(int number) const { list()->setCurrentItem(list()->topLevelItem(number - 1)); }
+  /// By its tick in the list, which stands in the order of entry.
+  void switchPoint(int number) const {
+    QTreeWidgetItem* item = list()->topLevelItem(number - 1);
+    item->setCheckState(0, item->checkState(0) == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+  }
+  /// Numbers of the points from the top of the list on, with "-" behind those that are off.
+  std::string listed() const {
+    std::string numbers;
+    for (int row = 0; row < list()->topLevelItemCount(); ++row) {
+      const QTreeWidgetItem* item = list()->topLevelItem(row);
+      numbers += item->text(0).toStdString() + (item->checkState(0) == Qt::Checked ? " " : "- ");
+    }
+    return numbers;
+  }
   std::string cell(int number, const char* heading) const {
     int column = 0;
     while (!list()->headerItem()->text(column).startsWith(heading)) ++column;

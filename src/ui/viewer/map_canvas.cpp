@@ -25,7 +25,7 @@ MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent) : QWidget(parent), im
   setAccessibleName("Map");
   setAccessibleDescription(
       "Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "
-      "shows it at full size, Enter takes the place in the middle");
+      "shows it at full size, Enter aims at the middle and then takes the place there");
   view_.setFitMargin(fitMargin);
   view_.setImageSize(image.width(), image.height());
   updateCursor({});
@@ -57,6 +57,19 @@ void MapCanvas::centreOnPixel(int x, int y) {
   changeView();
 }
 
+void MapCanvas::closeUp(int x, int y) {
+  constexpr double closeScale = 4;
+  if (view_.scale() < closeScale) view_.zoomAt(width() / 2.0, height() / 2.0, closeScale / view_.scale());
+  view_.centreOn(x + 0.5, y + 0.5);
+  changeView();
+}
+
+void MapCanvas::setView(const MapView& view) {
+  view_ = view;
+  view_.setWindowSize(width(), height());
+  changeView();
+}
+
 void MapCanvas::setMarks(std::vector<CanvasMark> marks) {
   marks_ = std::move(marks);
   update();
@@ -77,6 +90,16 @@ void MapCanvas::setCrop(CropRectangle* crop) {
 void MapCanvas::setPlacing(bool placing) {
   placing_ = placing;
   updateCursor({});
+}
+
+void MapCanvas::setArrows(bool arrows) {
+  arrows_ = arrows;
+  update();
+}
+
+void MapCanvas::letGo() {
+  hold_ = Hold::nothing;
+  dragging_ = false;
 }
 
 std::size_t MapCanvas::extraBytes() const {
@@ -153,6 +176,7 @@ void MapCanvas::mouseMoveEvent(QMouseEvent* event) {
     aiming_ = false;
     update();
   }
+  if (event->buttons() == Qt::NoButton) letGo();  // a dialog that came up has seen the button let go
   if (hold_ == Hold::nothing) {
     updateCursor(event->position());
   } else {
@@ -198,8 +222,7 @@ void MapCanvas::dragTo(QPointF place) {
 void MapCanvas::mouseReleaseEvent(QMouseEvent* event) {
   const Hold held = hold_;
   const bool clicked = !dragging_ && event->button() == Qt::LeftButton;
-  hold_ = Hold::nothing;
-  dragging_ = false;
+  letGo();
   updateCursor(event->position());
   if (!clicked) return;
   int x = 0;
@@ -235,6 +258,21 @@ void MapCanvas::useArrow(int right, int down, Qt::KeyboardModifiers modifiers) {
   }
 }
 
+/// The first Enter shows where the next one takes the place: one too many after other work takes none.
+void MapCanvas::takeAim() {
+  const QPointF middle(width() / 2.0, height() / 2.0);
+  int x = 0;
+  int y = 0;
+  if (!aiming_) {
+    aiming_ = true;
+    update();
+    pointAt(middle);
+  } else if (pixelAtWindow(middle, x, y)) {
+    aiming_ = false;
+    Q_EMIT mapClicked(x, y);
+  }
+}
+
 void MapCanvas::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Left:
@@ -259,12 +297,8 @@ void MapCanvas::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Enter:
       if (crop_ != nullptr) {
         Q_EMIT confirmed();
-      } else {
-        int x = 0;
-        int y = 0;
-        aiming_ = true;
-        update();
-        if (pixelAtWindow(QPointF(width() / 2.0, height() / 2.0), x, y)) Q_EMIT mapClicked(x, y);
+      } else if (!event->isAutoRepeat()) {
+        takeAim();
       }
       return;
     default:

@@ -17,6 +17,8 @@ struct CanvasMark {
   int x = 0, y = 0;  ///< pixel
   QString number;
   enum class Look { plain, selected, waiting } look = Look::plain;
+  bool off = false;                 ///< switched off: drawn as what does not count
+  std::optional<ViewPoint> fitted;  ///< the pixel at which the fit has its position
 };
 
 /// The picture of the map in the viewer: draws what is seen of it with grid, marks and crop rectangle, and turns the
@@ -33,6 +35,8 @@ class MapCanvas : public QWidget {
   void zoomBy(double factor);          ///< about the middle
   void panSteps(int right, int down);  ///< the window moves over the map by eighths of its size
   void centreOnPixel(int x, int y);    ///< as far as the map is larger than the window
+  void closeUp(int x, int y);          ///< the pixel in the middle, at 4 to 1 at least
+  void setView(const MapView& view);   ///< one that was here before
 
   void setMarks(std::vector<CanvasMark> marks);
   /// Which mark is under the window's (x, y), counted from 1; 0 for none.
@@ -42,11 +46,15 @@ class MapCanvas : public QWidget {
   /// From now on dragging draws and changes `crop`, which must outlive this.
   void setCrop(CropRectangle* crop);
   void setPlacing(bool placing);
+  /// Draws an arrow from each mark to where the fit has its position, enlarged; by how much is said on the map.
+  void setArrows(bool arrows);
+  /// Ends what the mouse is doing: the marks are about to become others, or a dialog takes the mouse.
+  void letGo();
 
   std::size_t extraBytes() const;  ///< held beside the map image
 
  Q_SIGNALS:
-  void mapClicked(int x, int y);  ///< a pixel of the image, also by Enter on the aim
+  void mapClicked(int x, int y);  ///< a pixel of the image, also by Enter while the aim is shown
   void markClicked(int number);
   void markGrabbed(int number);  ///< a drag begins
   void markDragged(int number, int x, int y);
@@ -78,12 +86,14 @@ class MapCanvas : public QWidget {
   void drawGridLabels(QPainter& painter) const;
   QPointF markMiddle(const CanvasMark& mark) const;
   void drawMarks(QPainter& painter) const;
+  void drawArrows(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
   void drawAim(QPainter& painter) const;
   bool pixelAtWindow(QPointF place, int& x, int& y) const;
   void pointAt(QPointF place);
   void holdForCrop(QPointF place);
   void dragTo(QPointF place);
+  void takeAim();
   void useArrow(int right, int down, Qt::KeyboardModifiers modifiers);
   void updateCursor(QPointF place);
 
@@ -99,6 +109,7 @@ class MapCanvas : public QWidget {
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
   CropRectangle* crop_ = nullptr;
   bool placing_ = false;
+  bool arrows_ = false;
   bool aiming_ = false;  ///< the keys are in use: the middle of the window is what Enter takes
 
   Hold hold_ = Hold::nothing;

@@ -14,11 +14,14 @@ constexpr int stripRows = 256;       ///< device pixels: enough for every core, 
 constexpr double gridSpacing = 110;  ///< window units between lines at the least
 constexpr double markArm = 13;       ///< window units from a mark's middle
 constexpr double selectedArm = 16;
+constexpr double longestArrow = 60;
 
 /// Colours over a map are the same in every palette: the map does not change with it.
 const QColor markColor(200, 0, 40);
 const QColor selectedColor(0, 90, 220);
 const QColor waitingColor(190, 0, 190);
+const QColor offColor(95, 95, 95);
+const QColor arrowColor(150, 75, 0);
 const QColor haloColor(255, 255, 255, 215);
 const QColor gridColor(20, 50, 140);
 
@@ -57,6 +60,25 @@ QPointF numberCorner(const QPainter& painter, QPointF middle) {
   return middle + QPointF(8, -8 - QFontMetricsF(painter.font()).height());
 }
 
+/// A line with a head, none for a line that is too short to have a direction.
+QPainterPath arrow(QPointF from, QPointF way) {
+  QPainterPath path(from);
+  path.lineTo(from + way);
+  const double length = std::hypot(way.x(), way.y());
+  if (length < 2) return path;
+  const QPointF back = way * (-std::min(7.0, length) / length), side(-back.y() / 2, back.x() / 2);
+  path.moveTo(from + way + back + side);
+  path.lineTo(from + way);
+  path.lineTo(from + way + back - side);
+  return path;
+}
+
+/// 1, 2 or 5 with zeros behind it, not above `most`; 1 at the least.
+double roundFactor(double most) {
+  const double power = std::pow(10, std::floor(std::log10(std::max(most, 1.0))));
+  return power * (most >= 5 * power ? 5 : most >= 2 * power ? 2 : 1);
+}
+
 }  // namespace
 
 /// The map and its grid, strip by strip: a strip is still in the cache when the painter copies it.
@@ -87,6 +109,7 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   drawGridLabels(painter);
   if (crop_ != nullptr) drawCrop(painter);
   drawMarks(painter);
+  if (arrows_) drawArrows(painter);
   if (aiming_ && hasFocus()) drawAim(painter);
 }
 
@@ -153,16 +176,35 @@ void MapCanvas::drawMarks(QPainter& painter) const {
   for (const CanvasMark& mark : marks_) {
     const bool waiting = mark.look == CanvasMark::Look::waiting;
     const bool selected = mark.look == CanvasMark::Look::selected;
-    const QColor color = waiting ? waitingColor : selected ? selectedColor : markColor;
+    const QColor color = waiting ? waitingColor : selected ? selectedColor : mark.off ? offColor : markColor;
     const QPointF middle = markMiddle(mark);
     if (!QRectF(rect()).adjusted(-40, -40, 40, 40).contains(middle)) continue;
     QPainterPath path = crosshair(middle, 2, selected ? selectedArm : markArm);
     path.addEllipse(middle, 6, 6);
     painter.setBrush(Qt::NoBrush);
-    strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting);
+    strokeTwice(painter, path, color, selected ? 2 : 1.4, waiting || mark.off);
     if (!rect().contains(middle.toPoint())) continue;  // its number alone, held in the window, would mislead
     drawTag(painter, tagBox(painter, numberCorner(painter, middle), mark.number, rect()), mark.number, color);
   }
+}
+
+void MapCanvas::drawArrows(QPainter& painter) const {
+  constexpr double shown = 0.005;  // pixels: what is called 0.00 has no direction
+  double longest = 0;
+  for (const CanvasMark& mark : marks_) {
+    if (mark.fitted) longest = std::max(longest, std::hypot(mark.fitted->x - mark.x, mark.fitted->y - mark.y));
+  }
+  if (!(longest >= shown) || !std::isfinite(longest)) return;
+  const double factor = roundFactor(longestArrow / (longest * view_.scale()));
+  const double length = factor * view_.scale();
+  painter.setBrush(Qt::NoBrush);
+  for (const CanvasMark& mark : marks_) {
+    if (!mark.fitted) continue;
+    const QPointF way = QPointF(mark.fitted->x - mark.x, mark.fitted->y - mark.y) * length;
+    strokeTwice(painter, arrow(markMiddle(mark), way), arrowColor, 2, false);
+  }
+  const QString text = QString("Arrows: residual \u00D7 %1").arg(factor, 0, 'f', 0);
+  drawTag(painter, tagBox(painter, QPointF(8, height()), text, rect().adjusted(8, 8, -8, -8)), text, arrowColor);
 }
 
 void MapCanvas::drawCrop(QPainter& painter) const {

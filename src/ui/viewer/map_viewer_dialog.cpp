@@ -1,6 +1,7 @@
 #include "ui/viewer/map_viewer_dialog.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
@@ -108,6 +109,11 @@ void MapViewerDialog::placeAt(int x, int y) {
     return;
   }
   const bool moves = session_.waiting().has_value();
+  if (moves && entry_->isTouched() &&
+      !askOkCancel("Coordinates typed for another place : OK to take them to this one else cancel", "Another place")) {
+    entry_->takeFocus();
+    return;
+  }
   session_.wait(x, y);
   if (!moves) {
     entry_->setSettings(withOwnDatum(lastCalibrationSettings));
@@ -135,6 +141,7 @@ void MapViewerDialog::takeCoordinates(double latitude, double longitude, const P
 
 /// Leaves the point out that is being entered, asking when something has been typed. False when it is kept.
 bool MapViewerDialog::dropEntry() {
+  canvas_->letGo();
   if (!entry_->isHidden() && entry_->isTouched() &&
       !askOkCancel("Coordinates not used : OK to leave them out else cancel", notKept)) {
     return false;
@@ -164,17 +171,22 @@ void MapViewerDialog::adjustPoint(int number) {
   AdjustPointDialog dialog(number, this);
   dialog.setReport(reportOf(number));
   const std::size_t before = session_.stepCount();
+  const MapView viewBefore = canvas_->view();
+  showPoint(number);
   session_.beginMove();
   connect(&dialog, &AdjustPointDialog::moved, this, [&](int right, int down) {
     const TiePoint point = session_.points().at(static_cast<std::size_t>(number - 1));
     session_.moveTo(number, point.x + right, point.y + down);
     pointsChanged();
+    showPoint(number);
     dialog.setReport(reportOf(number));
   });
   // Beside the map, so that the mark can be watched.
   dialog.move(mapToGlobal(QPoint(width() - dialog.sizeHint().width() - 40, 90)));
-  if (dialog.exec() != QDialog::Accepted) {
-    while (session_.stepCount() > before) session_.undo();
+  const bool accepted = dialog.exec() == QDialog::Accepted;
+  canvas_->setView(viewBefore);
+  if (!accepted) {
+    session_.takeBackTo(before);
     pointsChanged();
   } else if (dialog.wantsDeletion()) {
     removeSelected();
@@ -189,6 +201,7 @@ void MapViewerDialog::removeSelected() {
 }
 
 void MapViewerDialog::undo() {
+  canvas_->letGo();
   if (!entry_->isHidden()) {
     dropEntry();
     return;
@@ -197,9 +210,27 @@ void MapViewerDialog::undo() {
   pointsChanged();
 }
 
+void MapViewerDialog::redo() {
+  canvas_->letGo();
+  if (!entry_->isHidden()) return;
+  session_.redo();
+  pointsChanged();
+}
+
+void MapViewerDialog::switchPoint(int number, bool off) {
+  session_.switchPoint(number, off);
+  pointsChanged();
+}
+
 void MapViewerDialog::select(int number) {
   selected_ = number;
   pointsChanged();
+}
+
+/// Near enough to adjust it by single pixels.
+void MapViewerDialog::showPoint(int number) {
+  const TiePoint& point = session_.points().at(static_cast<std::size_t>(number - 1));
+  canvas_->closeUp(point.x, point.y);
 }
 
 void MapViewerDialog::nudge(int right, int down) {
@@ -208,6 +239,7 @@ void MapViewerDialog::nudge(int right, int down) {
   session_.beginMove();
   session_.moveTo(selected_, point.x + right, point.y + down);
   pointsChanged();
+  showPoint(selected_);
 }
 
 void MapViewerDialog::pointsChanged() {
@@ -221,8 +253,7 @@ void MapViewerDialog::pointsChanged() {
   canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, mapGrid(), degreeFormat());
   entry_->setHemisphere(fit.valid ? std::optional(positionAtMiddle(fit.map).latitude < 0) : std::nullopt);
   updateMarks();
-  const bool residuals = !fitsAnyway(fit, session_.points().size());
-  list_->setPoints(session_.points(), residuals ? fit.residuals.pixels : std::vector<double>(), selected_);
+  updateList();
   updateFit();
   updateButtons();
   updateReadout();
@@ -237,26 +268,38 @@ void MapViewerDialog::updateMarks() {
   int number = 0;
   for (const TiePoint& point : session_.points()) {
     ++number;
+    const auto fit = session_.fitOf(number);
     marks.push_back({point.x, point.y, QString::number(number),
-                     number == selected_ ? CanvasMark::Look::selected : CanvasMark::Look::plain});
+                     number == selected_ ? CanvasMark::Look::selected : CanvasMark::Look::plain, point.off,
+                     fit ? std::optional(ViewPoint{fit->x, fit->y}) : std::nullopt});
   }
   if (const auto waiting = session_.waiting()) {
     marks.push_back({static_cast<int>(waiting->x), static_cast<int>(waiting->y), QString::number(number + 1),
-                     CanvasMark::Look::waiting});
+                     CanvasMark::Look::waiting, false, std::nullopt});
   }
   canvas_->setMarks(std::move(marks));
 }
 
+void MapViewerDialog::updateList() {
+  PointList::Residuals residuals;
+  for (int number = 1; number <= static_cast<int>(session_.points().size()); ++number) {
+    const auto fit = session_.fitOf(number);
+    residuals.push_back(fit ? std::optional(fit->residual) : std::nullopt);
+  }
+  list_->setPoints(session_.points(), residuals, selected_);
+}
+
 void MapViewerDialog::updateFit() {
-  fit_->setText(shown(fitReport(session_.fit(), session_.points().size())));
+  fit_->setText(shown(fitReport(session_.fit(), session_.pointsOn())));
 }
 
 void MapViewerDialog::updateButtons() {
   instruction_->setText(instructionText(session_.instruction()));
   settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
   undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
+  redo_->setEnabled(session_.canRedo() && entry_->isHidden());
   for (QPushButton* button : {adjust_, correct_, remove_}) button->setEnabled(selected_ > 0);
-  if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.points().size() >= 2);
+  if (mode_ == ViewerMode::calibrate) done_->setEnabled(session_.pointsOn() >= 2);
   if (mode_ == ViewerMode::view) {
     done_->setText(session_.changed() ? "&Done" : "&Close");
     cancel_->setVisible(session_.changed());
@@ -271,8 +314,8 @@ QString MapViewerDialog::reportOf(int number) const {
                      .arg(point.y)
                      .arg(shownDegrees(point.latitude, point.longitude));
   if (point.grid.grid != EntryGrid::degrees) text += "\n" + nameOf(point.grid).kind + " : " + shownInItsGrid(point);
-  if (index < session_.fit().residuals.pixels.size() && !fitsAnyway(session_.fit(), session_.points().size())) {
-    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(session_.fit().residuals.pixels[index], "0.00")));
+  if (const auto fit = session_.fitOf(number)) {
+    text += QString("\nResidual %1 pixels").arg(shown(formatNumber(fit->residual, "0.00")));
   }
   return text;
 }
@@ -350,6 +393,10 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
   }
   if (event->matches(QKeySequence::Undo) && mode_ != ViewerMode::crop) {
     undo();
+    return;
+  }
+  if (event->matches(QKeySequence::Redo) && mode_ != ViewerMode::crop) {
+    redo();
     return;
   }
   if (event->key() == Qt::Key_Delete && mode_ != ViewerMode::crop) {

@@ -8,6 +8,7 @@
 #include "ui/viewer/map_viewer.h"
 #include "ui/viewer/map_viewer_session.h"
 
+class QCheckBox;
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
@@ -48,6 +49,8 @@ class MapViewerDialog : public QDialog {
   QHBoxLayout* buildTools();
   void addPanTools(QHBoxLayout* tools);
   QWidget* buildSide();
+  QHBoxLayout* buildLooks();
+  void connectSide();
   QWidget* buildCropSide();
   QHBoxLayout* buildBottom();
   void connectCanvas();
@@ -61,11 +64,15 @@ class MapViewerDialog : public QDialog {
   void adjustPoint(int number);
   void removeSelected();
   void undo();
+  void redo();
+  void switchPoint(int number, bool off);
   void select(int number);
+  void showPoint(int number);
   void nudge(int right, int down);
 
   void pointsChanged();
   void updateMarks();
+  void updateList();
   void updateFit();
   void updateButtons();
   void showPixel(int x, int y);
@@ -87,12 +94,15 @@ class MapViewerDialog : public QDialog {
   QPushButton* instruction_ = nullptr;
   QPushButton* settingsButton_ = nullptr;
   QPushButton* undo_ = nullptr;
+  QPushButton* redo_ = nullptr;
   QPushButton* adjust_ = nullptr;
   QPushButton* correct_ = nullptr;
   QPushButton* remove_ = nullptr;
   QPushButton* done_ = nullptr;
   QPushButton* cancel_ = nullptr;
   PointList* list_ = nullptr;
+  QCheckBox* zoomToPoint_ = nullptr;
+  QCheckBox* worstFirst_ = nullptr;
   QLabel* fit_ = nullptr;
   QLabel* readout_ = nullptr;
   PointEntry* entry_ = nullptr;

@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -65,6 +66,8 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
     undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
+    redo_ = addButton(tools, "&Redo", "Does again what Undo took back (Ctrl+Shift+Z)");
+    connect(redo_, &QPushButton::clicked, this, &MapViewerDialog::redo);
   } else {
     auto* hint = new QLabel("Drag a rectangle over the map, and its edges to change it");
     tools->addWidget(hint);
@@ -121,22 +124,49 @@ QWidget* MapViewerDialog::buildSide() {
   entry_->hide();
   layout->addWidget(list_, 1);
   layout->addLayout(tools);
+  layout->addLayout(buildLooks());
   layout->addWidget(fit_);
   layout->addWidget(entry_);
   side->setMinimumWidth(list_->widthOfRows());
+  connectSide();
+  return side;
+}
 
+/// How the points are looked at.
+QHBoxLayout* MapViewerDialog::buildLooks() {
+  auto* looks = new QHBoxLayout;
+  const auto addSwitch = [looks](const char* text, const char* toolTip) {
+    auto* box = new QCheckBox(text);
+    box->setToolTip(toolTip);
+    looks->addWidget(box);
+    return box;
+  };
+  zoomToPoint_ = addSwitch("Zoo&m to point", "A point that is chosen in the list is shown from near");
+  auto* arrows = addSwitch("Arro&ws", "Shows how far, enlarged, and where to the fit would move each point");
+  worstFirst_ = addSwitch("B&y residual", "The points with the largest residuals stand at the top of the list");
+  looks->addStretch();
+  connect(arrows, &QCheckBox::toggled, canvas_, &MapCanvas::setArrows);
+  connect(worstFirst_, &QCheckBox::toggled, this, [this](bool worstFirst) {
+    list_->setWorstFirst(worstFirst);
+    updateList();
+  });
+  return looks;
+}
+
+void MapViewerDialog::connectSide() {
   connect(list_, &PointList::chosen, this, [this](int number) {
     select(number);
     const TiePoint& point = session_.points().at(static_cast<std::size_t>(number - 1));
-    canvas_->centreOnPixel(point.x, point.y);
+    zoomToPoint_->isChecked() ? showPoint(number) : canvas_->centreOnPixel(point.x, point.y);
   });
+  connect(list_, &PointList::switched, this, &MapViewerDialog::switchPoint);
+  connect(list_, &PointList::orderAsked, worstFirst_, &QCheckBox::setChecked);
   connect(list_, &QTreeWidget::itemActivated, this, [this] { adjustPoint(selected_); });
   connect(adjust_, &QPushButton::clicked, this, [this] { adjustPoint(selected_); });
   connect(correct_, &QPushButton::clicked, this, &MapViewerDialog::correctSelected);
   connect(remove_, &QPushButton::clicked, this, &MapViewerDialog::removeSelected);
   connect(entry_, &PointEntry::given, this, &MapViewerDialog::takeCoordinates);
   connect(entry_, &PointEntry::dropped, this, &MapViewerDialog::dropEntry);
-  return side;
 }
 
 QWidget* MapViewerDialog::buildCropSide() {

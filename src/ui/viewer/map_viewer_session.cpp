@@ -5,23 +5,40 @@
 #include <utility>
 
 #include "calibration/preferences.h"
+#include "calibration/transform.h"
 #include "support/numbers.h"
 
 namespace vellandra {
 namespace {
 
+TiePoint tiePoint(const CalibrationPoint& point, bool off) {
+  return {point.pixelX, point.pixelY, point.latitude, point.longitude, point.datumName, point.grid, off};
+}
+
+CalibrationPoint calibrationPoint(const TiePoint& given) {
+  CalibrationPoint point;
+  point.setPixel(given.x, given.y);
+  point.setPosition(given.latitude, given.longitude, given.grid);
+  point.datumName = given.datum;
+  return point;
+}
+
+/// In the order in which they were entered.
 std::vector<TiePoint> pointsOf(const Calibration& map) {
   std::vector<TiePoint> points;
-  for (int i = 1; i <= map.pointCount; ++i) {
-    points.push_back({map.points[i].pixelX, map.points[i].pixelY, map.points[i].latitude, map.points[i].longitude,
-                      map.points[i].datumName, map.points[i].grid});
-  }
+  for (int i = 1; i <= map.pointCount; ++i) points.push_back(tiePoint(map.points[i], false));
+  for (const OffPoint& off : map.offPoints) points.insert(points.begin() + (off.number - 1), tiePoint(off.point, true));
   return points;
 }
 
 bool isExact(const TrialFit& fit) {
   constexpr double shownAsNone = 0.005;
   return fit.residuals.rootMeanSquare < shownAsNone;
+}
+
+/// Two or three points that fit exactly, as they always do: their residuals of 0.00 would read as perfect.
+bool fitsAnyway(const TrialFit& fit, std::size_t count) {
+  return count <= 3 && isExact(fit);
 }
 
 }  // namespace
@@ -38,20 +55,17 @@ const char* instructionText(Instruction instruction) {
   return "";
 }
 
-bool fitsAnyway(const TrialFit& fit, std::size_t count) {
-  return count <= 3 && isExact(fit);
-}
-
 std::string fitReport(const TrialFit& fit, std::size_t count) {
   if (count == 0) return "No points yet: two at least, far apart, make a calibration";
   if (count == 1) return "One point more makes a calibration";
   if (!fit.valid) return "These points make no calibration: they share a place, or one is wrong";
   if (fitsAnyway(fit, count)) return "Two or three points always fit: take four or more";
   std::string error = "Error of the fit: " + formatNumber(fit.residuals.rootMeanSquare, "0.00") + " pixels (rms)";
+  if (!fit.map.offPoints.empty()) error += ", " + std::to_string(fit.map.offPoints.size()) + " off";
   if (isExact(fit)) return error;
   if (count <= 3) return error + "\nFour points or more show how good they are";
   if (!fit.residuals.worstStandsOut()) return error + "\nNo point is worse than all others";
-  return error + "\nWorst is point " + std::to_string(fit.residuals.worst) + " with " +
+  return error + "\nWorst is point " + std::to_string(fit.map.numberOf(fit.residuals.worst)) + " with " +
          formatNumber(fit.residuals.ofWorst(), "0.00") + " pixels";
 }
 
@@ -64,7 +78,20 @@ CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start
 
 Instruction CalibrationSession::instruction() const {
   if (!placing_) return Instruction::start;
-  return mode_ == ViewerMode::calibrate && points_.size() >= 2 ? Instruction::finish : Instruction::clickMap;
+  return mode_ == ViewerMode::calibrate && pointsOn() >= 2 ? Instruction::finish : Instruction::clickMap;
+}
+
+std::size_t CalibrationSession::pointsOn() const {
+  return static_cast<std::size_t>(std::ranges::count(points_, false, &TiePoint::off));
+}
+
+std::optional<PointFit> CalibrationSession::fitOf(int number) const {
+  const auto end = points_.begin() + number;
+  if (!fit_.valid || (end - 1)->off || fitsAnyway(fit_, pointsOn())) return std::nullopt;
+  const auto slot = static_cast<int>(std::count_if(points_.begin(), end, [](const TiePoint& p) { return !p.off; }));
+  const CalibrationPoint& fitted = fit_.map.points[slot];
+  const Pixel pixel = pixelAt(fit_.map, fitted.latitude, fitted.longitude);
+  return PointFit{fit_.residuals.pixels.at(static_cast<std::size_t>(slot - 1)), pixel.x, pixel.y};
 }
 
 bool CalibrationSession::wait(int x, int y) {
@@ -86,7 +113,10 @@ void CalibrationSession::giveCoordinates(double latitude, double longitude, cons
 void CalibrationSession::correct(int number, double latitude, double longitude, const PointGrid& grid) {
   keepStep();
   TiePoint& corrected = point(number);
-  corrected = {corrected.x, corrected.y, latitude, longitude, grid.datum, grid};
+  corrected.latitude = latitude;
+  corrected.longitude = longitude;
+  corrected.datum = grid.datum;
+  corrected.grid = grid;
   refit();
 }
 
@@ -121,10 +151,37 @@ void CalibrationSession::remove(int number) {
   refit();
 }
 
+void CalibrationSession::switchPoint(int number, bool off) {
+  keepStep();
+  point(number).off = off;
+  refit();
+}
+
+void CalibrationSession::keepStep() {
+  steps_.push_back(points_);
+  undone_.clear();
+}
+
 void CalibrationSession::undo() {
-  if (steps_.empty()) return;
-  points_ = std::move(steps_.back());
-  steps_.pop_back();
+  step(steps_, undone_);
+}
+
+void CalibrationSession::redo() {
+  step(undone_, steps_);
+}
+
+void CalibrationSession::step(std::vector<Points>& from, std::vector<Points>& to) {
+  if (from.empty()) return;
+  to.push_back(std::exchange(points_, std::move(from.back())));
+  from.pop_back();
+  moveBegun_ = true;
+  refit();
+}
+
+void CalibrationSession::takeBackTo(std::size_t count) {
+  if (steps_.size() <= count) return;
+  points_ = std::move(steps_[count]);
+  steps_.resize(count);
   moveBegun_ = true;
   refit();
 }
@@ -139,14 +196,15 @@ void CalibrationSession::commit(Calibration& map) const {
     map.points[slot].hasPixel = map.points[slot].hasPosition = false;
     map.points[slot].datumName.clear();
   }
-  map.cornerCount = 0;
-  map.pointCount = static_cast<std::int16_t>(points_.size());
-  int slot = 0;
-  for (const TiePoint& given : points_) {
-    ++slot;
-    map.points[slot].setPixel(given.x, given.y);
-    map.points[slot].setPosition(given.latitude, given.longitude, given.grid);
-    map.points[slot].datumName = given.datum;
+  map.cornerCount = map.pointCount = 0;
+  map.offPoints.clear();
+  for (int number = 1; const TiePoint& given : points_) {
+    if (given.off) {
+      map.offPoints.push_back({number, calibrationPoint(given)});
+    } else {
+      map.points[++map.pointCount] = calibrationPoint(given);
+    }
+    ++number;
   }
 }
 

@@ -17,6 +17,7 @@ struct TiePoint {
   double latitude = 0, longitude = 0;
   std::string datum;  ///< of latitude and longitude
   PointGrid grid;     ///< in which it was given
+  bool off = false;   ///< kept, but out of the fit and of what is written
   bool operator==(const TiePoint&) const = default;
 };
 
@@ -24,11 +25,14 @@ struct TiePoint {
 enum class Instruction { start, clickMap, finish };
 const char* instructionText(Instruction instruction);
 
-/// What the panel beside the map says about the fit of `count` points.
+/// What the panel beside the map says about the fit of `count` points, all that are switched on.
 std::string fitReport(const TrialFit& fit, std::size_t count);
 
-/// Two or three points that fit exactly, as they always do: their residuals of 0.00 would read as perfect.
-bool fitsAnyway(const TrialFit& fit, std::size_t count);
+/// How a point lies in the fit.
+struct PointFit {
+  double residual;  ///< pixels
+  double x, y;      ///< the pixel at which the fit has the point's position
+};
 
 /// The work on the points of a map, from opening the viewer to closing it: which step the person is at, the mark that
 /// waits for its coordinates, every step back, and the fit that the points give. Works on a copy; `commit` brings it
@@ -47,7 +51,10 @@ class CalibrationSession {
   bool isFull() const { return static_cast<int>(points_.size()) >= maxTiePoints; }
 
   const std::vector<TiePoint>& points() const { return points_; }
+  std::size_t pointsOn() const;
   const TrialFit& fit() const { return fit_; }
+  /// Nothing for a point that is switched off, while there is no fit, and when so few points always fit.
+  std::optional<PointFit> fitOf(int number) const;
   bool changed() const { return points_ != before_; }
 
   /// The mark at pixel (x, y), brought inside the image, waits for its coordinates; one that waits already moves there.
@@ -66,16 +73,25 @@ class CalibrationSession {
   void beginMove() { moveBegun_ = true; }
   void moveTo(int number, int x, int y);
   void remove(int number);
+  void switchPoint(int number, bool off);
 
   bool canUndo() const { return !steps_.empty(); }
   void undo();
+  bool canRedo() const { return !undone_.empty(); }
+  void redo();
   std::size_t stepCount() const { return steps_.size(); }
+  /// As it was after `count` steps; those behind it are not kept for `redo`.
+  void takeBackTo(std::size_t count);
 
-  /// Puts the points into `map`; corners held for the old points are given up.
+  /// Puts the points into `map`, those that are switched off beside its slots; corners held for the old points are
+  /// given up.
   void commit(Calibration& map) const;
 
  private:
-  void keepStep() { steps_.push_back(points_); }
+  using Points = std::vector<TiePoint>;
+
+  void keepStep();
+  void step(std::vector<Points>& from, std::vector<Points>& to);
   void refit();
   TiePoint& point(int number) { return points_.at(static_cast<std::size_t>(number - 1)); }
 
@@ -84,8 +100,8 @@ class CalibrationSession {
   std::optional<ReferencePair> fixedPair_;
   bool placing_ = false;
   bool moveBegun_ = true;
-  std::vector<TiePoint> points_, before_;
-  std::vector<std::vector<TiePoint>> steps_;
+  Points points_, before_;
+  std::vector<Points> steps_, undone_;
   std::optional<ViewPoint> waiting_;
   TrialFit fit_;
 };

@@ -4,7 +4,7 @@
 #include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <algorithm>
-#include <optional>
+#include <numeric>
 
 #include "support/numbers.h"
 #include "ui/viewer/point_grids.h"
@@ -33,6 +33,7 @@ QString pixelText(const ListedPoint& listed) {
 }
 
 QString residualText(const ListedPoint& listed) {
+  if (listed.point.off) return "off";
   return listed.residual ? shown(formatNumber(*listed.residual, "0.00")) : QString();
 }
 
@@ -59,7 +60,9 @@ constexpr int positionColumn = 1;
 QString toolTipOf(const ListedPoint& listed) {
   const GridName name = nameOf(listed.point.grid);
   return stackedPosition(listed) + '\n' + name.kind + (name.datum.isEmpty() ? "" : "\nDatum " + name.datum) +
-         "\nPixel " + pixelText(listed);
+         "\nPixel " + pixelText(listed) +
+         (listed.point.off ? "\nSwitched off: in no fit and no file. Tick it to use it"
+                           : "\nTake the tick away to leave the point out of the fit and of the files");
 }
 
 /// The grid and the datum of all points, or that they differ.
@@ -74,13 +77,33 @@ QString positionHeading(const std::vector<TiePoint>& points) {
   return name.datum.isEmpty() ? name.kind : name.kind + '\n' + name.datum;
 }
 
+constexpr int numberRole = Qt::UserRole;
+
+int numberOf(const QTreeWidgetItem& item) {
+  return item.data(0, numberRole).toInt();
+}
+
+/// The numbers of the points from the top of the list on; those without a residual are last.
+std::vector<int> orderOf(const PointList::Residuals& residuals, bool worstFirst) {
+  std::vector<int> numbers(residuals.size());
+  std::iota(numbers.begin(), numbers.end(), 1);
+  const auto residual = [&](int number) { return residuals[static_cast<std::size_t>(number - 1)].value_or(-1); };
+  if (worstFirst) std::ranges::stable_sort(numbers, std::ranges::greater(), residual);
+  return numbers;
+}
+
 void fill(QTreeWidgetItem& item, const ListedPoint& listed) {
   const QString tip = toolTipOf(listed);
+  const QVariant color =
+      listed.point.off ? QVariant(item.treeWidget()->palette().brush(QPalette::Disabled, QPalette::Text)) : QVariant();
+  item.setData(0, numberRole, listed.number);
+  item.setCheckState(0, listed.point.off ? Qt::Unchecked : Qt::Checked);
   int place = 0;
   for (const Column& column : columns) {
     item.setText(place, column.text(listed));
     item.setTextAlignment(place, column.alignment);
     item.setToolTip(place, tip);
+    item.setData(place, Qt::ForegroundRole, color);
     ++place;
   }
 }
@@ -111,23 +134,37 @@ PointList::PointList(QWidget* parent) : QTreeWidget(parent) {
   for (int place = 0; const Column& column : columns) {
     header()->setSectionResizeMode(place++, column.stretches ? QHeaderView::Stretch : QHeaderView::ResizeToContents);
   }
+  header()->setSectionsClickable(true);
+  connect(header(), &QHeaderView::sectionClicked, this,
+          [this](int place) { Q_EMIT orderAsked(columns[place].text == residualText); });
   connect(this, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-    if (!filling_ && item != nullptr) Q_EMIT chosen(indexOfTopLevelItem(item) + 1);
+    if (!filling_ && item != nullptr) Q_EMIT chosen(numberOf(*item));
+  });
+  connect(this, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item) {
+    if (!filling_) Q_EMIT switched(numberOf(*item), item->checkState(0) == Qt::Unchecked);
   });
 }
 
-void PointList::setPoints(const std::vector<TiePoint>& points, const std::vector<double>& residuals, int selected) {
+void PointList::setWorstFirst(bool worstFirst) {
+  worstFirst_ = worstFirst;
+  header()->setSortIndicatorShown(worstFirst);
+  header()->setSortIndicator(static_cast<int>(std::size(columns)) - 1, Qt::DescendingOrder);
+}
+
+void PointList::setPoints(const std::vector<TiePoint>& points, const Residuals& residuals, int selected) {
   filling_ = true;
   const auto count = static_cast<int>(points.size());
   while (topLevelItemCount() > count) delete takeTopLevelItem(count);
   while (topLevelItemCount() < count) addTopLevelItem(new QTreeWidgetItem);
-  for (int i = 0; i < count; ++i) {
-    const auto index = static_cast<std::size_t>(i);
-    const bool fitted = index < residuals.size();
-    fill(*topLevelItem(i), {i + 1, points[index], fitted ? std::optional(residuals[index]) : std::nullopt});
+  QTreeWidgetItem* current = nullptr;
+  for (int row = 0; const int number : orderOf(residuals, worstFirst_)) {
+    QTreeWidgetItem* item = topLevelItem(row++);
+    const auto index = static_cast<std::size_t>(number - 1);
+    fill(*item, {number, points[index], residuals[index]});
+    if (number == selected) current = item;
   }
   headerItem()->setText(positionColumn, positionHeading(points));
-  setCurrentItem(selected > 0 ? topLevelItem(selected - 1) : nullptr);
+  setCurrentItem(current);
   filling_ = false;
 }
 
@@ -136,7 +173,7 @@ int PointList::widthOfRows() const {
   for (const Column& column : columns) longest << column.longest;
   const QFontMetrics metrics(font());
   return metrics.horizontalAdvance(" " + longest.join("  ") + " ") + verticalScrollBar()->sizeHint().width() +
-         4 * metrics.averageCharWidth();
+         style()->pixelMetric(QStyle::PM_IndicatorWidth) + 4 * metrics.averageCharWidth();
 }
 
 }  // namespace vellandra
