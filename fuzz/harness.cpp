@@ -1,7 +1,5 @@
 #include "harness.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,14 +15,13 @@
 #include "calibration/datum_matching.h"
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
-#include "calibration/session.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
 #include "image_check.h"
 #include "imaging/map_image.h"
+#include "program.h"
 #include "raster/bitmap.h"
-#include "support/errors.h"
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/user_interface.h"
@@ -73,14 +70,6 @@ constexpr std::string_view plainMap =
 
 /// The images beside the input: one that fits, one without an area, one past 16 bits, one that is none.
 const std::array<std::string, 4> images = {"area.png", "dot.bmp", "wide.gif", "broken.png"};
-
-void writeFile(const std::string& path, std::string_view content) {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  const bool written =
-      file >= 0 && ::write(file, content.data(), content.size()) == static_cast<ssize_t>(content.size());
-  if (file >= 0) ::close(file);
-  if (!written) throw std::system_error(errno, std::generic_category(), path);
-}
 
 std::string temporaryFolder() {
   if (const char* given = std::getenv("TMPDIR"); given != nullptr && *given != '\0') return given;
@@ -140,23 +129,9 @@ class Person : public UserInterface {
   std::string folder_;
 };
 
-/// Runs a command as the program does. What no reader or writer may throw is kept in `fault`.
-bool command(std::string& fault, const std::function<bool()>& work) {
-  return runCommand([&] {
-    try {
-      return work();
-    } catch (const RunTimeError&) {
-      throw;
-    } catch (const std::exception& error) {
-      fault = std::string("unexpected exception: ") + error.what();
-      return false;
-    }
-  });
-}
-
 bool runStage(std::string& fault, Stage stage) {
   driver.stage = stage;
-  return command(fault, do_it);
+  return runGuarded(fault, do_it);
 }
 
 bool convert(std::string& fault, unsigned options, bool writes) {
@@ -165,13 +140,8 @@ bool convert(std::string& fault, unsigned options, bool writes) {
          (!writes || runStage(fault, writeCalibrations));
 }
 
-void resetProgram(const std::string& datumsPath, unsigned options) {
-  calibration = Calibration();
-  driver = Driver();
-  mapImage = MapImage();
-  inputDatumName.clear();
-  preferences = defaultPreferences();
-  preferences.datumsPath = datumsPath;
+void startProgram(const std::string& datumsPath, unsigned options) {
+  resetProgram(datumsPath);
   preferences.warnOverwrite = (options & overwriteUnasked) == 0;
   preferences.stretchNotRotate = (options & stretchNotRotate) != 0;
   preferences.writeWgs84 = (options & writeWgs84) != 0;
@@ -181,7 +151,7 @@ void resetProgram(const std::string& datumsPath, unsigned options) {
 std::string checkPreferences(const std::string& path) {
   std::string fault;
   std::array<std::string, 3> written;
-  command(fault, [&] {
+  runGuarded(fault, [&] {
     for (std::string& content : written) {
       readPreferences();
       if (!writePreferences()) return false;
@@ -215,15 +185,19 @@ Harness::Harness(std::string kind) : kind_(std::move(kind)) {
   home_ = root_ + "home/";
   fs::create_directory(folder_);
   fs::create_directory(home_);
-  writeFile(home_ + "datums.txt", datums);
-  SaveImage(ImageFormat::png, allocate24Bits(64, 48), folder_ + images[0]);
-  SaveImage(ImageFormat::bmp, allocate24Bits(1, 1), folder_ + images[1]);
-  using namespace std::string_view_literals;
-  writeFile(folder_ + images[2], "GIF89a\xFF\xFF\x01\0\0\0\0,\0\0\0\0\xFF\xFF\x01\0\0\x02\x02\x44\x01\0;"sv);
-  writeFile(folder_ + images[3], "\x89PNG\r\n\x1A\n");
+  putFile(home_ + "datums.txt", datums);
   if (const char* home = std::getenv("VELLANDRA_HOME"); home != nullptr) outerHome_ = home;
   ::setenv("VELLANDRA_HOME", home_.c_str(), 1);
   setFormatTable({formatRows(), getidata, saveMapImage});
+  if (kind_ == "sequences") {
+    sequences_.emplace(folder_, home_ + "datums.txt");
+    return;
+  }
+  SaveImage(ImageFormat::png, allocate24Bits(64, 48), folder_ + images[0]);
+  SaveImage(ImageFormat::bmp, allocate24Bits(1, 1), folder_ + images[1]);
+  using namespace std::string_view_literals;
+  putFile(folder_ + images[2], "GIF89a\xFF\xFF\x01\0\0\0\0,\0\0\0\0\xFF\xFF\x01\0\0\x02\x02\x44\x01\0;"sv);
+  putFile(folder_ + images[3], "\x89PNG\r\n\x1A\n");
 }
 
 Harness::~Harness() {
@@ -234,11 +208,12 @@ Harness::~Harness() {
 
 Harness::Verdict Harness::run(std::string_view input, bool writes) {
   if (kind_ == "images") return runImage(input);
+  if (sequences_) return runSequence(input);
   std::string_view answers = takeAnswers(input);
   const unsigned options = answers.empty() ? 0U : static_cast<std::uint8_t>(answers.front());
   if (!answers.empty()) answers.remove_prefix(1);
   Person person(answers, folder_);
-  resetProgram(home_ + "datums.txt", options);
+  startProgram(home_ + "datums.txt", options);
 
   Verdict verdict;
   const std::string path = place(input, verdict.fault);
@@ -256,7 +231,7 @@ Harness::Verdict Harness::run(std::string_view input, bool writes) {
 
 Harness::Verdict Harness::runImage(std::string_view input) {
   const Person person({}, folder_);
-  resetProgram(home_ + "datums.txt", 0);
+  startProgram(home_ + "datums.txt", 0);
   Verdict verdict;
   verdict.fault = checkImage(input, folder_, verdict.converted);
   const std::string left = clearFolder();
@@ -264,16 +239,28 @@ Harness::Verdict Harness::runImage(std::string_view input) {
   return verdict;
 }
 
+Harness::Verdict Harness::runSequence(std::string_view input) {
+  Verdict verdict;
+  verdict.fault = sequences_->run(input, verdict.converted);
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+    const std::string name = entry.path().filename().string();
+    if (verdict.fault.empty() && (name.starts_with(".") || name.ends_with("-part")))
+      verdict.fault = "left behind: " + name;
+    fs::remove_all(entry.path());
+  }
+  return verdict;
+}
+
 /// Puts the input in its place; returns the path of the calibration to convert.
 std::string Harness::place(std::string_view input, std::string& fault) {
   const bool isCalibration = kind_ != "datums" && kind_ != "ini";
   const std::string path = folder_ + "area." + (isCalibration ? kind_ : "map");
-  writeFile(path, isCalibration ? input : plainMap);
+  putFile(path, isCalibration ? input : plainMap);
   if (kind_ == "datums") {
     preferences.datumsPath = home_ + "input.txt";
-    writeFile(preferences.datumsPath, input);
+    putFile(preferences.datumsPath, input);
   } else if (kind_ == "ini") {
-    writeFile(home_ + "calconv.ini", input);
+    putFile(home_ + "calconv.ini", input);
     fault = checkPreferences(home_ + "calconv.ini");
     preferences.datumsPath = home_ + "datums.txt";
   }
@@ -289,7 +276,7 @@ std::string Harness::checkResult() const {
   const Calibration written = calibration;
   calibration.clear();
   std::string fault;
-  command(fault, [&] { return !format->read(path).stopped; });
+  runGuarded(fault, [&] { return !format->read(path).stopped; });
   if (!fault.empty()) return fault;
   fs::remove(path);  // a person who writes a second time may decline to replace it
   const int expected = std::clamp<int>(written.pointCount, 4, maxTiePoints);  // some are made up, some are left out

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "sequence.h"
 
 namespace vellandra {
 
@@ -16,7 +19,7 @@ namespace vellandra {
 class Harness {
  public:
   /// `kind` is an extension that is read, "datums" for a datum table, "ini" for a preferences file or "images" for an
-  /// image of any type, which is loaded whole as it is. Throws
+  /// image of any type, which is loaded whole as it is, or "sequences" for commands, see `Sequences`. Throws
   /// std::system_error when the folder cannot be made: in TMPDIR, else in memory where the system has such a disk.
   explicit Harness(std::string kind);
   Harness(const Harness&) = delete;
@@ -31,6 +34,7 @@ class Harness {
   Verdict run(std::string_view input, bool writes = true);
 
  private:
+  Verdict runSequence(std::string_view input);
   Verdict runImage(std::string_view input);
   std::string place(std::string_view input, std::string& fault);
   std::string checkResult() const;
@@ -38,6 +42,7 @@ class Harness {
 
   std::string kind_, root_, folder_, home_;
   std::string outerHome_;
+  std::optional<Sequences> sequences_;
 };
 
 }  // namespace vellandra

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "calibration/messages.h"
 #include "calibration/transform.h"
@@ -44,20 +45,25 @@ bool fits(double x, double y) {
   return std::abs(x) <= furthest && std::abs(y) <= furthest;
 }
 
-void carryPoints(const Calibration& source, const PixelMapping& mapping, Calibration& map) {
+bool isOnImage(const Calibration& map, double x, double y) {
+  return x >= 0 && y >= 0 && x < map.imageWidth && y < map.imageHeight;
+}
+
+void carryPoints(const Calibration& source, const PixelMapping& mapping, PointsKept kept, Calibration& map) {
   const int count = std::min<int>(source.pointCount, maxTiePoints);
   std::string leftOut;
   map.pointCount = 0;
   for (int i = 1; i <= count; ++i) {
     const double x = std::nearbyint((source.points[i].pixelX - mapping.fromX) / mapping.perX);
     const double y = std::nearbyint((source.points[i].pixelY - mapping.fromY) / mapping.perY);
-    if (fits(x, y)) {
+    if (kept == PointsKept::all ? fits(x, y) : isOnImage(map, x, y)) {
       addPoint(map, roundToInt32(x), roundToInt32(y));
     } else {
       leftOut += (leftOut.empty() ? "" : ", ") + std::to_string(source.numberOf(i));
     }
   }
-  if (!leftOut.empty()) showMessage("Points left out, they lie too far outside the map: " + leftOut);
+  const std::string where = kept == PointsKept::all ? "too far outside the map: " : "outside the new map: ";
+  if (!leftOut.empty()) showMessage("Points left out, they lie " + where + leftOut);
 }
 
 double triangleArea(const Calibration& map, int i, int j, int k) {
@@ -80,20 +86,27 @@ bool pointsHoldMap(const Calibration& map) {
   return largest > 0 && largest >= map.imageWidth * static_cast<double>(map.imageHeight) / 8;
 }
 
+bool hasPoint(const Calibration& map, std::int32_t x, std::int32_t y) {
+  for (int i = 1; i <= map.pointCount; ++i) {
+    if (map.points[i].pixelX == x && map.points[i].pixelY == y) return true;
+  }
+  return false;
+}
+
 void addCorners(Calibration& map) {
   map.pointCount = std::min<std::int16_t>(map.pointCount, maxTiePoints - cornerPoints);
   const std::int32_t right = map.imageWidth - 1;
   const std::int32_t bottom = map.imageHeight - 1;
-  addPoint(map, 0, 0);
-  addPoint(map, right, 0);
-  addPoint(map, right, bottom);
-  addPoint(map, 0, bottom);
+  for (const auto& [x, y] : {std::pair(0, 0), {right, 0}, {right, bottom}, {0, bottom}}) {
+    if (!hasPoint(map, x, y)) addPoint(map, x, y);
+  }
   showMessage("Map corners added as points");
 }
 
 }  // namespace
 
-Calibration derivedCalibration(const Calibration& source, const PixelMapping& mapping, int width, int height) {
+Calibration derivedCalibration(const Calibration& source, const PixelMapping& mapping, int width, int height,
+                               PointsKept kept) {
   Calibration map = source;
   map.imageWidth = toInt16(width);
   map.imageHeight = toInt16(height);
@@ -101,7 +114,7 @@ Calibration derivedCalibration(const Calibration& source, const PixelMapping& ma
   map.offPoints.clear();
   map.averageError = 0;
   setTransform(source, mapping, map);
-  carryPoints(source, mapping, map);
+  carryPoints(source, mapping, kept, map);
   if (!pointsHoldMap(map)) addCorners(map);
   return map;
 }

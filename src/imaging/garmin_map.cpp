@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -14,12 +15,11 @@
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/preferences.h"
+#include "imaging/garmin_archive.h"
 #include "imaging/garmin_overlay.h"
 #include "imaging/tile_files.h"
 #include "support/files.h"
 #include "support/numbers.h"
-#include "support/paths.h"
-#include "support/process.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -36,7 +36,6 @@ struct GarminFiles : TileFiles {
   std::string imagesFolder() const { return tilesFolder() + "/files"; }
   std::string kmlPath() const { return tilesFolder() + "/doc.kml"; }
   std::string archivePath() const { return folder + base + ".kmz"; }
-  std::string oldArchivePath() const { return archivePath() + ".vellandra-old"; }
 };
 
 /// The tiles to write: those that are ticked.
@@ -62,24 +61,28 @@ std::optional<Selection> selectTiles() {
   return Selection{controls, garminTileGrid(width, height, size)};
 }
 
-void noteDeviceLimits(const Selection& tiles, double rotation) {
+void noteDeviceLimits(const Selection& tiles, const GarminFiles& files, double rotation) {
   std::int64_t largest = 0;
   std::int64_t count = 0;
-  double error = 0;
+  double worst = 0;
+  std::string misplaced;
   for (std::int64_t number = 1; number <= tiles.grid.count(); ++number) {
     if (!tiles.controls.isTicked(number)) continue;
     const Tile tile = tiles.grid.tile(number);
     largest = std::max(largest, std::int64_t{tile.right - tile.left} * (tile.bottom - tile.top));
-    error = std::max(error, placementError(tile, overlayBox(tile, rotation)));
+    const double error = placementError(tile, overlayBox(tile, rotation));
+    worst = std::max(worst, error);
+    if (error > 1) misplaced += (misplaced.empty() ? "" : ", ") + files.tileName(tile);
     ++count;
   }
   if (largest > fullDetail) showMessage("Tiles above one megapixel are shown at reduced detail");
   if (count > tilesOfEveryDevice) {
     showMessage(std::to_string(count) + " tiles: many devices load only the first 100, newer ones 500");
   }
-  if (error > 1) {
-    showMessage("A box and a rotation cannot place this map's tiles exactly: corners are up to " +
-                (std::isfinite(error) ? formatNumber(error, "###0.0") : "very many") + " pixels off");
+  if (!misplaced.empty()) {
+    showMessage("A box and a rotation cannot place this map's tiles exactly: they are up to " +
+                (std::isfinite(worst) ? formatNumber(worst, "###0.0") : "very many") +
+                " pixels off, smaller tiles are closer: " + misplaced);
   }
 }
 
@@ -92,7 +95,7 @@ int jpegFlags() {
 
 struct WrittenTiles {
   std::string failure;  ///< why it stopped; empty at the end
-  std::int64_t count = 0;
+  std::set<std::string> names;
   std::string largestName;
   std::size_t largestBytes = 0;
 };
@@ -120,7 +123,7 @@ WrittenTiles writeTiles(const Bitmap& map, const Selection& tiles, const GarminF
     writeLog("Jpeg quality " + std::to_string(flags));
     if (!saveEncodedImage(tile->image, path)) return stop("unable to save " + path);
     if (!kml.add(kmlOverlay(name, overlayBox(tile->tile, rotation)))) return stop(noKml);
-    ++written.count;
+    written.names.insert(name + ".jpg");
     if (tile->image.bytes.size() > written.largestBytes) {
       written.largestBytes = tile->image.bytes.size();
       written.largestName = name + ".jpg";
@@ -136,62 +139,41 @@ void noteWrittenFiles(const WrittenTiles& written, const std::string& imagesFold
                 formatNumber(bytes / megabyte, "###0.0") + " MB");
   }
   std::error_code error;
-  std::int64_t others = -written.count;
+  std::int64_t others = -static_cast<std::int64_t>(written.names.size());
   for (std::filesystem::directory_iterator entries(imagesFolder, error), end; !error && entries != end;
        entries.increment(error)) {
     ++others;
   }
   if (others > 0) {
-    showMessage(std::to_string(others) + " other files are in " + imagesFolder + ", perhaps from an earlier run");
+    showMessage(std::to_string(others) + " other files are in " + imagesFolder + ", which 7-Zip packs with the tiles");
   }
 }
 
-bool isFile(const std::string& path) {
-  std::error_code error;
-  return std::filesystem::is_regular_file(path, error);
-}
-
-/// Moves an archive of an earlier run out of the way, where no device takes it for the map that is written now; 7-Zip
-/// would also add to it. False when that fails.
-bool setArchiveAside(const GarminFiles& files) {
-  std::error_code error;
-  if (isFile(files.archivePath())) std::filesystem::rename(files.archivePath(), files.oldArchivePath(), error);
-  return !error;
-}
-
-void noteOldArchive(const GarminFiles& files) {
-  if (isFile(files.oldArchivePath())) showMessage("The archive of an earlier run is now " + files.oldArchivePath());
-}
-
-bool pack(const GarminFiles& files) {
-  const std::string images = files.imagesFolder() + "/";
-  showMessage("\"" + preferences.sevenZipPath + "\" a -tzip -mx0 \"" + files.archivePath() + " \" \"" +
-              files.kmlPath() + "\" \"" + images + "\"");
-  const std::string program = findFile(preferences.sevenZipPath);
-  const auto removeOld = [old = absolutePath(files.oldArchivePath())](bool packed) {
-    std::error_code error;
-    if (packed) std::filesystem::remove(old, error);
-  };
-  // Without the blank behind the archive's name, which would become part of it here. Absolute, as 7-Zip takes some
-  // names for switches or lists of files.
-  const std::vector<std::string> command = {program,
-                                            "a",
-                                            "-tzip",
-                                            "-mx0",
-                                            absolutePath(files.archivePath()),
-                                            absolutePath(files.kmlPath()),
-                                            absolutePath(images)};
-  return (!program.empty() && startProgram(command, removeOld)) || stopTiles("Call to 7-Zip failed");
+/// Starts 7-Zip where the person has located it.
+bool pack(const GarminArchive& archive, const GarminFiles& files) {
+  const bool known = !preferences.sevenZipPath.empty();
+  const bool done = !known || archive.pack(files.kmlPath(), files.imagesFolder() + "/");
+  if (done) showMessage("Done Garmin Custom map");
+  if (!known) {
+    showMessage(
+        "No .kmz was made, which takes the program 7-Zip: install it, choose Edit > Locate 7-Zip program and "
+        "write the map again");
+  }
+  if (!known || !done) archive.noteNotOfThisRun();
+  return done;
 }
 
 bool writeCustomMap() {
   const std::optional<TileFiles> place = tileFilesOfOpenMap();
   if (!place) return false;
   const GarminFiles files{*place};
+  const GarminArchive archive(files.archivePath());
+  if (archive.isBeingPacked()) return stopTiles("7-Zip is still packing " + files.archivePath());
+  archive.recover();
   const std::optional<Selection> tiles = selectTiles();
   if (!tiles) return false;
   const double rotation = mapRotation();
-  noteDeviceLimits(*tiles, rotation);
+  noteDeviceLimits(*tiles, files, rotation);
   showMessage("Tiles " + std::to_string(tiles->grid.across()) + " by " + std::to_string(tiles->grid.down()));
   if (!makeTileFolder(files.tilesFolder()) || !makeTileFolder(files.imagesFolder())) return false;
   showMessage("Writing tiles to " + files.imagesFolder());
@@ -199,21 +181,15 @@ bool writeCustomMap() {
   Bitmap map = loadMapForTiles();
   if (!map) return false;
   showMessage("Rotation " + formatGeneral(rotation));
-  if (!setArchiveAside(files)) return stopTiles("unable to write " + files.archivePath());
   // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
   GrowingFile kml(files.kmlPath());
   const WrittenTiles written = writeInWork([&] { return writeTiles(map, *tiles, files, rotation, kml); });
   map.reset();
-  if (!written.failure.empty()) {
-    noteOldArchive(files);
-    return stopTiles(written.failure);
-  }
+  if (!written.failure.empty()) return stopTiles(written.failure);
   showMessage("Tiles and doc.kml file written");
-  const bool packs = !preferences.sevenZipPath.empty();
-  const bool done = !packs || pack(files);
-  if (done) showMessage("Done Garmin Custom map");
+  removeEarlierTiles(files, files.imagesFolder(), ".jpg", written.names);
+  const bool done = pack(archive, files);
   noteWrittenFiles(written, files.imagesFolder());
-  if (!packs || !done) noteOldArchive(files);
   return done;
 }
 

@@ -3,6 +3,7 @@
 #include "calibration/derived_map.h"
 #include "calibration/driver.h"
 #include "calibration/log.h"
+#include "calibration/messages.h"
 #include "calibration/open_map.h"
 #include "formats/map_file.h"
 #include "imaging/map_image.h"
@@ -16,20 +17,43 @@
 namespace vellandra {
 namespace {
 
-/// One side as its file has it: its calibration goes to `map`, the names of its files are added to `files`. An empty
-/// image, with the person told, when it cannot be opened.
-Bitmap openSide(const std::string& pickerTitle, Calibration& map, MapFiles& files) {
+/// One side as its file has it: its calibration goes to `map`, the names of its files are added to `files`. False, with
+/// the person told, when it cannot be opened.
+bool openSide(const std::string& pickerTitle, Calibration& map, MapFiles& files) {
   driver.stage = openCalibration;
   driver.pickerTitle = pickerTitle;
   const bool opened = do_it();
   driver.pickerTitle = Driver().pickerTitle;
-  if (!opened) return {};
+  if (!opened) return false;
   map = calibration;
   files.insert(files.end(), {map.imagePath, mapPathBeside(map.imagePath), driver.inputPath});
+  return true;
+}
+
+/// Empty, with the person told, when it is not to be had in the size that the calibration is for.
+Bitmap imageOf(const Calibration& map) {
   Bitmap image = LoadImageByExtension(map.imagePath);
   if (image.width() == map.imageWidth && image.height() == map.imageHeight) return image;
   tell("Unable to load map");
   return {};
+}
+
+/// Asked before the images are decoded, which can take long. False when the person does not want to go on.
+bool isWorthAMerge(const MergeSides& sides) {
+  const Canvas largest = proposedCanvas(sides);
+  const MergeMapOn expanded = mergeMapOn(sides, largest);
+  if (expanded == MergeMapOn::outside) {
+    return askOkCancel("The merge map lies outside the base map, even expanded to " +
+                           sizeText(largest.width, largest.height) + " : OK to go on else cancel",
+                       "Merge Maps");
+  }
+  if (expanded == MergeMapOn::partly) {
+    showMessage("Expanded to " + sizeText(largest.width, largest.height) +
+                ", the base map does not hold all of the merge map");
+  }
+  return mergeMapOn(sides, wholeMap(sides.a)) != MergeMapOn::outside ||
+         askOkCancel("The maps do not meet, only an expanded base map shows both : OK to go on else cancel",
+                     "Merge Maps");
 }
 
 constexpr int previewSide = 800;  // pixels
@@ -75,6 +99,10 @@ class Dialog {
       tell("Transparency must be 0 to 100");
       return true;
     }
+    if (mergeMapOn(maps_.sides, answer.enlarge ? canvas_ : wholeMap(maps_.sides.a)) == MergeMapOn::outside) {
+      tell("Nothing of the merge map lies on the base map");
+      return true;
+    }
     const auto t = static_cast<float>(*percentage / 100);
     MergedMap result = mergedMap(maps_, answer.enlarge ? std::optional(canvas_) : std::nullopt, t, coreCount());
     if (!result.image) return unsaved_;
@@ -106,13 +134,16 @@ class Dialog {
 
 std::optional<MergeMaps> openMergeMaps() {
   MergeMaps maps;
-  maps.base = asColors(openSide("Open calibration file for base map", maps.sides.a, maps.files));
+  if (!openSide("Open calibration file for base map", maps.sides.a, maps.files)) return std::nullopt;
+  if (!openSide("Open calibration file for merge map", maps.sides.b, maps.files)) return std::nullopt;
+  bringLongitudesTogether(maps.sides);
+  if (!isWorthAMerge(maps.sides)) return std::nullopt;
+  maps.base = asColors(imageOf(maps.sides.a));
   if (!maps.base) return std::nullopt;
-  Bitmap merge = openSide("Open calibration file for merge map", maps.sides.b, maps.files);
+  Bitmap merge = imageOf(maps.sides.b);
   maps.mergeOpacity = runWork("Converting colours", [&merge] { return opacity(merge); });
   maps.merge = asColors(std::move(merge));
   if (!maps.merge) return std::nullopt;
-  bringLongitudesTogether(maps.sides);
   return maps;
 }
 

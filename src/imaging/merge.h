@@ -22,7 +22,8 @@ struct MergeMaps {
 };
 
 /// Asks for the calibrations of the base map and of the merge map and opens both with their images. Nothing when one
-/// cannot be opened, which the person has been told. The map at hand is then another one: see OpenMapKeeper.
+/// cannot be opened, which the person has been told, or the maps do not meet and the person does not go on. The map at
+/// hand is then another one: see OpenMapKeeper.
 std::optional<MergeMaps> openMergeMaps();
 
 /// A map in memory that is not a file yet.

@@ -24,8 +24,31 @@ void toPixel(const Calibration& map, double latitude, double longitude, double& 
 }
 
 struct Range {
-  double low, high;
+  double low = std::numeric_limits<double>::infinity();
+  double high = -std::numeric_limits<double>::infinity();
+
+  void add(double value) { *this = {std::fmin(low, value), std::fmax(high, value)}; }
+  bool overlaps(double from, double to) const { return low < to + edgeTolerance && high > from - edgeTolerance; }
 };
+
+struct Extent {
+  Range columns, rows;
+};
+
+/// How far the part `canvas` of the map `of` reaches on the map `on`. Both models are monotone in latitude and
+/// longitude, so its corners reach furthest also where edges are curved.
+Extent extentOn(const Calibration& on, const Calibration& of, const Canvas& canvas) {
+  Extent extent;
+  for (const int x : {-canvas.left, canvas.width - canvas.left}) {
+    for (const int y : {-canvas.top, canvas.height - canvas.top}) {
+      const Position position = positionAt(of, x, y);
+      const Pixel pixel = pixelAt(on, position.latitude, position.longitude);
+      extent.columns.add(pixel.x);
+      extent.rows.add(pixel.y);
+    }
+  }
+  return extent;
+}
 
 /// Whole pixels that a side of `length` grows by before its start and behind its end to hold `range`.
 void grow(int length, const Range& range, int& before, int& total) {
@@ -59,23 +82,30 @@ void bringLongitudesTogether(MergeSides& sides) {
   sides.b.x0 += 360 * std::nearbyint((centre(sides.a) - centre(sides.b)) / 360);
 }
 
+Canvas wholeMap(const Calibration& map) {
+  return {map.imageWidth, map.imageHeight};
+}
+
 Canvas proposedCanvas(const MergeSides& sides) {
-  // Both models are monotone in latitude and longitude, so the corners reach furthest also where edges are curved.
-  Range columns{0, 0};
-  Range rows{0, 0};
-  for (const double x : {0.0, static_cast<double>(sides.b.imageWidth)}) {
-    for (const double y : {0.0, static_cast<double>(sides.b.imageHeight)}) {
-      double latitude = 0, longitude = 0, column = 0, row = 0;
-      sides.xy2llb(x, y, latitude, longitude);
-      sides.ll2xya(latitude, longitude, column, row);
-      columns = {std::fmin(columns.low, column), std::fmax(columns.high, column)};
-      rows = {std::fmin(rows.low, row), std::fmax(rows.high, row)};
-    }
-  }
+  const Extent extent = extentOn(sides.a, sides.b, wholeMap(sides.b));
   Canvas canvas;
-  grow(sides.a.imageWidth, columns, canvas.left, canvas.width);
-  grow(sides.a.imageHeight, rows, canvas.top, canvas.height);
+  grow(sides.a.imageWidth, extent.columns, canvas.left, canvas.width);
+  grow(sides.a.imageHeight, extent.rows, canvas.top, canvas.height);
   return canvas;
+}
+
+MergeMapOn mergeMapOn(const MergeSides& sides, const Canvas& canvas) {
+  const Extent b = extentOn(sides.a, sides.b, wholeMap(sides.b));
+  const Extent a = extentOn(sides.b, sides.a, canvas);
+  const double left = -canvas.left, top = -canvas.top;
+  const double right = left + canvas.width, bottom = top + canvas.height;
+  // Of two four-sided figures that do not meet, an edge of one has them on its two sides.
+  const bool meets = b.columns.overlaps(left, right) && b.rows.overlaps(top, bottom) &&
+                     a.columns.overlaps(0, sides.b.imageWidth) && a.rows.overlaps(0, sides.b.imageHeight);
+  if (!meets) return MergeMapOn::outside;
+  const bool held =
+      b.columns.low > left - 1 && b.columns.high < right + 1 && b.rows.low > top - 1 && b.rows.high < bottom + 1;
+  return held ? MergeMapOn::inside : MergeMapOn::partly;
 }
 
 Bitmap enlarge(const Bitmap& base, const Canvas& canvas) {

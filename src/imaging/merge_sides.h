@@ -37,6 +37,14 @@ struct Canvas {
 /// pixels: what lies beyond, at the right and bottom first, is cut from the merge map, never from the base map.
 Canvas proposedCanvas(const MergeSides& sides);
 
+/// The map as it is.
+Canvas wholeMap(const Calibration& map);
+
+/// How much of the merge map lies on a canvas of the base map, to a pixel. Maps that only touch are partly on each
+/// other.
+enum class MergeMapOn { outside, partly, inside };
+MergeMapOn mergeMapOn(const MergeSides& sides, const Canvas& canvas);
+
 /// An image of `canvas` size, in the marker colour where `base` does not lie. Empty when there is no memory.
 Bitmap enlarge(const Bitmap& base, const Canvas& canvas);
 

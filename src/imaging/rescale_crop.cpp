@@ -43,9 +43,10 @@ MapFiles filesOfOpenMap() {
 }
 
 /// Saves `image` with the calibration that `mapping` makes of the open one, which stays open.
-bool saveCopy(const Bitmap& image, const PixelMapping& mapping, const std::string& path, const char* done) {
+bool saveCopy(const Bitmap& image, const PixelMapping& mapping, PointsKept points, const std::string& path,
+              const char* done) {
   const OpenMapKeeper openMap;
-  const Calibration map = derivedCalibration(calibration, mapping, image.width(), image.height());
+  const Calibration map = derivedCalibration(calibration, mapping, image.width(), image.height(), points);
   if (!saveAndOpen(image, map, path)) return false;
   showMessage(done);
   return true;
@@ -91,7 +92,7 @@ bool rescaleMap() {
   // Resampling brings edge to edge, positions belong to the middle of pixels.
   mapping.fromX = mapping.perX / 2 - 0.5;
   mapping.fromY = mapping.perY / 2 - 0.5;
-  return saveCopy(scaled, mapping, *path, "Done rescaling");
+  return saveCopy(scaled, mapping, PointsKept::all, *path, "Done rescaling");
 }
 
 bool cropMap() {
@@ -119,7 +120,7 @@ bool cropMap() {
   PixelMapping mapping;
   mapping.fromX = part.left;
   mapping.fromY = part.top;
-  return saveCopy(cropped, mapping, *path, "Done cropping");
+  return saveCopy(cropped, mapping, PointsKept::onImage, *path, "Done cropping");
 }
 
 }  // namespace vellandra

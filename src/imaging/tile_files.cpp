@@ -1,5 +1,12 @@
 #include "imaging/tile_files.h"
 
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
 #include "calibration/calibration.h"
 #include "calibration/driver.h"
 #include "calibration/log.h"
@@ -10,6 +17,21 @@
 #include "support/user_interface.h"
 
 namespace vellandra {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The name without ending of a tile of this map that `file` may be. Numbers are written in one way only.
+std::string tileNameLike(const TileFiles& files, std::string_view file) {
+  Tile tile{};
+  const char* const end = file.data() + file.size();
+  const auto left = std::from_chars(file.data() + std::min(file.size(), files.base.size() + 1), end, tile.left);
+  if (left.ec != std::errc() || left.ptr == end) return "";
+  const bool isTile = std::from_chars(left.ptr + 1, end, tile.top).ec == std::errc() && tile.left >= 0 && tile.top >= 0;
+  return isTile ? files.tileName(tile) : "";
+}
+
+}  // namespace
 
 std::string TileFiles::tileName(const Tile& tile) const {
   return base + "_" + std::to_string(tile.left) + "_" + std::to_string(tile.top);
@@ -45,6 +67,19 @@ Bitmap loadMapForTiles() {
 
 bool makeTileFolder(const std::string& path) {
   return makeFolder(path) || stopTiles("unable to write " + path);
+}
+
+void removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
+                        const std::set<std::string>& written) {
+  std::vector<fs::path> earlier;
+  std::error_code error;
+  for (fs::directory_iterator entries(folder, error), end; !error && entries != end; entries.increment(error)) {
+    const std::string name = entries->path().filename().string();
+    const bool isFile = entries->symlink_status(error).type() == fs::file_type::regular;
+    if (isFile && name == tileNameLike(files, name) + ending && !written.contains(name)) earlier.push_back(*entries);
+  }
+  const auto removed = std::ranges::count_if(earlier, [&](const fs::path& path) { return fs::remove(path, error); });
+  if (removed > 0) showMessage(std::to_string(removed) + " tiles of an earlier run removed from " + folder);
 }
 
 bool stopTiles(const std::string& text) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <future>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "imaging/tile_grid.h"
@@ -33,6 +34,11 @@ Bitmap loadMapForTiles();
 
 /// Makes the folder, unless it is there. False, with the person told, when that fails.
 bool makeTileFolder(const std::string& path);
+
+/// Removes from `folder` what earlier runs have left of this map's tiles: files "area_X_Y" with `ending` that are not
+/// among `written`. How many there were is told on the panel.
+void removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
+                        const std::set<std::string>& written);
 
 /// Tells the person, and the log, why the command stops; false.
 bool stopTiles(const std::string& text);

@@ -1,6 +1,7 @@
 #include "imaging/trekbuddy.h"
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "calibration/calibration.h"
@@ -20,9 +21,10 @@ bool writeMap(const TileFiles& files) {
   return putmap(files.tilesFolder()) == WriteOutcome::written;
 }
 
-/// Adds a line to `list` for every tile, whether it could be saved or not. Returns why it stopped; empty at the end.
+/// Adds a line to `list` for every tile, whether it could be saved or not, and its name to `names`. Returns why it
+/// stopped; empty at the end.
 std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles& files, const std::string& setFolder,
-                       GrowingFile& list) {
+                       GrowingFile& list, std::set<std::string>& names) {
   if (!list) return "unable to write " + list.path();
   TileEncoder encoder(
       map, grid, [](std::int64_t) { return true; }, ImageFormat::png, 0);
@@ -34,6 +36,7 @@ std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles&
     const std::string path = std::string(setFolder).append("/").append(name);
     writeLog(path);
     const bool saved = saveEncodedImage(tile->image, path);
+    names.insert(name);
     const bool listed = list.add(line(name));
     if (!saved) return "unable to save " + path;
     if (!listed) return "unable to write " + list.path();
@@ -55,9 +58,11 @@ bool writeTileSet() {
   if (!map) return false;
   // Opened before the first tile, so that a list of an earlier run never stays beside tiles of this one.
   GrowingFile list(files->tilesFolder() + "/" + files->base + ".set");
-  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list); });
+  std::set<std::string> names;
+  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list, names); });
   map.reset();
   if (!failure.empty()) return stopTiles(failure);
+  removeEarlierTiles(*files, setFolder, ".png", names);
   showMessage("Tiles and .map file written");
   return true;
 }

@@ -24,6 +24,7 @@
 #include "calibration/driver.h"
 #include "calibration/pickers.h"
 #include "calibration/session.h"
+#include "imaging/garmin_archive.h"
 #include "imaging/merge.h"
 #include "imaging/rescale_crop.h"
 #include "support/paths.h"
@@ -67,6 +68,7 @@ MainWindow::MainWindow(ShowViewer showViewer) : showViewer_(std::move(showViewer
              .boundedTo(screen()->availableSize() * 9 / 10));
   restoreGeometry(windowSettings().value(geometryKey).toByteArray());
   connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &MainWindow::refresh);
+  startTimer(1000);
   refresh();
 }
 
@@ -200,6 +202,11 @@ void MainWindow::run(const Command& command) {
   showProgress(0, 0);
   delete findChild<QDialog*>(MergeDialog::name);  // open from its first question to the end of the command
   refresh();
+}
+
+void MainWindow::timerEvent(QTimerEvent* event) {
+  QMainWindow::timerEvent(event);
+  if (!running_) notePackingFaults();
 }
 
 void MainWindow::refresh() {

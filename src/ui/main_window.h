@@ -36,6 +36,8 @@ class MainWindow : public QMainWindow {
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  /// Once a second: tells between commands what has become of archives.
+  void timerEvent(QTimerEvent* event) override;
 
  private:
   using Command = std::function<bool()>;

@@ -5,6 +5,7 @@
 #include <thread>
 #include <tuple>
 
+#include "imaging/garmin_archive.h"
 #include "imaging/garmin_overlay.h"
 #include "imaging/tiles_fixture.h"
 #include "support/numbers.h"
@@ -25,9 +26,14 @@ class GarminMapTest : public TilesTest {
     return condition();
   }
 
-  /// What the archive holds as soon as it is there, a name a line.
+  /// Waits for the end of 7-Zip.
+  bool isPacked(const std::string& archive) const {
+    return comesTrue([&] { return !GarminArchive(folder + archive).isBeingPacked(); }) && fs::exists(folder + archive);
+  }
+
+  /// What the archive holds, a name a line.
   std::string listing(const std::string& archive) const {
-    EXPECT_TRUE(comesTrue([&] { return fs::exists(folder + archive); })) << archive;
+    EXPECT_TRUE(isPacked(archive)) << archive;
     const std::string script =
         "import sys, zipfile; z = zipfile.ZipFile(sys.argv[1]); assert z.testzip() is None; "
         "print(*sorted(n for n in z.namelist() if n[-1] != '/'), sep=chr(10))";
@@ -60,7 +66,9 @@ TEST_F(GarminMapTest, TextsToTheLetter) {
                 overlay("area_0_200", "49.8000000000", "49.6000000000") + "</Folder>\r\n</kml>\r\n");
   EXPECT_EQ(person.panel, "Tiles 1 by 2\r\nWriting tiles to " + folder +
                               "area_tiles/files\r\nRebuilding palette, please wait...\r\nRotation 0\r\n"
-                              "Tiles and doc.kml file written\r\nDone Garmin Custom map\r\n");
+                              "Tiles and doc.kml file written\r\nDone Garmin Custom map\r\n"
+                              "No .kmz was made, which takes the program 7-Zip: install it, choose Edit > Locate 7-Zip "
+                              "program and write the map again\r\n");
   EXPECT_LT(log().find(":" + folder + "area_tiles/files/area_0_0.jpg\r\n"), log().find(":Jpeg quality 256\r\n"));
   preferences.kmzTransparency = 3;
   preferences.garminJpegQuality = 0;
@@ -121,38 +129,57 @@ TEST_F(GarminMapTest, BoxAndRotationByTheFormula) {
 
 /// A map that is turned by `degrees`, whose pixels are `pixel` degrees of latitude high and as wide on the ground at
 /// the latitude of its middle.
-Calibration turnedMap(int width, int height, double pixel, double degrees) {
-  Calibration map = linearMap(width, height, 5, 50, pixel, degrees);
-  const double middle = positionAt(map, width / 2.0, height / 2.0).latitude;
+Calibration turnedMap(double longitude, double pixel, double degrees) {
+  Calibration map = linearMap(500, 350, longitude, 50, pixel, degrees);
+  const double middle = positionAt(map, map.imageWidth / 2.0, map.imageHeight / 2.0).latitude;
   map.tf1 /= std::cos(middle * degToRad);
   map.tf3 /= std::cos(middle * degToRad);
   placeCorners(map);
   return map;
 }
 
-TEST_F(GarminMapTest, OtherProgramsPlaceTheTilesWhereTheCalibrationDoes) {
-  setTileSize(128, 128);
+TEST_F(GarminMapTest, OtherProgramsPlaceTheTilesWhereTheCalibrationDoesOrThePanelNamesThem) {
+  Calibration stretched = turnedMap(5, 1e-5, 20);  // pixels twice as high as wide
+  stretched.tf3 *= 2, stretched.tf4 *= 2;
+  placeCorners(stretched);
+  Calibration mirrored = turnedMap(5, 1e-5, 0);
+  mirrored.tf4 *= -1;
+  placeCorners(mirrored);
+  const std::tuple<const char*, Calibration, int, std::size_t> rows[] = {
+      // name, map, tile side, how many tiles the panel names
+      {"upright", turnedMap(5, 1e-5, 0), 128, 0},
+      {"turned by -30", turnedMap(5, 1e-5, -30), 128, 0},
+      {"turned by 89.9", turnedMap(5, 1e-5, 89.9), 128, 0},
+      {"turned by 90", turnedMap(5, 1e-5, 90), 128, 0},
+      {"turned by 90.1", turnedMap(5, 1e-5, 90.1), 128, 0},
+      {"turned by 135", turnedMap(5, 1e-5, 135), 128, 0},
+      {"turned by 180", turnedMap(5, 1e-5, 180), 128, 0},
+      {"turned by 270", turnedMap(5, 1e-5, 270), 128, 0},
+      {"astride 180 and beyond", turnedMap(179.999, 1e-5, 10), 128, 0},
+      {"beyond -180", turnedMap(-181, 1e-5, 89.4), 128, 0},
+      {"stretched", stretched, 128, 12},
+      {"mirrored", mirrored, 128, 12},
+      {"tall Mercator", mercatorMap(500, 350, 5, 60, 0.01), 350, 2},
+      {"tall Mercator in smaller tiles", mercatorMap(500, 350, 5, 60, 0.01), 88, 0},
+      {"Mercator across the equator", mercatorMap(500, 350, 5, 45, 0.2), 88, 12}};
   preferences.sevenZipPath = "/usr/bin/7zz";
-  for (const double degrees : {0.0, 1.0, -3.0, 5.0, 20.0}) {
-    fs::remove(folder + "area.kmz");
-    openMap("area.png", picture(500, 350, 1), turnedMap(500, 350, 1e-5, degrees));
+  for (const auto& [name, map, tileSide, named] : rows) {
+    SCOPED_TRACE(name);
+    setTileSize(tileSide, tileSide);
+    openMap("area.png", picture(500, 350, 1), map);
+    clearPanel();
     ASSERT_TRUE(WriteGarminCustomMap());
     ASSERT_TRUE(WriteTrekBuddyTiles());
-    EXPECT_FALSE(panelHas("exactly")) << degrees;
-    ASSERT_TRUE(comesTrue([&] { return fs::exists(folder + "area.kmz"); }));
+    const Texts line = between(person.panel, "smaller tiles are closer: ", "\r");
+    EXPECT_EQ(line.empty() ? 0U : between(line[0] + ",", "area_", ",").size(), named) << person.panel;
+    writeTestFile(folder + "area.panel", person.panel);
+    ASSERT_TRUE(isPacked("area.kmz"));
     std::string command = "/usr/bin/python3 " SOURCE_FOLDER "/tests/imaging/check_tiles.py " + folder + "area 500 350";
+    if (map.isMercator()) command += " --mercator";
     const Calibration& c = calibration;
     for (const double term : {c.x0, c.tf1, c.tf3, c.y0, c.tf2, c.tf4}) command += " " + formatGeneral(term);
-    EXPECT_EQ(shell(command + " > " + folder + "answer 2>&1"), 0) << degrees << ": " << written("answer");
+    EXPECT_EQ(shell(command + " > " + folder + "answer 2>&1"), 0) << written("answer");
   }
-  // Pixels twice as high as wide: no box fits when they are turned.
-  Calibration stretched = turnedMap(500, 350, 1e-5, 20);
-  stretched.tf3 *= 2;
-  stretched.tf4 *= 2;
-  preferences.sevenZipPath.clear();
-  openDerivedMap(stretched, folder + "area.png");
-  ASSERT_TRUE(WriteGarminCustomMap());
-  EXPECT_TRUE(panelHas("A box and a rotation cannot place this map's tiles exactly: corners are up to "));
 }
 
 TEST_F(GarminMapTest, TheDialogChoosesTheTiles) {
@@ -179,12 +206,12 @@ TEST_F(GarminMapTest, TheDialogChoosesTheTiles) {
 TEST_F(GarminMapTest, WhatDevicesTakeIsToldBeforeOrBehindTheSteps) {
   const std::string many = "110 tiles: many devices load only the first 100, newer ones 500\r\n";
   const std::string reduced = "Tiles above one megapixel are shown at reduced detail\r\n";
-  const std::string others = "109 other files are in " + folder + "area_tiles/files, perhaps from an earlier run\r\n";
+  const std::string removed = "109 tiles of an earlier run removed from " + folder + "area_tiles/files\r\n";
   const std::tuple<int, int, int, std::string, std::string> rows[] = {
       {10, 100, 100, "", ""},
       {10, 110, 100, many, ""},
-      {2000, 1024, 1024, "", others},
-      {2000, 1024, 1025, reduced, others},
+      {2000, 1024, 1024, "", removed},
+      {2000, 1024, 1025, reduced, ""},
       {2000, 1400, 1400, reduced, "A tile should stay under 3 MB: area_0_0.jpg has "}};
   for (const auto& [tileSide, width, height, before, behind] : rows) {
     setTileSize(tileSide, tileSide);
@@ -194,7 +221,7 @@ TEST_F(GarminMapTest, WhatDevicesTakeIsToldBeforeOrBehindTheSteps) {
     ASSERT_TRUE(WriteGarminCustomMap());
     EXPECT_TRUE(person.panel.starts_with(before + "Tiles ")) << person.panel;
     EXPECT_EQ(panelHas(reduced), before == reduced) << width << " x " << height;
-    EXPECT_TRUE(panelHas("Done Garmin Custom map\r\n" + behind)) << person.panel;
+    EXPECT_TRUE(panelHas(behind)) << person.panel;
   }
 }
 
@@ -209,7 +236,6 @@ TEST_F(GarminMapTest, PacksWhatIsThereNowUnderANameWithoutBlankAtTheEnd) {
   const std::string tiles = folder + "my \"maps\"/an area_tiles/";
   const std::string archive = "my \"maps\"/an area.kmz";
   for (const bool again : {false, true}) {
-    if (again) fs::remove_all(tiles + "files");
     if (again) setTileSize(200, 200);
     ASSERT_TRUE(WriteGarminCustomMap());
     const std::string files = "\"" + folder + archive + " \" \"" + tiles + "doc.kml\" \"" + tiles + "files/\"";
@@ -218,7 +244,7 @@ TEST_F(GarminMapTest, PacksWhatIsThereNowUnderANameWithoutBlankAtTheEnd) {
         << person.panel;
     EXPECT_EQ(listing(archive),
               again ? "doc.kml\nfiles/an area_0_0.jpg\n" : "doc.kml\nfiles/an area_0_0.jpg\nfiles/an area_100_0.jpg\n");
-    EXPECT_TRUE(comesTrue([&] { return filesIn("my \"maps\"").size() == 3; })) << "the old archive is left over";
+    EXPECT_EQ(filesIn("my \"maps\"").size(), 3U) << "the old archive is left over";
   }
   EXPECT_EQ(person.boxTexts(), Texts());
   // Its end is taken notice of: no entry is left in the table of processes.
@@ -228,11 +254,11 @@ TEST_F(GarminMapTest, PacksWhatIsThereNowUnderANameWithoutBlankAtTheEnd) {
   }));
 }
 
-TEST_F(GarminMapTest, NamesThatLookLikeSwitchesOrListsArePacked) {
+TEST_F(GarminMapTest, NamesThatLookLikeSwitchesListsOrPatternsArePacked) {
   preferences.sevenZipPath = "/usr/bin/7zz";
   const fs::path before = fs::current_path();
   fs::current_path(folder);
-  for (const std::string base : {"-sdel", "@area"}) {
+  for (const std::string base : {"area", "-sdel", "@area", "a*", "are?"}) {
     openMap(base + ".png", 30, 20);
     calibration.imagePath = base + ".png";
     EXPECT_TRUE(WriteGarminCustomMap());
@@ -241,30 +267,60 @@ TEST_F(GarminMapTest, NamesThatLookLikeSwitchesOrListsArePacked) {
   fs::current_path(before);
 }
 
-TEST_F(GarminMapTest, WhatCannotBeStartedIsToldAndKeepsTheOldArchiveApart) {
+TEST_F(GarminMapTest, TheOldArchiveKeepsItsNameUnlessANewOneIsPacked) {
   openMap("area.png", 30, 20);
-  writeTestFile(folder + "area.kmz", "old");
+  const std::string archive = folder + "area.kmz", aside = archive + ".vellandra-old";
+  const std::string old = archive + " is the archive of an earlier run, without the new tiles\r\n";
+  const std::string call = "Call to 7-Zip failed", failed = "7-Zip failed: " + archive;
   for (const char* name : {"text", "junk"}) writeTestFile(folder + name, "no program");
-  fs::permissions(folder + "junk", fs::perms::owner_all);
-  for (const std::string program : {"absent/7zz", "text", "junk", "area_tiles"}) {
+  writeTestFile(folder + "halfway", "#!/bin/sh\nprintf half > \"$4\"\nexit 1\n");
+  writeTestFile(folder + "slow", "#!/bin/sh\nuntil test -e \"$4.go\"; do sleep 0.01; done\nprintf new > \"$4\"\n");
+  for (const char* name : {"junk", "halfway", "slow"}) fs::permissions(folder + name, fs::perms::owner_all);
+  // clang-format off
+  const struct {
+    std::string program, archive, aside;  ///< contents of files that are there before
+    Texts boxes;
+    std::string panel, content;           ///< a line; the archive afterwards
+  } rows[] = {
+      {"",                 "old", "",    {},     "program and write the map again\r\n" + old, "old"},
+      {folder + "absent",  "old", "",    {call}, old,                               "old"},
+      {folder + "text",    "old", "",    {call}, old,                               "old"},
+      {folder + "junk",    "old", "",    {call}, old,                               "old"},
+      {folder,             "old", "",    {call}, old,                               "old"},
+      {folder + "junk",    "",    "old", {call}, "7-Zip was not seen to end: " + old, "old"},
+      {"/bin/false",       "old", "",    {},     "7-Zip failed: " + old,            "old"},
+      {"/bin/false",       "",    "old", {},     "7-Zip failed: " + old,            "old"},
+      {"/bin/false",       "new", "old", {},     "7-Zip failed: " + old,            "new"},
+      {"/bin/false",       "",    "",    {},     failed + " was not made\r\n",      ""},
+      {folder + "halfway", "old", "",    {},     "7-Zip failed: " + old,            "old"},
+      {folder + "halfway", "",    "",    {},     failed + " may lack tiles\r\n",    "half"}};
+  // clang-format on
+  const auto contentIfAny = [](const std::string& path) { return fs::exists(path) ? contentOf(path) : ""; };
+  for (const auto& row : rows) {
+    for (const auto& [path, content] : {std::pair(archive, row.archive), {aside, row.aside}}) {
+      fs::remove(path);
+      if (!content.empty()) writeTestFile(path, content);
+    }
     person.boxes.clear();
     clearPanel();
-    preferences.sevenZipPath = folder + program;
-    EXPECT_FALSE(WriteGarminCustomMap()) << program;
-    EXPECT_EQ(person.boxTexts(), Texts{"Call to 7-Zip failed"}) << program;
-    const std::string kept = folder + "area.kmz.vellandra-old";
-    EXPECT_TRUE(person.panel.ends_with("\"\r\nThe archive of an earlier run is now " + kept + "\r\n")) << person.panel;
-    EXPECT_EQ(contentOf(kept), "old") << program;
+    preferences.sevenZipPath = row.program;
+    EXPECT_EQ(WriteGarminCustomMap(), row.boxes.empty());
+    isPacked("area.kmz");
+    notePackingFaults();
+    EXPECT_EQ(person.boxTexts(), row.boxes);
+    EXPECT_TRUE(panelHas(row.panel)) << person.panel;
+    EXPECT_EQ(contentIfAny(archive) + contentIfAny(aside), row.content) << row.program;
   }
-  EXPECT_EQ(filesIn("").size(), 6U) << "nothing else is left over";
-
-  preferences.sevenZipPath = "/bin/false";
+  // As the program would leave it, were it killed meanwhile.
+  preferences.sevenZipPath = folder + "slow";
+  writeTestFile(archive, "old");
   EXPECT_TRUE(WriteGarminCustomMap());
-  EXPECT_TRUE(comesTrue([] {
-    siginfo_t info{};
-    return ::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0;
-  }));
-  EXPECT_EQ(written("area.kmz.vellandra-old"), "old") << "given up though nothing was packed";
+  EXPECT_EQ(contentIfAny(archive) + contentIfAny(aside), "old");
+  EXPECT_FALSE(WriteGarminCustomMap());
+  EXPECT_EQ(lastBox(), "7-Zip is still packing " + archive);
+  writeTestFile(archive + ".go", "");
+  EXPECT_TRUE(isPacked("area.kmz"));
+  EXPECT_EQ(contentIfAny(archive) + contentIfAny(aside), "new");
 }
 
 }  // namespace

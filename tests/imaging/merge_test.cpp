@@ -129,20 +129,25 @@ TEST(MergeCanvas, HoldsBothMapsAndNoMore) {
     const char* name;
     Calibration base, merge;
     std::vector<int> canvas;  ///< width, height, left, top
+    std::string on = "pi";    ///< how the merge map lies on the base map and on the canvas: inside, partly, outside
   } rows[] = {
-      {"inside",           base, linearMap(50, 40, 5.1, 49.9, 0.01), {100, 80, 0, 0}},
-      {"same but for the last digits", base, linearMap(100, 80, 5 - 3e-5, 50 + 3e-5, 0.01), {100, 80, 0, 0}},
+      {"inside",           base, linearMap(50, 40, 5.1, 49.9, 0.01), {100, 80, 0, 0}, "ii"},
+      {"same but for the last digits", base, linearMap(100, 80, 5 - 3e-5, 50 + 3e-5, 0.01), {100, 80, 0, 0}, "ii"},
       {"right and below",  base, linearMap(100, 80, 5.2, 49.5, 0.01),    {120, 130, 0, 0}},
-      {"left and above",   base, linearMap(10, 10, 4.799, 50.205, 0.01), {121, 101, 21, 21}},
+      {"left and above",   base, linearMap(10, 10, 4.799, 50.205, 0.01), {121, 101, 21, 21}, "oi"},
       {"coarser pixels",   base, linearMap(60, 50, 5, 50, 0.02),         {120, 100, 0, 0}},
       // A square of 100 turned by 45 degrees about its first pixel: 70.7 to each side, 141.4 high.
       {"turned merge map", base, linearMap(100, 100, 5, 50, 0.01, 45),   {142, 151, 0, 71}},
       {"turned both",      linearMap(100, 80, 5, 50, 0.01, 30), linearMap(100, 120, 5, 50, 0.01, 30), {100, 120, 0, 0}},
       // 60 to 70 N is 0.418 in Mercator ordinates, 24 rows of a degree (M(70) - M(60) = 1.73542 - 1.31696).
       {"Mercator",         mercatorMap(10, 10, 5, 60, 1), linearMap(10, 10, 5, 70, 1), {10, 34, 0, 24}},
-      {"beyond 32767",     small, linearMap(10, 10, 120, 20, 0.01),      {32767, 32767, 0, 0}},
-      {"beyond 32767 at the left", small, linearMap(10, 10, -120, 50, 0.01), {32767, 1000, 32667, 0}},
-      {"beyond 32767 on all sides", small, linearMap(100, 100, 0, 60, 0.2), {32767, 32767, 32667, 32687}},
+      {"beyond 32767",     small, linearMap(10, 10, 120, 20, 0.01),      {32767, 32767, 0, 0}, "oo"},
+      {"beyond 32767 at the left", small, linearMap(10, 10, -120, 50, 0.01), {32767, 1000, 32667, 0}, "oo"},
+      {"beyond 32767 on all sides", small, linearMap(100, 100, 0, 60, 0.2), {32767, 32767, 32667, 32687}, "pp"},
+      {"touching",         base, linearMap(100, 80, 6, 50, 0.01), {200, 80, 0, 0}},
+      {"a gap",            base, linearMap(100, 80, 6.01, 50, 0.01), {201, 80, 0, 0}, "oi"},
+      // Its box covers the base map's corner, its edge runs past it.
+      {"turned past a corner", base, linearMap(50, 50, 5.98, 49.14, 0.01, 45), {169, 122, 0, 0}, "oi"},
       {"across 180 degrees", linearMap(100, 80, 179.5, 50, 0.01), linearMap(100, 80, -180, 50, 0.01), {150, 80, 0, 0}}};
   // clang-format on
   for (const auto& row : rows) {
@@ -150,6 +155,9 @@ TEST(MergeCanvas, HoldsBothMapsAndNoMore) {
     bringLongitudesTogether(sides);
     const Canvas canvas = proposedCanvas(sides);
     EXPECT_EQ((std::vector{canvas.width, canvas.height, canvas.left, canvas.top}), row.canvas) << row.name;
+    std::string on;
+    for (const Canvas& part : {wholeMap(sides.a), canvas}) on += "opi"[static_cast<int>(mergeMapOn(sides, part))];
+    EXPECT_EQ(on, row.on) << row.name;
   }
 }
 
@@ -217,6 +225,12 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
   const std::string nowhere = folder + "none/x.png", other = folder + "other.png";
   const std::string noFile = "No input file specified", range = "Transparency must be 0 to 100";
   const std::string unable = "unable to save ", own = "\nIt belongs to an open map, which stays as it is";
+  const std::string apart = "The maps do not meet, only an expanded base map shows both : OK to go on else cancel";
+  const std::string beyond =
+      "The merge map lies outside the base map, even expanded to 32767 x 40 : OK to go on else cancel";
+  const std::string nothing = "Nothing of the merge map lies on the base map", unloadable = "Unable to load map";
+  const Calibration meeting = linearMap(50, 50, 5.03, 49.99, 0.001), next = linearMap(50, 40, 5.07, 50, 0.001);
+  const Calibration far = linearMap(50, 40, 38, 50, 0.001);
   const MergeAnswer merged = merge("50", false), over = merge("101", true), under = merge("-0.1", true);
   const Answer ok = Answer::ok, cancel = Answer::cancel;
   // clang-format off
@@ -228,6 +242,7 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
     std::string saved;
     std::deque<Answer> boxes;
     Texts texts;
+    std::optional<Calibration> other = std::nullopt;  ///< its image has a head only
   } rows[] = {
       {"pending",               true,  0, {},                     "",      {cancel},     {abandon}},
       {"no base map",           true,  0, {},                     "",      {ok},         {abandon, noFile}},
@@ -236,10 +251,14 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
       {"closed without saving", false, 2, {merged, close, close}, "",      {cancel, ok}, {exit, exit}},
       {"no such folder",        false, 2, {merged, save, close},  nowhere, {ok},         {unable + nowhere, exit}},
       {"over the merge map",    false, 2, {merged, save, close},  other,   {ok},         {unable + other + own, exit}},
-      {"no percentage", false, 2, {over, under, merge("all", true), save, close}, "", {}, {range, range, range}}};
+      {"no percentage", false, 2, {over, under, merge("all", true), save, close}, "", {}, {range, range, range}},
+      {"apart",                 false, 2, {},                     "",      {cancel},     {apart}, next},
+      {"apart, gone on",        false, 2, {},                     "",      {ok},         {apart, unloadable}, next},
+      {"beyond all canvases",   false, 2, {},                     "",      {cancel},     {beyond}, far}};
   // clang-format on
   for (const auto& row : rows) {
-    writeMaps(linearMap(60, 40, 5, 50, 0.001), linearMap(50, 50, 5.03, 49.99, 0.001));
+    writeMaps(linearMap(60, 40, 5, 50, 0.001), row.other.value_or(meeting));
+    if (row.other) writeTestFile(folder + "other.png", contentOf(folder + "other.png").substr(0, 33));
     calibration = linearMap(10, 10, 1, 2, 3);
     calibration.imagePath = "open.png";
     driver = Driver();
@@ -261,6 +280,12 @@ TEST_F(MergeMapsTest, WhatIsNotSavedLeavesEverythingAsItWas) {
     EXPECT_EQ(driver.calibrationPending, row.pending);
     EXPECT_TRUE(person.menuStates.calibratedImage || row.name == rows[0].name);
   }
+  writeMaps(linearMap(60, 40, 5, 50, 0.001), next);
+  person.boxes.clear();
+  person.boxAnswers = {ok};
+  person.mergeAnswers = {merged, close};
+  EXPECT_FALSE(mergeMaps());
+  EXPECT_EQ(person.boxTexts(), (Texts{apart, nothing}));
   EXPECT_EQ(person.pickers[1].title, "Open calibration file for base map");
   EXPECT_EQ(person.pickers[2].title, "Open calibration file for merge map");
 }
@@ -288,7 +313,7 @@ TEST_F(MergeMapsTest, NoMemoryForTheCanvasEndsTheCommandUnlessAResultWaitsToBeSa
 #ifdef __SANITIZE_ADDRESS__
   GTEST_SKIP() << "its address space cannot be limited";
 #endif
-  writeMaps(linearMap(60, 40, 5, 50, 0.0001), linearMap(50, 50, 60, 10, 0.001));
+  writeMaps(linearMap(60, 40, 5, 50, 0.0001), linearMap(50, 50, 5, 50, 0.1));
   rlimit before{};
   getrlimit(RLIMIT_AS, &before);
   rlimit tight = before;

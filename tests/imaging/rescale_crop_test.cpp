@@ -1,5 +1,6 @@
 #include "imaging/rescale_crop.h"
 
+#include "calibration/derived_map.h"
 #include "core_fixture.h"
 #include "imaging/made_maps.h"
 
@@ -125,15 +126,20 @@ TEST_F(SavedCopyTest, PointsAndMetresPerPixelGoAlong) {
     return text;
   };
   EXPECT_EQ(pixels(), "0,0 49,39 49,0 15,39 -4,100 ");  // -7: (-7 + 0.5) / 2 - 0.5 = -3.75 lies nearest to -4
-  open(folder + "open.map");
-  ASSERT_TRUE(cropTo({10, 20, 90, 60}));
-  open(folder + "copy.map");
-  EXPECT_EQ(pixels(), "-10,-20 89,59 89,-20 21,59 -17,180 ");
-
+  const std::tuple<PixelRectangle, const char*, const char*> crops[] = {
+      {{10, 20, 90, 60}, "0,0 79,0 79,39 0,39 ", "1, 2, 3, 4, 5"},
+      {{0, 0, 100, 79}, "0,0 99,0 99,78 0,78 ", "2, 4, 5"},  // a corner that is a point is not added again
+      {{1, 0, 100, 80}, "98,79 98,0 30,79 ", "1, 5"}};
+  for (const auto& [part, kept, leftOut] : crops) {
+    open(folder + "open.map");
+    ASSERT_TRUE(cropTo(part));
+    EXPECT_NE(person.panel.find(std::string("outside the new map: ") + leftOut + "\r\n"), std::string::npos);
+    open(folder + "copy.map");
+    EXPECT_EQ(pixels(), kept);
+  }
   open(folder + "open.map");
   calibration.points[5].pixelX = -46340;  // can be fitted here, but not a column further out
-  ASSERT_TRUE(cropTo({1, 0, 100, 80}));
-  open(folder + "copy.map");
+  calibration = derivedCalibration(calibration, {1, 0, 1, 1}, 99, 80);
   EXPECT_EQ(pixels(), "-1,0 98,79 98,0 30,79 ");
   EXPECT_NE(person.panel.find("Points left out, they lie too far outside the map: 5"), std::string::npos);
 }

@@ -179,14 +179,29 @@ TEST_F(TilesTest, AFullDiskStopsWithTheListSoFar) {
   EXPECT_EQ(person.progress.back(), person.progressTotal) << "not shown any more";
 }
 
-TEST_F(TilesTest, ARunCutShortLeavesNothingEarlierBesideItsTiles) {
+TEST_F(TilesTest, WhatAnEarlierRunLeftGoesWhenTheNewSetIsComplete) {
   openMap("area.png", 400, 100);
   setTileSize(100, 100);
-  fs::create_directory(folder + "area_tiles");
   const std::string earlier(5000, '#');
+  const std::string files = folder + "area_tiles/files/", set = folder + "area_tiles/set/";
+  for (const std::string& path : {files, set}) fs::create_directories(path);
   for (const char* name : {"area_tiles/doc.kml", "area_tiles/area.set", "area.kmz"}) {
     writeTestFile(folder + name, earlier);
   }
+  // This map's, and those of other maps and of the person.
+  const std::set<std::string> own = {"area_50_0", "area_0_32700"};
+  const std::set<std::string> others = {"area_0_0_0", "area_0_0_", "Area_50_0",  "area_-5_0",
+                                        "area_050_0", "area_50_",  "ar_ea_50_0", "area_50_0x",
+                                        "area2_50_0", "area 50_0", "area_50",    "area_50_4294967296"};
+  for (const std::set<std::string>& names : {own, others}) {
+    for (const std::string& name : names) {
+      writeTestFile(files + name + ".jpg", earlier);
+      writeTestFile(set + name + ".png", earlier);
+    }
+  }
+  writeTestFile(set + "area_50_0.jpg", earlier);
+  fs::create_directory(set + "area_77_0.png");
+  const auto hasEarlier = [&] { return fs::exists(files + "area_50_0.jpg") && fs::exists(set + "area_50_0.png"); };
   struct Interrupting : ScriptedInterface {
     void showProgress(Work&, std::int64_t done, std::int64_t) override {
       if (works.back() == "Writing tiles" && done == 2) throw std::bad_alloc();
@@ -198,8 +213,19 @@ TEST_F(TilesTest, ARunCutShortLeavesNothingEarlierBesideItsTiles) {
   EXPECT_EQ(placedTiles(), (Texts{"area_0_0", "area_100_0"}));
   EXPECT_EQ(kml().find('#'), std::string::npos);
   EXPECT_EQ(written("area_tiles/area.set"), "area_0_0.png\r\narea_100_0.png\r\n");
-  EXPECT_FALSE(fs::exists(folder + "area.kmz"));
-  EXPECT_EQ(written("area.kmz.vellandra-old"), earlier);
+  EXPECT_EQ(written("area.kmz"), earlier);
+  EXPECT_TRUE(hasEarlier());
+  ASSERT_TRUE(WriteGarminCustomMap());
+  ASSERT_TRUE(WriteTrekBuddyTiles());
+  std::set<std::string> jpegs, pngs = {"area_50_0.jpg", "area_77_0.png"};
+  for (const std::string& name : others) jpegs.insert(name + ".jpg"), pngs.insert(name + ".png");
+  for (const std::string name : {"area_0_0", "area_100_0", "area_200_0", "area_300_0"}) {
+    jpegs.insert(name + ".jpg"), pngs.insert(name + ".png");
+  }
+  EXPECT_EQ(filesIn("area_tiles/files"), jpegs);
+  EXPECT_EQ(filesIn("area_tiles/set"), pngs);
+  EXPECT_TRUE(panelHas("2 tiles of an earlier run removed from " + folder + "area_tiles/set\r\n")) << person.panel;
+  EXPECT_TRUE(panelHas("12 other files are in " + folder + "area_tiles/files, which 7-Zip packs with the tiles\r\n"));
 }
 
 TEST_F(TilesTest, FoldersAndListsThatCannotBeWritten) {
