@@ -15,9 +15,13 @@
 #include "raster/decoders.h"
 #include "raster/image_parts.h"
 #include "raster/library_messages.h"
+#include "raster/palette.h"
+#include "raster/palette_refinement.h"
+#include "raster/palette_sample.h"
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/numbers.h"
+#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -33,11 +37,14 @@ struct BitmapAccess {
     return bitmap;
   }
   static int paletteEntriesUsed(const Bitmap& bitmap) { return bitmap.paletteEntriesUsed_; }
+  static void setPaletteEntriesUsed(Bitmap& bitmap, int count) { bitmap.paletteEntriesUsed_ = count; }
 };
 
 namespace {
 
 using Access = BitmapAccess;
+
+constexpr std::int64_t largestWhole = 4'000'000;  // pixels of an image that the library sees all of for its palette
 
 FREE_IMAGE_FORMAT identifier(ImageFormat format) {
   return static_cast<FREE_IMAGE_FORMAT>(format);
@@ -127,6 +134,41 @@ RGBQUAD toLibrary(const PixelColor& color) {
   return quad;
 }
 
+/// The colours of a palette as `ColorQuantizeEx` is asked for them.
+struct PaletteWish {
+  QuantizeMethod method;
+  int size, reserveSize;
+  std::vector<RGBQUAD> reserved;
+};
+
+/// `colors`, of 24 bits, reduced by the library.
+Bitmap reduceWhole(const Bitmap& colors, PaletteWish& wish) {
+  FIBITMAP* reduced =
+      FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(wish.method), wish.size,
+                                wish.reserveSize, wish.reserved.empty() ? nullptr : wish.reserved.data());
+  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
+  if (reduced != nullptr) {
+    RGBQUAD* palette = FreeImage_GetPalette(reduced);
+    std::fill(palette + wish.size, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+  }
+  return Access::own(reduced, wish.size);
+}
+
+/// `image`, of any depth, with a palette that the library makes of a sample.
+Bitmap reduceBySample(const Bitmap& image, PaletteWish& wish) {
+  const Bitmap sample = paletteSample(image, coreCount());
+  const Bitmap reducedSample = sample ? reduceWhole(sample, wish) : Bitmap();
+  Bitmap reduced = allocateBitmap(Pixels::index8, image.width(), image.height());
+  if (!reducedSample || !reduced) return {};
+  std::vector<PixelColor> palette;
+  for (int i = 0; i < wish.size; ++i) palette.push_back(reducedSample.paletteEntry(i));
+  const auto movable = static_cast<std::size_t>(wish.size - wish.reserveSize);
+  refinePalette(sample, std::span(palette).first(movable), coreCount());
+  mapToPalette(image, palette, reduced, coreCount());
+  setPalette(reduced, palette, palette.front());
+  return reduced;
+}
+
 unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
   if (y < 0 || y >= height) {
     throw SubscriptOutOfRange("row " + std::to_string(y) + " of an image of " + std::to_string(height) + " rows");
@@ -202,31 +244,19 @@ Bitmap LoadQuantized(const std::string& path) {
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
                        std::span<const PixelColor> reservePalette) {
   if (!bitmap) return {};
-  Bitmap temporary;
-  const Bitmap* source = &temporary;
-  if (bitmap.bitsPerPixel() != 24) {
-    temporary = convertTo24Bits(bitmap);
-    if (unloadSource) bitmap.reset();
-  } else if (unloadSource) {
-    temporary = std::move(bitmap);
-  } else {
-    source = &bitmap;
-  }
-  if (!*source) return {};
-  paletteSize = std::clamp(paletteSize, 2, 256);
-  std::vector<RGBQUAD> reserved;
-  for (const PixelColor& color : reservePalette) reserved.push_back(toLibrary(color));
-  reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reserved.size())));
-  FIBITMAP* reduced = guarded([&] {
-    return FreeImage_ColorQuantizeEx(Access::image(*source), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
-                                     reserveSize, reserved.empty() ? nullptr : reserved.data());
+  PaletteWish wish{method, std::clamp(paletteSize, 2, 256), 0, {}};
+  for (const PixelColor& color : reservePalette) wish.reserved.push_back(toLibrary(color));
+  wish.reserveSize = std::clamp(reserveSize, 0, Min(wish.size, static_cast<int>(wish.reserved.size())));
+  Bitmap released;
+  if (unloadSource) released = std::move(bitmap);
+  const Bitmap& source = unloadSource ? released : bitmap;
+  return guarded([&] {
+    if (std::int64_t{source.width()} * source.height() > largestWhole) return reduceBySample(source, wish);
+    if (source.bitsPerPixel() == 24) return reduceWhole(source, wish);
+    const Bitmap colors = convertTo24Bits(source);
+    released.reset();
+    return colors ? reduceWhole(colors, wish) : Bitmap();
   });
-  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
-  if (reduced != nullptr) {
-    RGBQUAD* palette = FreeImage_GetPalette(reduced);
-    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
-  }
-  return Access::own(reduced, paletteSize);
 }
 
 bool canSave(ImageFormat format, const Bitmap& bitmap) {
@@ -319,10 +349,11 @@ Bitmap allocateBitmap(Pixels kind, int width, int height) {
   return Access::own(guarded([&] { return FreeImage_AllocateT(form.type, width, height, form.bits); }));
 }
 
-void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors) {
-  const auto count = static_cast<std::size_t>(bitmap.paletteEntryCount());
+void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors, const PixelColor& behind) {
+  const auto places = static_cast<std::size_t>(FreeImage_GetColorsUsed(Access::image(bitmap)));
   RGBQUAD* palette = FreeImage_GetPalette(Access::image(bitmap));
-  for (std::size_t i = 0; i < count; ++i) palette[i] = toLibrary(i < colors.size() ? colors[i] : PixelColor());
+  for (std::size_t i = 0; i < places; ++i) palette[i] = toLibrary(i < colors.size() ? colors[i] : behind);
+  Access::setPaletteEntriesUsed(bitmap, static_cast<int>(std::min(places, colors.size())));
 }
 
 Bitmap allocate24Bits(int width, int height, const PixelColor& fill) {
