@@ -15,13 +15,9 @@
 #include "raster/decoders.h"
 #include "raster/image_parts.h"
 #include "raster/library_messages.h"
-#include "raster/palette.h"
-#include "raster/palette_refinement.h"
-#include "raster/palette_sample.h"
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/numbers.h"
-#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -43,8 +39,6 @@ struct BitmapAccess {
 namespace {
 
 using Access = BitmapAccess;
-
-constexpr std::int64_t largestWhole = 4'000'000;  // pixels of an image that the library sees all of for its palette
 
 FREE_IMAGE_FORMAT identifier(ImageFormat format) {
   return static_cast<FREE_IMAGE_FORMAT>(format);
@@ -134,41 +128,6 @@ RGBQUAD toLibrary(const PixelColor& color) {
   return quad;
 }
 
-/// The colours of a palette as `ColorQuantizeEx` is asked for them.
-struct PaletteWish {
-  QuantizeMethod method;
-  int size, reserveSize;
-  std::vector<RGBQUAD> reserved;
-};
-
-/// `colors`, of 24 bits, reduced by the library.
-Bitmap reduceWhole(const Bitmap& colors, PaletteWish& wish) {
-  FIBITMAP* reduced =
-      FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(wish.method), wish.size,
-                                wish.reserveSize, wish.reserved.empty() ? nullptr : wish.reserved.data());
-  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
-  if (reduced != nullptr) {
-    RGBQUAD* palette = FreeImage_GetPalette(reduced);
-    std::fill(palette + wish.size, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
-  }
-  return Access::own(reduced, wish.size);
-}
-
-/// `image`, of any depth, with a palette that the library makes of a sample.
-Bitmap reduceBySample(const Bitmap& image, PaletteWish& wish) {
-  const Bitmap sample = paletteSample(image, coreCount());
-  const Bitmap reducedSample = sample ? reduceWhole(sample, wish) : Bitmap();
-  Bitmap reduced = allocateBitmap(Pixels::index8, image.width(), image.height());
-  if (!reducedSample || !reduced) return {};
-  std::vector<PixelColor> palette;
-  for (int i = 0; i < wish.size; ++i) palette.push_back(reducedSample.paletteEntry(i));
-  const auto movable = static_cast<std::size_t>(wish.size - wish.reserveSize);
-  refinePalette(sample, std::span(palette).first(movable), coreCount());
-  mapToPalette(image, palette, reduced, coreCount());
-  setPalette(reduced, palette, palette.front());
-  return reduced;
-}
-
 unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
   if (y < 0 || y >= height) {
     throw SubscriptOutOfRange("row " + std::to_string(y) + " of an image of " + std::to_string(height) + " rows");
@@ -241,22 +200,20 @@ Bitmap LoadQuantized(const std::string& path) {
   return loaded;
 }
 
-Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
-                       std::span<const PixelColor> reservePalette) {
-  if (!bitmap) return {};
-  PaletteWish wish{method, std::clamp(paletteSize, 2, 256), 0, {}};
-  for (const PixelColor& color : reservePalette) wish.reserved.push_back(toLibrary(color));
-  wish.reserveSize = std::clamp(reserveSize, 0, Min(wish.size, static_cast<int>(wish.reserved.size())));
-  Bitmap released;
-  if (unloadSource) released = std::move(bitmap);
-  const Bitmap& source = unloadSource ? released : bitmap;
-  return guarded([&] {
-    if (std::int64_t{source.width()} * source.height() > largestWhole) return reduceBySample(source, wish);
-    if (source.bitsPerPixel() == 24) return reduceWhole(source, wish);
-    const Bitmap colors = convertTo24Bits(source);
-    released.reset();
-    return colors ? reduceWhole(colors, wish) : Bitmap();
+Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize,
+                         std::span<const PixelColor> reserved) {
+  std::vector<RGBQUAD> last;
+  for (const PixelColor& color : reserved) last.push_back(toLibrary(color));
+  FIBITMAP* reduced = guarded([&] {
+    return FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+                                     static_cast<int>(last.size()), last.empty() ? nullptr : last.data());
   });
+  // A palette always has 256 places; the library leaves shades of grey in those it does not use.
+  if (reduced != nullptr) {
+    RGBQUAD* palette = FreeImage_GetPalette(reduced);
+    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+  }
+  return Access::own(reduced, paletteSize);
 }
 
 bool canSave(ImageFormat format, const Bitmap& bitmap) {

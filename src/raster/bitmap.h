@@ -75,6 +75,11 @@ Bitmap LoadQuantized(const std::string& path);
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize = 256,
                        int reserveSize = 0, std::span<const PixelColor> reservePalette = {});
 
+/// `colors`, of 24 bits, with a palette of `paletteSize` colours, 2 to 256, that the library makes by a look at every
+/// pixel, which takes long; the last ones are `reserved`, at most as many. Empty when that fails.
+Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize,
+                         std::span<const PixelColor> reserved);
+
 /// An image as the bytes of a file, and what the library said while it was made; `bytes` is empty when it failed.
 struct EncodedImage {
   std::string bytes;

@@ -2,12 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "raster/bitmap.h"
 #include "raster/library_messages.h"
-#include "support/errors.h"
 
 namespace vellandra {
 
@@ -16,7 +16,7 @@ inline constexpr std::ptrdiff_t colorBytes = 3;
 
 /// Calls `work` with the pixels of each row from `first` to `end`, exclusive, as 24 bits whatever the depth of `image`,
 /// and with the number of the row. For images too large to be converted as a whole; can be called from several threads
-/// at once. Throws InvalidArgument when the pixels are no colours or there is no memory for a few rows of them.
+/// at once. Throws std::bad_alloc when a few rows of them cannot be had as colours.
 template <typename Work>
 void forColorRows(const Bitmap& image, int first, int end, const Work& work) {
   constexpr int stripRows = 16;
@@ -29,7 +29,7 @@ void forColorRows(const Bitmap& image, int first, int end, const Work& work) {
     const LibraryMessages messages(said);
     const int bottom = Min(top + stripRows, end);
     const Bitmap strip = convertTo24Bits(copyRectangle(image, 0, top, image.width(), bottom));
-    if (!strip) throw InvalidArgument("rows " + std::to_string(top) + " to " + std::to_string(bottom) + " as colours");
+    if (!strip) throw std::bad_alloc();
     for (int y = top; y < bottom; ++y) work(strip.row(y - top).data(), y);
   }
 }

@@ -32,7 +32,7 @@ class NearestEntries {
 };
 
 /// Gives every pixel of `reduced`, of 8 bits, the entry of `palette` that is nearest to the colour of the same pixel of
-/// `image`, of any depth. The same for any number of `threads`. Throws InvalidArgument when the pixels are no colours.
+/// `image`, of any depth. The same for any number of `threads`. Throws std::bad_alloc.
 void mapToPalette(const Bitmap& image, std::span<const PixelColor> palette, Bitmap& reduced, unsigned threads);
 
 }  // namespace vellandra

@@ -16,6 +16,7 @@ namespace vellandra {
 namespace {
 
 constexpr std::size_t channels = 3;
+constexpr int partRows = 64;  // counted by one thread at a time
 using Channels = std::array<double, channels>;
 
 /// Whole numbers, so that the order of adding does not matter.
@@ -61,20 +62,21 @@ Cluster clusterOf(const PixelColor& entry, const Sums& sums) {
 
 using Clusters = std::vector<Cluster>;
 
-Clusters clustersOf(const Bitmap& sample, std::span<const PixelColor> palette, unsigned threads) {
+/// Of the first `count` entries.
+Clusters clustersOf(const Bitmap& sample, std::span<const PixelColor> palette, std::size_t count, unsigned threads) {
   const NearestEntries nearest(palette);
-  const int parts = Min(static_cast<int>(std::clamp(threads, 1U, 64U)), sample.height());
+  const int parts = (sample.height() + partRows - 1) / partRows;
   std::vector<std::vector<Sums>> counted(static_cast<std::size_t>(parts), std::vector<Sums>(palette.size()));
-  const auto edge = [&](int part) { return static_cast<int>(std::int64_t{sample.height()} * part / parts); };
   forEachNumber(parts, threads, [&](int part) {
     std::vector<Sums>& sums = counted[static_cast<std::size_t>(part)];
-    forColorRows(sample, edge(part), edge(part + 1), [&](const std::uint8_t* pixel, int) {
+    const int first = part * partRows;
+    forColorRows(sample, first, Min(first + partRows, sample.height()), [&](const std::uint8_t* pixel, int) {
       const std::uint8_t* const end = pixel + colorBytes * sample.width();
       for (; pixel != end; pixel += colorBytes) sums[nearest.of({pixel[2], pixel[1], pixel[0], 0})].add(pixel);
     });
   });
   Clusters clusters;
-  for (std::size_t i = 0; i < palette.size(); ++i) {
+  for (std::size_t i = 0; i < count; ++i) {
     Sums all;
     for (const std::vector<Sums>& sums : counted) all.add(sums[i]);
     clusters.push_back(clusterOf(palette[i], all));
@@ -142,13 +144,13 @@ void moveIdleEntries(Clusters& clusters) {
 
 }  // namespace
 
-void refinePalette(const Bitmap& sample, std::span<PixelColor> palette, unsigned threads) {
+void refinePalette(const Bitmap& sample, std::span<PixelColor> palette, std::size_t movable, unsigned threads) {
   // Further rounds change the errors by less than a hundredth.
   constexpr int rounds = 3, movingRounds = 2;
   for (int round = 0; round < rounds; ++round) {
-    Clusters clusters = clustersOf(sample, palette, threads);
+    Clusters clusters = clustersOf(sample, palette, movable, threads);
     if (round < movingRounds) moveIdleEntries(clusters);
-    for (std::size_t i = 0; i < palette.size(); ++i) {
+    for (std::size_t i = 0; i < movable; ++i) {
       const auto rounded = [&](std::size_t c) {
         return static_cast<std::uint8_t>(std::clamp(std::lround(clusters[i].mean[c]), 0L, 255L));
       };

@@ -180,8 +180,7 @@ void takeBlocks(const Bitmap& image, const Blocks& blocks, int first, int end, s
 
 Bitmap paletteSample(const Bitmap& image, unsigned threads) {
   const Blocks blocks(image.width(), image.height());
-  constexpr unsigned mostParts = 16;  // each has its own census
-  const int parts = Min(static_cast<int>(std::clamp(threads, 1U, mostParts)), blocks.down());
+  const int parts = Min(32, blocks.down());  // each has its own census
   std::vector<Census> counted(static_cast<std::size_t>(parts));
   std::vector<Pixel> even(static_cast<std::size_t>(blocks.across()) * static_cast<std::size_t>(blocks.down()));
   const auto edge = [&](int part) { return static_cast<int>(std::int64_t{blocks.down()} * part / parts); };

@@ -78,7 +78,7 @@ TEST_F(PaletteTest, SamplePaletteAndPixelsAreTheSameForAnyThreadsAndDepth) {
     const auto& [image, threads] = rows[i];
     const Bitmap sample = paletteSample(*image, threads);
     Palette palette = randomColors(64, 0, 256);
-    refinePalette(sample, palette, threads);
+    refinePalette(sample, palette, 60, threads);
     Bitmap reduced = allocateBitmap(Pixels::index8, image->width(), image->height());
     mapToPalette(*image, palette, reduced, threads);
     setPalette(reduced, palette);
