@@ -10,6 +10,7 @@
 #include <string>
 
 #include "calibration/calibration.h"
+#include "calibration/driver.h"
 #include "calibration/preferences.h"
 #include "calibration/session.h"
 #include "console/console.h"

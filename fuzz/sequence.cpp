@@ -181,13 +181,13 @@ class Person : public UserInterface {
         if (number > 0) session.moveTo(number, x, y);
         break;
       case 2:
-        if (number > 0) session.correct(number, latitude, longitude, bytes_.oneOf(datums));
+        if (number > 0) session.correct(number, latitude, longitude, {.datum = bytes_.oneOf(datums)});
         break;
       case 3:
         if (session.canUndo()) session.undo();
         break;
       default:
-        if (session.wait(x, y)) session.giveCoordinates(latitude, longitude, bytes_.oneOf(datums));
+        if (session.wait(x, y)) session.giveCoordinates(latitude, longitude, {.datum = bytes_.oneOf(datums)});
     }
   }
 

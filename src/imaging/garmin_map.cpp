@@ -112,16 +112,16 @@ WrittenTiles writeTiles(const Bitmap& map, const Selection& tiles, const GarminF
   if (!kml.add(kmlHead(files.base))) return stop(noKml);
   const int flags = jpegFlags();
   const auto isTicked = [&](std::int64_t number) { return tiles.controls.isTicked(number); };
-  TileEncoder encoder(map, tiles.grid, isTicked, ImageFormat::jpeg, flags);
+  const auto pathOf = [&](const Tile& tile) { return files.imagesFolder() + "/" + files.tileName(tile) + ".jpg"; };
+  TileEncoder encoder(map, tiles.grid, isTicked, pathOf, ImageFormat::jpeg, flags);
   ColumnProgress progress(tiles.grid);
   while (const std::optional<EncodedTile> tile = encoder.next()) {
     progress.atTile(tile->number);
     if (!tile->copied) return stop("Unable to tile map");
     const std::string name = files.tileName(tile->tile);
-    const std::string path = files.imagesFolder() + "/" + name + ".jpg";
-    writeLog(path);
+    writeLog(tile->path);
     writeLog("Jpeg quality " + std::to_string(flags));
-    if (!saveEncodedImage(tile->image, path)) return stop("unable to save " + path);
+    if (!tile->save()) return stop("unable to save " + tile->path);
     if (!kml.add(kmlOverlay(name, overlayBox(tile->tile, rotation)))) return stop(noKml);
     written.names.insert(name + ".jpg");
     if (tile->image.bytes.size() > written.largestBytes) {

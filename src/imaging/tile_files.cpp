@@ -88,18 +88,40 @@ bool stopTiles(const std::string& text) {
   return false;
 }
 
+bool EncodedTile::save() const {
+  logMessages(image, path);
+  return !image.bytes.empty() && putInPlace();
+}
+
+namespace {
+
+// Besides those that work: a disk takes its time with every file, and can take several at once.
+constexpr unsigned waitingForDisk = 8;
+
+}  // namespace
+
 TileEncoder::TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted,
-                         ImageFormat format, int flags)
-    : map_(map), grid_(grid), isWanted_(std::move(isWanted)), format_(format), flags_(flags), workers_(coreCount()) {}
+                         std::function<std::string(const Tile&)> path, ImageFormat format, int flags)
+    : map_(map),
+      grid_(grid),
+      isWanted_(std::move(isWanted)),
+      path_(std::move(path)),
+      format_(format),
+      flags_(flags),
+      workers_(coreCount() + waitingForDisk) {}
 
 void TileEncoder::workAhead() {
-  // Twice the cores, so that none waits while the first tile in order is a slow one.
-  const std::size_t most = std::size_t{2} * coreCount();
+  // More than there are threads, so that none waits while the first tile in order is a slow one.
+  const std::size_t most = std::size_t{2} * coreCount() + waitingForDisk;
   while (ahead_.size() < most && number_ < grid_.count()) {
     if (!isWanted_(++number_)) continue;
     ahead_.push_back(workers_.run([this, number = number_, tile = grid_.tile(number_)] {
+      EncodedTile encoded{number, tile, false, {}, path_(tile), {}};
       const Bitmap part = copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom);
-      return EncodedTile{number, tile, static_cast<bool>(part), encodeImage(format_, part, flags_)};
+      encoded.copied = static_cast<bool>(part);
+      encoded.image = encodeImage(format_, part, flags_);
+      if (!encoded.image.bytes.empty()) encoded.putInPlace = prepareWholeFile(encoded.path, encoded.image.bytes);
+      return encoded;
     }));
   }
 }

@@ -48,14 +48,20 @@ struct EncodedTile {
   Tile tile;
   bool copied = false;  ///< out of the map's image
   EncodedImage image;
+  std::string path;
+  std::function<bool()> putInPlace;
+
+  /// Puts the file in its place; as `saveEncodedImage`.
+  bool save() const;
 };
 
-/// Cuts the wanted tiles of `grid` out of `map` and encodes them on all cores, a few ahead of the one that is asked
-/// for. `map` must outlive it, and not be changed meanwhile.
+/// Cuts the wanted tiles of `grid` out of `map`, encodes them on all cores and brings them to the disk, a few ahead of
+/// the one that is asked for. `map` must outlive it, and not be changed meanwhile.
 class TileEncoder {
  public:
-  TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted, ImageFormat format,
-              int flags);
+  /// `path` is where the file of a tile belongs; called from any thread.
+  TileEncoder(const Bitmap& map, const TileGrid& grid, std::function<bool(std::int64_t)> isWanted,
+              std::function<std::string(const Tile&)> path, ImageFormat format, int flags);
   /// The next tile in the order of numbers; nothing behind the last one.
   std::optional<EncodedTile> next();
 
@@ -65,6 +71,7 @@ class TileEncoder {
   const Bitmap& map_;
   TileGrid grid_;
   std::function<bool(std::int64_t)> isWanted_;
+  std::function<std::string(const Tile&)> path_;
   ImageFormat format_;
   int flags_;
   std::int64_t number_ = 0;

@@ -26,19 +26,19 @@ bool writeMap(const TileFiles& files) {
 std::string writeTiles(const Bitmap& map, const TileGrid& grid, const TileFiles& files, const std::string& setFolder,
                        GrowingFile& list, std::set<std::string>& names) {
   if (!list) return "unable to write " + list.path();
+  const auto pathOf = [&](const Tile& tile) { return setFolder + "/" + files.tileName(tile) + ".png"; };
   TileEncoder encoder(
-      map, grid, [](std::int64_t) { return true; }, ImageFormat::png, 0);
+      map, grid, [](std::int64_t) { return true; }, pathOf, ImageFormat::png, 0);
   ColumnProgress progress(grid);
   while (const std::optional<EncodedTile> tile = encoder.next()) {
     progress.atTile(tile->number);
     if (!tile->copied) return "Unable to tile map";
     const std::string name = files.tileName(tile->tile) + ".png";
-    const std::string path = std::string(setFolder).append("/").append(name);
-    writeLog(path);
-    const bool saved = saveEncodedImage(tile->image, path);
     names.insert(name);
+    writeLog(tile->path);
+    const bool saved = tile->save();
     const bool listed = list.add(line(name));
-    if (!saved) return "unable to save " + path;
+    if (!saved) return "unable to save " + tile->path;
     if (!listed) return "unable to write " + list.path();
   }
   return list.close() ? std::string() : "unable to write " + list.path();

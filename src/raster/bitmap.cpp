@@ -34,6 +34,7 @@ struct BitmapAccess {
     return bitmap;
   }
   static int paletteEntriesUsed(const Bitmap& bitmap) { return bitmap.paletteEntriesUsed_; }
+  static void setPaletteEntriesUsed(Bitmap& bitmap, int count) { bitmap.paletteEntriesUsed_ = count; }
 };
 
 namespace {
@@ -151,35 +152,17 @@ RGBQUAD toLibrary(const PixelColor& color) {
   return quad;
 }
 
-/// The colours of a palette as `ColorQuantizeEx` is asked for them.
-struct PaletteWish {
-  QuantizeMethod method;
-  int size, reserveSize;
-  std::vector<RGBQUAD> reserved;
-};
-
-Bitmap reduceByLibrary(const Bitmap& colors, PaletteWish& wish) {
+/// `reserved` are the last entries.
+Bitmap reduceByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize, std::vector<RGBQUAD>& reserved) {
   FIBITMAP* reduced =
-      FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(wish.method), wish.size,
-                                wish.reserveSize, wish.reserved.empty() ? nullptr : wish.reserved.data());
+      FreeImage_ColorQuantizeEx(Access::image(colors), static_cast<FREE_IMAGE_QUANTIZE>(method), paletteSize,
+                                static_cast<int>(reserved.size()), reserved.empty() ? nullptr : reserved.data());
   // A palette always has 256 places; the library leaves shades of grey in those it does not use.
   if (reduced != nullptr) {
     RGBQUAD* palette = FreeImage_GetPalette(reduced);
-    std::fill(palette + wish.size, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
+    std::fill(palette + paletteSize, palette + FreeImage_GetColorsUsed(reduced), palette[0]);
   }
-  return Access::own(reduced, wish.size);
-}
-
-/// `colors`, of 24 bits, reduced by the library; from a copy where a person may cancel it, which the library cannot.
-Bitmap reduceWhole(const Bitmap& colors, PaletteWish& wish) {
-  if (currentWork() == nullptr) return reduceByLibrary(colors, wish);
-  const auto copy = std::make_shared<Bitmap>(clone(colors));
-  if (!*copy) return {};
-  return leavable([copy, wish]() mutable {
-    std::vector<std::string> said;  // not to the log, which belongs to one thread
-    const LibraryMessages messages(said);
-    return reduceByLibrary(*copy, wish);
-  });
+  return Access::own(reduced, paletteSize);
 }
 
 unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
@@ -256,31 +239,21 @@ Bitmap LoadQuantized(const std::string& path) {
   return loaded;
 }
 
-Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize, int reserveSize,
-                       std::span<const PixelColor> reservePalette) {
-  if (!bitmap) return {};
-  Bitmap temporary;
-  const Bitmap* source = &temporary;
-  if (bitmap.bitsPerPixel() != 24) {
-    temporary = convertTo24Bits(bitmap);
-    if (unloadSource) bitmap.reset();
-  } else if (unloadSource) {
-    temporary = std::move(bitmap);
-  } else {
-    source = &bitmap;
-  }
-  if (!*source) return {};
-  PaletteWish wish{method, std::clamp(paletteSize, 2, 256), 0, {}};
-  for (const PixelColor& color : reservePalette) wish.reserved.push_back(toLibrary(color));
-  wish.reserveSize = std::clamp(reserveSize, 0, Min(wish.size, static_cast<int>(wish.reserved.size())));
-  return guarded([&] { return reduceWhole(*source, wish); });
-}
-
-bool canSave(ImageFormat format, const Bitmap& bitmap) {
-  if (!bitmap) return false;
-  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(Access::image(bitmap));
-  return type == FIT_BITMAP ? FreeImage_FIFSupportsExportBPP(identifier(format), bitmap.bitsPerPixel()) != FALSE
-                            : FreeImage_FIFSupportsExportType(identifier(format), type) != FALSE;
+Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize,
+                         std::span<const PixelColor> reserved) {
+  std::vector<RGBQUAD> last;
+  for (const PixelColor& color : reserved) last.push_back(toLibrary(color));
+  if (currentWork() == nullptr) return guarded([&] { return reduceByLibrary(colors, method, paletteSize, last); });
+  // The library's call cannot be ended: a person who cancels leaves it behind with a copy of its own.
+  const auto copy = std::make_shared<Bitmap>(clone(colors));
+  if (!*copy) return {};
+  return guarded([&] {
+    return leavable([copy, method, paletteSize, last]() mutable {
+      std::vector<std::string> said;  // not to the log, which belongs to one thread
+      const LibraryMessages messages(said);
+      return reduceByLibrary(*copy, method, paletteSize, last);
+    });
+  });
 }
 
 EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
@@ -364,10 +337,11 @@ Bitmap allocateBitmap(Pixels kind, int width, int height) {
   return Access::own(guarded([&] { return FreeImage_AllocateT(form.type, width, height, form.bits); }));
 }
 
-void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors) {
-  const auto count = static_cast<std::size_t>(bitmap.paletteEntryCount());
+void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors, const PixelColor& behind) {
+  const auto places = static_cast<std::size_t>(FreeImage_GetColorsUsed(Access::image(bitmap)));
   RGBQUAD* palette = FreeImage_GetPalette(Access::image(bitmap));
-  for (std::size_t i = 0; i < count; ++i) palette[i] = toLibrary(i < colors.size() ? colors[i] : PixelColor());
+  for (std::size_t i = 0; i < places; ++i) palette[i] = toLibrary(i < colors.size() ? colors[i] : behind);
+  Access::setPaletteEntriesUsed(bitmap, static_cast<int>(std::min(places, colors.size())));
 }
 
 Bitmap allocate24Bits(int width, int height, const PixelColor& fill) {

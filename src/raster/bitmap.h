@@ -71,8 +71,14 @@ Bitmap LoadQuantized(const std::string& path);
 
 /// `bitmap` with a palette of `paletteSize` colours (brought to 2 to 256), of which the last `reserveSize` come from
 /// `reservePalette`; empty when that fails. `bitmap` keeps its pixels, or is released when `unloadSource`, in any case.
+/// Above four million pixels the palette is made from a sample, on all cores, to the same bytes for any number of them.
 Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource, int paletteSize = 256,
                        int reserveSize = 0, std::span<const PixelColor> reservePalette = {});
+
+/// `colors`, of 24 bits, with a palette of `paletteSize` colours, 2 to 256, that the library makes by a look at every
+/// pixel, which takes long; the last ones are `reserved`, at most as many. Empty when that fails.
+Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize,
+                         std::span<const PixelColor> reserved);
 
 /// An image as the bytes of a file, and what the library said while it was made; `bytes` is empty when it failed.
 struct EncodedImage {
@@ -118,8 +124,8 @@ enum class Pixels { index1, index4, index8, color24, color32, grey16, color48, c
 /// A new image of zeros; empty when there is no memory or a side is below 1.
 Bitmap allocateBitmap(Pixels kind, int width, int height);
 
-/// Sets the palette to `colors`, black behind them.
-void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors);
+/// Sets the palette to `colors`, which are then its entries in use; `behind` is in the places behind them.
+void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors, const PixelColor& behind = {});
 
 /// A new image of 24 bits in one colour; empty when there is no memory or a side is below 1.
 Bitmap allocate24Bits(int width, int height, const PixelColor& fill = {});

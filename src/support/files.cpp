@@ -95,14 +95,17 @@ std::string placeFor(const std::string& path) {
 mode_t modeOf(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) == 0) return status.st_mode & 07777;
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
+  static const mode_t mask = [] {  // read once: for a moment it is another one for all threads
+    const mode_t set = ::umask(0);
+    ::umask(set);
+    return set;
+  }();
   return 0666 & ~mask;
 }
 
 /// The hidden names under which files are written in `folder`. Each belongs to the process that has locked its file, so
 /// what a killed one leaves is the next one's to take.
-constexpr int mostHidden = 8;
+constexpr int mostHidden = 32;
 std::string hiddenName(const std::string& folder, int number) {
   return folder + ".vellandra-" + std::to_string(number);
 }
@@ -263,6 +266,12 @@ void setFilesInUse(std::function<std::vector<std::string>()> files) {
 bool writeWholeFile(const std::string& path, std::string_view content) {
   PreparedFile file(path);
   return file.write(content) && FileChanges::noteFile(file.place()) && file.putInPlace();
+}
+
+std::function<bool()> prepareWholeFile(const std::string& path, std::string_view content) {
+  const auto file = std::make_shared<PreparedFile>(path);
+  const bool written = file->write(content);
+  return [file, written] { return written && file->putInPlace(); };
 }
 
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion) {

@@ -40,6 +40,11 @@ void setFilesInUse(std::function<std::vector<std::string>()> files);
 /// left alone. Returns false on failure, with what was there intact.
 bool writeWholeFile(const std::string& path, std::string_view content);
 
+/// The first part of `writeWholeFile`, up to the flushing, which takes most of the time; can be called from several
+/// threads at once. What it returns puts the file in its place, false on failure; dropped uncalled, it takes the file
+/// away.
+std::function<bool()> prepareWholeFile(const std::string& path, std::string_view content);
+
 struct FileContent {
   std::string path;
   std::string_view content;
