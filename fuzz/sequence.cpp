@@ -268,11 +268,11 @@ class Sequence {
       case 8:
         return tiles(mwgcm, "files", ".jpg");
       case 9:
-        return derived(mergeMaps);
+        return derived(mergeMaps, true);
       case 10:
-        return derived(rescaleMap);
+        return derived(rescaleMap, false);
       case 11:
-        return derived(cropMap);
+        return derived(cropMap, false);
       case 12:
         return changePreferences();
       case 13:
@@ -323,9 +323,11 @@ class Sequence {
     return done;
   }
 
-  /// A command that saves a map made from others.
-  bool derived(const std::function<bool()>& command) {
+  /// A command that saves a map made from others, and `opens` it.
+  bool derived(const std::function<bool()>& command, bool opens) {
+    const std::string before = openMap();
     const bool done = run(Changes::nothing, command);
+    if (done && !opens && openMap() != before) fault_ = "saving a copy changed the open map";
     for (const char* name : {"saved", "other"}) {
       const std::string path = files_.folder + name + ".png";
       if (done && fileExists(path) && !isWholeImage(path)) fault_ = "a saved image that is not whole";

@@ -108,6 +108,10 @@ const Step advanced = [](WindowTest& t) {
   written(t);
   preferences.advancedGarminMapping = true;
 };
+const Step failing = [](WindowTest&) { preferences.sevenZipPath = "/bin/false"; };
+const Step failureIsTold = [](WindowTest& t) {
+  EXPECT_TRUE(QTest::qWaitFor([&t] { return t.panel().find("\n7-Zip failed: ") != std::string::npos; }));
+};
 const Step unticking = [](WindowTest& t) {
   t.someone.use([](QDialog* dialog) {
     auto* picture = part<QWidget>(dialog, "picture");
@@ -209,6 +213,8 @@ const Way ways[] = {
      "wales.jpr", worldFileStays},
     {"TrekbuddyWrites", "mnuwmt", written, "", "", done + wales, "Tiles and .map file", "wales_tiles/wales.set"},
     {"GarminWrites", "mwgcm", written, "", "", done + wales, "Done Garmin Custom map", "", othersAreWritten},
+    {"GarminTellsLaterThatPackingFailed", "mwgcm", both(written, failing), "", "", done + wales,
+     "Done Garmin Custom map", "!wales.kmz", failureIsTold},
     {"GarminWritesTheTicked", "mwgcm", both(advanced, unticking), "", tiles, done + wales, "Tiles 3 by 3\n",
      "!wales_tiles/files/wales_200_200.jpg", othersAreWritten},
     {"GarminCancelled", "mwgcm", advanced, "-", tiles, done + wales, "", "!wales_tiles"},
