@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QTimer>
 #include <memory>
 
 #include "ui/dialogs/calibration_settings.h"
@@ -71,6 +72,7 @@ class MapViewerDialog : public QDialog {
   void nudge(int right, int down);
 
   void pointsChanged();
+  void keepPoints();
   void updateMarks();
   void updateList();
   void updateFit();
@@ -85,6 +87,8 @@ class MapViewerDialog : public QDialog {
   CropRectangle crop_;
   ViewerResult result_;
   int selected_ = 0;
+  std::size_t keptStep_ = 0;  ///< at which the points were kept last
+  QTimer keepLater_;
   int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none
 
   MapCanvas* canvas_ = nullptr;
