@@ -172,7 +172,7 @@ class Person : public UserInterface {
     const int x = bytes_.next(32), y = bytes_.next(32);
     const double latitude = 51.5 - 0.01 * bytes_.next(), longitude = -1 + 0.01 * bytes_.next();
     const int number = session.points().empty() ? 0 : 1 + bytes_.next(session.points().size());
-    switch (bytes_.next(6)) {
+    switch (bytes_.next(8)) {
       case 0:
         if (number > 0) session.remove(number);
         break;
@@ -185,6 +185,12 @@ class Person : public UserInterface {
         break;
       case 3:
         if (session.canUndo()) session.undo();
+        break;
+      case 4:
+        if (session.canRedo()) session.redo();
+        break;
+      case 5:
+        if (number > 0) session.switchPoint(number, bytes_.next(2) == 0);
         break;
       default:
         if (session.wait(x, y)) session.giveCoordinates(latitude, longitude, {.datum = bytes_.oneOf(datums)});

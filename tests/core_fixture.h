@@ -16,6 +16,7 @@
 #include "calibration/log.h"
 #include "calibration/preferences.h"
 #include "calibration/session.h"
+#include "calibration/unfinished.h"
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
@@ -73,6 +74,7 @@ class CoreTest : public testing::Test {
     openLog(folder + "vellandra.log");
   }
   ~CoreTest() override {
+    dropUnfinished();
     closeLog();
     unsetenv("VELLANDRA_HOME");
   }

@@ -11,6 +11,7 @@
 #include "calibration/pickers.h"
 #include "calibration/points.h"
 #include "calibration/preferences.h"
+#include "calibration/unfinished.h"
 #include "geodesy/datum.h"
 #include "support/files.h"
 #include "support/numbers.h"
@@ -89,6 +90,7 @@ bool readCalibration() {
   if (format == nullptr) return stop("Unsupported calibration type", "No support");
   // Up to here the map that was open can still be written; now it is gone.
   calibration.clear();
+  dropUnfinished();
   driver.inputPath = path;
   splitInputPath(path);
   driver.inputIsWindows1252 = format->isText && isWindows1252;

@@ -63,6 +63,27 @@ PixelPlace cornerFarthestFrom(const Calibration& map, const CalibrationPoint& a,
 
 }  // namespace
 
+std::vector<EnteredPoint> enteredPoints(const Calibration& map) {
+  std::vector<EnteredPoint> points;
+  for (int slot = 1; slot <= map.pointCount; ++slot) points.push_back({map.points[slot]});
+  for (const OffPoint& off : map.offPoints) points.insert(points.begin() + (off.number - 1), {off.point, true});
+  return points;
+}
+
+void setEnteredPoints(Calibration& map, const std::vector<EnteredPoint>& points) {
+  map.points = {};
+  map.offPoints.clear();
+  map.cornerCount = map.pointCount = 0;
+  for (int number = 1; const EnteredPoint& entered : points) {
+    if (entered.off) {
+      map.offPoints.push_back({number, entered.point});
+    } else {
+      map.points[++map.pointCount] = entered.point;
+    }
+    ++number;
+  }
+}
+
 void interpolateThirdPoint(Calibration& map) {
   if (map.pointCount != 2) return;
   map.pointCount = 3;

@@ -7,6 +7,7 @@
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "calibration/preferences.h"
+#include "calibration/unfinished.h"
 #include "support/errors.h"
 #include "support/paths.h"
 #include "support/text.h"
@@ -64,6 +65,7 @@ bool endSession() {
       !askOkCancel("Calibrations not written : OK to exit program else cancel", "Not written")) {
     return false;
   }
+  dropUnfinished();
   if (preferencesChanged && askOkCancel("OK to save preferences, cancel to ignore", "Preferences not saved")) {
     writePreferences();
   }
@@ -78,7 +80,9 @@ void endLog() {
 bool runCommand(const std::function<bool()>& command) {
   lastTold.clear();
   try {
-    return command();
+    const bool done = command();
+    if (!driver.calibrationPending) dropUnfinished();
+    return done;
   } catch (const Cancelled& cancelled) {
     lastTold = cancelled.what();
     showMessage(lastTold);
@@ -89,6 +93,7 @@ bool runCommand(const std::function<bool()>& command) {
   } catch (const std::exception& error) {
     showError(error.what());
   }
+  if (!driver.calibrationPending) leaveUnfinished();
   return false;
 }
 

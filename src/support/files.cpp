@@ -294,6 +294,37 @@ std::string writeWithCompanion(const FileContent& file, const FileContent& compa
   return {};
 }
 
+HeldFile::~HeldFile() {
+  const Descriptor closed(descriptor_);
+}
+
+bool HeldFile::takeOver() {
+  Descriptor file(::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!file || (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) return false;
+  // A living process may have put a new one in its place meanwhile.
+  struct stat opened {};
+  struct stat named {};
+  if (::fstat(file.get(), &opened) != 0 || ::lstat(path_.c_str(), &named) != 0 || !isSameFile(opened, named)) {
+    return false;
+  }
+  const Descriptor before(std::exchange(descriptor_, file.release()));
+  return true;
+}
+
+bool HeldFile::write(std::string_view content) {
+  PreparedFile file(path_);
+  if (!file.write(content)) return false;
+  Descriptor written = file.putInPlace();
+  if (!written) return false;
+  const Descriptor before(std::exchange(descriptor_, written.release()));
+  return true;
+}
+
+void HeldFile::remove() {
+  const Descriptor closed(std::exchange(descriptor_, -1));
+  if (closed) ::unlink(path_.c_str());
+}
+
 GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {
   PreparedFile file(path_);
   if (FileChanges::noteFile(file.place())) descriptor_ = file.putInPlace().release();

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vellandra {
@@ -55,6 +56,26 @@ struct FileContent {
 /// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails, or the
 /// program ends between two of them, is there no companion: the old one is then in its path with ".vellandra-old".
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion);
+
+/// A file that this process keeps up to date. From its first writing on it is locked until the process ends, however
+/// that happens, so that another one can tell it from what a process that is no more has left.
+class HeldFile {
+ public:
+  explicit HeldFile(std::string path) : path_(std::move(path)) {}
+  HeldFile(const HeldFile&) = delete;
+  HeldFile& operator=(const HeldFile&) = delete;
+  ~HeldFile();  ///< gives the lock up; the file stays
+  const std::string& path() const { return path_; }
+  /// Makes what a process that is no more has left this one's. False when nothing is there, or another one's.
+  bool takeOver();
+  /// Writes the file as `writeWholeFile` does.
+  bool write(std::string_view content);
+  void remove();
+
+ private:
+  std::string path_;
+  int descriptor_ = -1;
+};
 
 /// A file that grows while a command works: a new one takes the place of what was there when it is opened, by the rules
 /// of `writeWholeFile`, and what is added is in it at once, however the command ends.

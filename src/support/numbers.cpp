@@ -200,6 +200,12 @@ std::string sizeText(std::int64_t width, std::int64_t height) {
   return std::to_string(width) + " x " + std::to_string(height);
 }
 
+std::string exactNumber(double value) {
+  std::array<char, 32> buffer{};
+  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+  return {buffer.data(), end};
+}
+
 std::string formatGeneral(double value) {
   std::array<char, 64> buffer{};
   const auto [end, error] =

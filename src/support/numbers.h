@@ -38,6 +38,9 @@ std::int16_t toInt16(std::int64_t value);
 /// of zero has no sign. Throws Overflow when `value` is not finite.
 std::string formatNumber(double value, std::string_view pattern);
 
+/// The shortest text that `parseNumber` reads as just this number.
+std::string exactNumber(double value);
+
 /// "width x height".
 std::string sizeText(std::int64_t width, std::int64_t height);
 

@@ -1,6 +1,7 @@
 #include "ui/commands.h"
 
 #include <cstdint>
+#include <optional>
 
 #include "calibration/calibration.h"
 #include "calibration/clipboard_points.h"
@@ -8,11 +9,14 @@
 #include "calibration/driver.h"
 #include "calibration/messages.h"
 #include "calibration/pickers.h"
+#include "calibration/points.h"
+#include "calibration/unfinished.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
 #include "imaging/garmin_map.h"
 #include "imaging/map_image.h"
 #include "imaging/trekbuddy.h"
+#include "support/paths.h"
 #include "support/user_interface.h"
 #include "support/version.h"
 
@@ -27,7 +31,7 @@ bool haveDatums() {
 }
 
 /// The map on show becomes the open map, as yet without points.
-void beginCalibration(const std::string& path, std::int16_t width, std::int16_t height) {
+void openShownMap(const std::string& path, std::int16_t width, std::int16_t height) {
   calibration.clear();
   calibration.imagePath = path;
   calibration.imageWidth = width;
@@ -43,6 +47,12 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   updateMenuStates();
 }
 
+/// The same for a new calibration. The one before has been given up.
+void beginCalibration(const std::string& path, std::int16_t width, std::int16_t height) {
+  dropUnfinished();
+  openShownMap(path, width, height);
+}
+
 /// Converts and fits the points that were placed.
 bool calculate() {
   if (calibration.pointCount < 2) {
@@ -56,6 +66,35 @@ bool calculate() {
   driver.stage = recalculate;
   driver.calibrationPending = true;
   return do_it();
+}
+
+/// Shows the image of `work`, which becomes the open map with its points. False, with the person told, when it is not
+/// there as it was.
+bool openUnfinished(const UnfinishedCalibration& work) {
+  std::string image = work.map.imagePath;
+  std::int16_t width = 0;
+  std::int16_t height = 0;
+  if (image == clipboardImage) {
+    if (!loadMapImage(unfinishedPicture())) return false;
+    mapImage.path = image;
+    mapImage.file.reset();
+  } else {
+    getidata(image, width, height);
+    if (image.empty() || !loadMapImage(image)) return false;
+  }
+  openShownMap(image, work.map.imageWidth, work.map.imageHeight);
+  const std::string problem = sizeProblem(mapImage.bitmap);
+  if (!problem.empty()) {
+    calibration.clear();
+    tell(problem);
+    return false;
+  }
+  calibration.projection = work.map.projection;
+  setEnteredPoints(calibration, enteredPoints(work.map));
+  splitInputPath(work.inputPath);
+  driver.inputPath = work.inputPath;
+  driver.inputIsWindows1252 = work.inputIsWindows1252;
+  return true;
 }
 
 /// Asks before another map takes the place of a calibration that is in no file yet. True to go on.
@@ -100,10 +139,29 @@ bool mnulic(const Viewer& viewer) {
                                   "Vellandra", Buttons::yesNo, Icon::question});
   if (answer == Answer::yes) {
     readClipboardPoints(userInterface().clipboardText());
+    keepUnfinished(calibration);
   } else {
     viewer(ViewerMode::calibrate);
   }
   return calculate();
+}
+
+bool goOnWithUnfinished(const Viewer& viewer) {
+  int number = 0;
+  while (const std::optional<UnfinishedCalibration> work = takeUnfinished(number)) {
+    const std::string name(fileName(work->map.imagePath));
+    if (askOkCancel("The calibration of " + name + " was not finished : OK to go on with it else cancel",
+                    "Not finished")) {
+      if (!haveDatums() || !openUnfinished(*work)) {
+        leaveUnfinished();
+        return false;
+      }
+      if (!viewer(ViewerMode::calibrate).recalculate) setEnteredPoints(calibration, {});
+      return calculate();
+    }
+    askOkCancel("Points not kept : OK to abandon them else cancel", "Not kept") ? dropUnfinished() : leaveUnfinished();
+  }
+  return true;
 }
 
 bool mnuwc() {

@@ -22,6 +22,10 @@ bool mnulm(const Viewer& viewer, const std::string& path = "");
 /// Load image from clipboard: its points come from the clipboard's text or from the viewer.
 bool mnulic(const Viewer& viewer);
 
+/// Offers to go on with what a program that has come to no proper end had kept of its calibration; see
+/// `calibration/unfinished.h`. To be called once, at the start.
+bool goOnWithUnfinished(const Viewer& viewer);
+
 /// Write Calibrations.
 bool mnuwc();
 

@@ -293,6 +293,10 @@ void MainWindow::openFile(const QString& path) {
   });
 }
 
+void MainWindow::offerUnfinished() {
+  run([this] { return goOnWithUnfinished([this](ViewerMode mode) { return view(mode); }); });
+}
+
 void MainWindow::showPanel(const QString& message) {
   if (message.startsWith(shownPanel_) && !shownPanel_.isEmpty()) {
     const QString added = message.mid(shownPanel_.size()).remove('\r');

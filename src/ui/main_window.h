@@ -31,6 +31,8 @@ class MainWindow : public QMainWindow {
 
   /// Opens a calibration or a map image, told by the path's ending.
   void openFile(const QString& path);
+  /// Offers to go on with a calibration that an earlier run did not finish.
+  void offerUnfinished();
 
  protected:
   void closeEvent(QCloseEvent* event) override;

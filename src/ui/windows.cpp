@@ -95,10 +95,11 @@ int runMainWindow(const std::string& path) {
   setUserInterface(interface);
   startSession();
   window.show();
-  if (!path.empty()) {
-    QMetaObject::invokeMethod(
-        &window, [&] { window.openFile(shownPath(path)); }, Qt::QueuedConnection);
-  }
+  const auto begin = [&] {
+    window.offerUnfinished();
+    if (!path.empty()) window.openFile(shownPath(path));
+  };
+  QMetaObject::invokeMethod(&window, begin, Qt::QueuedConnection);
   return QApplication::exec();
 }
 

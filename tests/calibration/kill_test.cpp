@@ -1,10 +1,13 @@
+#include <sys/mman.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
 #include <random>
 #include <set>
+#include <sstream>
 
+#include "calibration/points.h"
 #include "map_fixture.h"
 #include "support/files.h"
 
@@ -67,6 +70,64 @@ TEST_F(KillTest, EveryFileIsOfOneRun) {
            return file.first.starts_with(".") || whole[file.first].contains(file.second);
          });
        });
+}
+
+TEST_F(KillTest, NoMoreThanTheLastChangeOfACalibrationIsLost) {
+  struct Progress {
+    int begun, done;  // changes
+  };
+  auto* progress = static_cast<Progress*>(
+      ::mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  /// What ten points are after so many changes: each is placed, then moved; every third is switched off.
+  const auto after = [this](int changes) {
+    Calibration map;
+    map.imagePath = folder + "area.png";
+    map.imageWidth = 400, map.imageHeight = 300;
+    map.projection = " mercator";
+    std::vector<EnteredPoint> points;
+    for (int i = 0; 2 * i < changes; ++i) {
+      CalibrationPoint point;
+      point.setPixel(i + (2 * i + 1 < changes ? 100 : 0), 7 * i);
+      point.setPosition(50 + 1 / 3.0 * i, -1e-7 / 3 * i);
+      point.datumName = "European 1950 (Mean France)";
+      points.push_back({point, i % 3 == 2});
+    }
+    setEnteredPoints(map, points);
+    return map;
+  };
+  const auto calibrate = [&] {
+    for (int change = 1; change <= 20; ++change) {
+      progress->begun = change;
+      keepUnfinished(after(change));
+      progress->done = change;
+    }
+    progress->done = progress->begun = 0;
+    dropUnfinished();
+  };
+  const auto text = [](const Calibration& map) {
+    std::ostringstream out;
+    out << std::hexfloat << map.imagePath << map.imageWidth << map.imageHeight << map.projection;
+    for (const auto& [point, off] : enteredPoints(map)) {
+      out << "\n" << off << point.pixelX << "," << point.pixelY << point.latitude << point.longitude << point.datumName;
+    }
+    return out.str();
+  };
+  const auto isKept = [&] {
+    int number = 0;
+    const std::optional<UnfinishedCalibration> work = takeUnfinished(number);
+    const std::string found = work ? text(work->map) : text(after(0));
+    const bool kept =
+        progress->begun == 0 || found == text(after(progress->done)) || found == text(after(progress->begun));
+    dropUnfinished();
+    *progress = {};
+    return kept;
+  };
+  calibrate();
+  keepUnfinished(after(20));
+  leaveUnfinished();
+  progress->begun = progress->done = 20;
+  ASSERT_TRUE(isKept()) << "to the last bit";
+  kill(calibrate, isKept);
 }
 
 TEST_F(KillTest, PictureIsNeverBesideAnotherOnesCalibration) {

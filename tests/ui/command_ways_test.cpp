@@ -54,6 +54,11 @@ TEST_P(CommandTest, EndsAsThePersonAnswers) {
 }
 
 const Step opened = [](WindowTest& t) { t.openWales(); };
+const Step made = [](WindowTest& t) {
+  t.openWales();
+  keepUnfinished(calibration);
+  preferences.warnOverwrite = false;
+};
 const Step written = [](WindowTest& t) {
   t.openWales();
   driver.calibrationPending = false;
@@ -192,12 +197,13 @@ const std::string kept = "wales.txt\nKept as they were: wales.tfw\ndone", error 
 
 // clang-format off
 const Way ways[] = {
+    {"OpenGivesUp", "mnufo", made, "OK; wales.map", mayRead + "; " + whichMap, pending + wales, "", "!unfinished-1.txt"},
     {"OpenReads", "mnufo", {}, "wales.map", whichMap, pending + wales, "Average error per calibration", "!wales.jpr"},
     {"OpenNeedsDatums", "mnufo", noDatums, "-; OK", noTable, start},
     {"OpenKeepsPending", "mnufo", opened, "Cancel", mayRead, pending + wales},
     {"LoadCalibrates", "mnulm", placing(3), "scan%1.png", newImage, pending + scan + "3 points", "datum is WGS 84",
      "!scan%1.map"},
-    {"LoadKeepsPending", "mnulm", opened, "Cancel", mayRead, pending + wales},
+    {"LoadKeepsPending", "mnulm", made, "Cancel", mayRead, pending + wales, "", "unfinished-1.txt"},
     {"LoadCancelled", "mnulm", opened, "OK; -", mayRead + "; " + whichImage, pending + wales},
     {"LoadTooFewPoints", "mnulm", placing(1), "scan%1.png", newImage, none + scan + "1 point", tooFew},
     {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales,
@@ -208,6 +214,8 @@ const Way ways[] = {
     {"ClipboardByHand", "mnulic", both(copied, placing(2)), "-", copies + "; calibrate", pending + clip + "2 points"},
     {"ClipboardKeepsPending", "mnulic", both(opened, copied), "Cancel", mayRead, pending + wales, "", "", isLeft},
     {"ClipboardNeedsDatums", "mnulic", both(noDatums, copied), "-; OK", noTable, start, "", "", isLeft},
+    {"WriteEndsKeeping", "mnuwc", made, "", "", done + wales, names, "!unfinished-1.txt"},
+    {"ErrorKeepsPoints", "mnuvc", both(made, throwing), "", "view", pending + wales, error, "unfinished-1.txt"},
     {"WriteWrites", "mnuwc", written, "", "", done + wales, names, "wales.jpr"},
     {"WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw", done + wales, kept,
      "wales.jpr", worldFileStays},
@@ -218,8 +226,8 @@ const Way ways[] = {
     {"GarminWritesTheTicked", "mwgcm", both(advanced, unticking), "", tiles, done + wales, "Tiles 3 by 3\n",
      "!wales_tiles/files/wales_200_200.jpg", othersAreWritten},
     {"GarminCancelled", "mwgcm", advanced, "-", tiles, done + wales, "", "!wales_tiles"},
-    {"ExitCancelled", "mnuexit", opened, "Cancel", mayExit, pending + wales},
-    {"ExitUnwritten", "mnuexit", opened, "OK", mayExit, "closed", "", "!calconv.ini"},
+    {"ExitCancelled", "mnuexit", made, "Cancel", mayExit, pending + wales, "", "unfinished-1.txt"},
+    {"ExitUnwritten", "mnuexit", made, "OK", mayExit, "closed", "", "!unfinished-1.txt"},
     {"ExitSaves", "mnuexit", changed, "OK", maySave, "closed", "", "calconv.ini"},
     {"ExitIgnores", "mnuexit", changed, "Cancel", maySave, "closed", "", "!calconv.ini"},
     {"ViewRecalculates", "mnuvc", both(opened, placing(3)), "", "view", pending + size + "3 points",

@@ -70,6 +70,65 @@ TEST_F(WindowTest, OpenedFilesAreOfferedAgain) {
   EXPECT_TRUE(driver.offeredPath.empty());
 }
 
+TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
+  const std::string mayGoOn = "Not finished|The calibration of ",
+                    was = " was not finished : OK to go on with it else cancel";
+  const std::string wales = mayGoOn + "wales.png" + was,
+                    mayAbandon = "Not kept|Points not kept : OK to abandon them else cancel";
+  HeldFile elsewhere(folder + "unfinished-1.txt");
+  const auto fromClipboard = [] {
+    dropUnfinished();
+    mapImage.path = calibration.imagePath = clipboardImage;
+    keepUnfinished(calibration);
+    leaveUnfinished();
+    mapImage = MapImage();
+  };
+  const struct {
+    const char* name;
+    std::function<void()> ends;  ///< the program that had kept its points
+    std::string answers, seen;   ///< parted by ";"
+    bool opens, stays;
+    bool gives = true;  ///< what the viewer shows
+  } rows[] = {
+      {"goes on", leaveUnfinished, "OK", wales + ";calibrate", true, true},
+      {"gives up in the viewer", leaveUnfinished, "OK", wales + ";calibrate", false, false, false},
+      {"gives up", leaveUnfinished, "Cancel;OK", wales + ";" + mayAbandon, false, false},
+      {"decides later", leaveUnfinished, "Cancel;Cancel", wales + ";" + mayAbandon, false, true},
+      {"is at work elsewhere", [&] { leaveUnfinished(), elsewhere.takeOver(); }, "", "", false, true},
+      {"came from the clipboard", fromClipboard, "OK", mayGoOn + "clip.board" + was + ";calibrate", true, true},
+      {"is damaged", [&] { leaveUnfinished(), std::filesystem::resize_file(elsewhere.path(), 300); }, "", "", false,
+       true},
+      {"has another image", [this] { leaveUnfinished(), makeImage("wales.png", 30, 20); }, "OK;OK",
+       wales + ";Vellandra|The image is 30 x 20 now, the calibration is for 520 x 600", false, true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    openWales();
+    loadMapImage(calibration.imagePath);
+    keepUnfinished(calibration);
+    row.ends();
+    calibration = Calibration();
+    driver = Driver();
+    onMap = [&] { return ViewerResult{row.gives, {}}; };
+    for (const QString& answer : QString(row.answers.c_str()).split(';', Qt::SkipEmptyParts)) {
+      someone.answer(answer.toStdString());
+    }
+    window->offerUnfinished();
+    std::string seen;
+    for (const std::string& text : someone.seen) seen += (seen.empty() ? "" : ";") + text;
+    EXPECT_EQ(seen, row.seen);
+    EXPECT_EQ(driver.calibrationPending, row.opens);
+    EXPECT_EQ(exists("unfinished-1.txt"), row.stays);
+    EXPECT_EQ(calibration.pointCount, row.opens ? 9 : 0);
+    EXPECT_TRUE(!row.opens || (driver.inputPath == folder + "wales.map" && driver.transformValid));
+    driver.calibrationPending = false;
+    dropUnfinished();
+    elsewhere.takeOver();
+    elsewhere.remove();
+  }
+  EXPECT_FALSE(exists("unfinished-1.png"));
+}
+
 TEST_F(WindowTest, DroppedFileIsOpened) {
   QMimeData data;
   const auto enters = [&](const std::string& path) {

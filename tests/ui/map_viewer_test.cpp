@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "calibration/fit.h"
+#include "calibration/points.h"
 #include "map_fixture.h"
 #include "support/numbers.h"
 #include "ui/viewer_fixture.h"
@@ -255,6 +256,54 @@ TEST_F(MapViewerTest, ClosingAsksBeforePointsAreLost) {
   EXPECT_FALSE(viewer->isVisible());
   EXPECT_FALSE(viewer->viewerResult().recalculate);
   EXPECT_EQ(calibration.pointCount, 0);
+}
+
+TEST_F(MapViewerTest, PointsAreKeptAgainstACrashUntilTheyAreGivenUp) {
+  /// As the next start would find them: pixels, with "-" behind those that are off.
+  const auto kept = [] {
+    leaveUnfinished();
+    int number = 0;
+    std::string pixels;
+    if (const auto work = takeUnfinished(number)) {
+      for (const auto& [point, off] : enteredPoints(work->map)) {
+        pixels += std::to_string(point.pixelX) + (off ? "- " : " ");
+      }
+    }
+    return pixels;
+  };
+  const std::tuple<const char*, std::function<void()>, const char*> steps[] = {
+      {"nothing is placed", [this] { click(10, 10), press("Leave out"); }, ""},
+      {"placed", [this] { give(100, 100, "49.9", "10.1"); }, "100 "},
+      {"another", [this] { give(800, 600, "49.4", "10.8"); }, "100 800 "},
+      {"switched off", [this] { switchPoint(1); }, "100- 800 "},
+      {"begins to move", [this] { drag(place(800, 600), place(760, 600)); }, "100- 780 "},
+      {"rests", [] { QTest::qWait(400); }, "100- 760 "},
+      {"taken back", [this] { press("Undo"), press("Undo"), press("Undo"); }, "100 "},
+      {"all taken back", [this] { press("Undo"); }, ""},
+      {"done again", [this] { press("Redo"), press("Redo"); }, "100 800 "},
+  };
+  open(ViewerMode::calibrate);
+  start();
+  for (const auto& [what, step, pixels] : steps) {
+    step();
+    EXPECT_EQ(kept(), pixels) << what;
+  }
+  dropUnfinished();
+
+  // Closed without keeping the changes.
+  for (const bool before : {false, true}) {
+    givePoints(4);
+    if (before) keepUnfinished(calibration);
+    person.boxAnswers = {Answer::ok};
+    viewer = std::make_unique<MapViewerDialog>(ViewerMode::view, mapImage.bitmap, nullptr);
+    next<MapViewerDialog>([&](MapViewerDialog& shown) {
+      shown.findChild<PointList*>()->topLevelItem(0)->setCheckState(0, Qt::Unchecked);
+      EXPECT_EQ(kept(), "100- 800 104 800 ");
+      shown.reject();
+    });
+    showMapViewer(nullptr, ViewerMode::view);
+    EXPECT_EQ(kept(), before ? "100 800 104 800 " : "");
+  }
 }
 
 TEST_F(MapViewerTest, NothingChangedIsNothingAsked) {

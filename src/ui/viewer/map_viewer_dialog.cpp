@@ -9,6 +9,7 @@
 #include "calibration/driver.h"
 #include "calibration/preferences.h"
 #include "calibration/transform.h"
+#include "calibration/unfinished.h"
 #include "raster/bitmap.h"
 #include "support/numbers.h"
 #include "support/paths.h"
@@ -64,6 +65,10 @@ MapViewerDialog::MapViewerDialog(ViewerMode mode, const Bitmap& image, QWidget* 
   setModal(true);
   build();
   connectCanvas();
+  constexpr int rest = 300;  // ms
+  keepLater_.setSingleShot(true);
+  keepLater_.setInterval(rest);
+  connect(&keepLater_, &QTimer::timeout, this, &MapViewerDialog::keepPoints);
   pointsChanged();
   canvas_->setFocus();
 }
@@ -247,6 +252,12 @@ void MapViewerDialog::pointsChanged() {
     showCrop();
     return;
   }
+  // While one point is on its way, what the disk takes would make it stutter.
+  if (session_.stepCount() != keptStep_) {
+    keepPoints();
+  } else {
+    keepLater_.start();
+  }
   if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
   const TrialFit& fit = session_.fit();
   const bool grid = preferences.showGrid && fit.valid;
@@ -261,6 +272,14 @@ void MapViewerDialog::pointsChanged() {
 
 PointGrid MapViewerDialog::mapGrid() const {
   return gridOfMost(session_.points(), withOwnDatum(lastCalibrationSettings));
+}
+
+void MapViewerDialog::keepPoints() {
+  keptStep_ = session_.stepCount();
+  if (!session_.changed() && !isUnfinishedKept()) return;
+  Calibration map = calibration;
+  session_.commit(map);
+  keepUnfinished(map);
 }
 
 void MapViewerDialog::updateMarks() {
@@ -363,6 +382,7 @@ void MapViewerDialog::accept() {
     }
   }
   if (session_.changed()) {
+    keepPoints();
     session_.commit(calibration);
     result_.recalculate = true;
   }

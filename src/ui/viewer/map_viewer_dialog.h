@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QTimer>
 #include <memory>
 
 #include "ui/dialogs/calibration_settings.h"
@@ -71,6 +72,7 @@ class MapViewerDialog : public QDialog {
   void nudge(int right, int down);
 
   void pointsChanged();
+  void keepPoints();
   void updateMarks();
   void updateList();
   void updateFit();
@@ -88,6 +90,8 @@ class MapViewerDialog : public QDialog {
   ViewerResult result_;
   std::optional<ViewPoint> pointedAt_;  ///< the pixel that is read out
   int selected_ = 0;
+  std::size_t keptStep_ = 0;  ///< at which the points were kept last
+  QTimer keepLater_;
   int correcting_ = 0;  ///< the point whose coordinates are asked for again; 0: a new one, or none
 
   MapCanvas* canvas_ = nullptr;

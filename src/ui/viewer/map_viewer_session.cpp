@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "calibration/points.h"
 #include "calibration/preferences.h"
 #include "calibration/transform.h"
 #include "support/numbers.h"
@@ -23,11 +24,9 @@ CalibrationPoint calibrationPoint(const TiePoint& given) {
   return point;
 }
 
-/// In the order in which they were entered.
 std::vector<TiePoint> pointsOf(const Calibration& map) {
   std::vector<TiePoint> points;
-  for (int i = 1; i <= map.pointCount; ++i) points.push_back(tiePoint(map.points[i], false));
-  for (const OffPoint& off : map.offPoints) points.insert(points.begin() + (off.number - 1), tiePoint(off.point, true));
+  for (const EnteredPoint& entered : enteredPoints(map)) points.push_back(tiePoint(entered.point, entered.off));
   return points;
 }
 
@@ -71,7 +70,8 @@ std::string fitReport(const TrialFit& fit, std::size_t count) {
 
 CalibrationSession::CalibrationSession(ViewerMode mode, const Calibration& start,
                                        const std::optional<ReferencePair>& fixedPair)
-    : mode_(mode), map_(start), fixedPair_(fixedPair), points_(pointsOf(start)), before_(points_) {
+    : mode_(mode), map_(start), fixedPair_(fixedPair), points_(pointsOf(start)) {
+  if (mode != ViewerMode::calibrate) before_ = points_;
   map_.message.clear();
   refit();
 }
@@ -192,20 +192,9 @@ void CalibrationSession::refit() {
 }
 
 void CalibrationSession::commit(Calibration& map) const {
-  for (int slot = 1; slot <= maxSlot; ++slot) {
-    map.points[slot].hasPixel = map.points[slot].hasPosition = false;
-    map.points[slot].datumName.clear();
-  }
-  map.cornerCount = map.pointCount = 0;
-  map.offPoints.clear();
-  for (int number = 1; const TiePoint& given : points_) {
-    if (given.off) {
-      map.offPoints.push_back({number, calibrationPoint(given)});
-    } else {
-      map.points[++map.pointCount] = calibrationPoint(given);
-    }
-    ++number;
-  }
+  std::vector<EnteredPoint> entered;
+  for (const TiePoint& given : points_) entered.push_back({calibrationPoint(given), given.off});
+  setEnteredPoints(map, entered);
 }
 
 }  // namespace vellandra

@@ -41,7 +41,8 @@ class CalibrationSession {
  public:
   static constexpr double reach = 10;  ///< window units from a mark within which it is taken hold of
 
-  /// `fixedPair` is that of the calibration on show, see `Driver`.
+  /// `fixedPair` is that of the calibration on show, see `Driver`. Points with which a map is calibrated further count
+  /// as placed here.
   CalibrationSession(ViewerMode mode, const Calibration& start, const std::optional<ReferencePair>& fixedPair);
 
   Instruction instruction() const;
