@@ -270,6 +270,7 @@ std::string writeWithCompanion(const FileContent& file, const FileContent& compa
   if (!newFile.write(file.content)) return file.path;
   PreparedFile newCompanion(companion.path);
   if (!newCompanion.write(companion.content)) return companion.path;
+  settleWork();
   // The companion is missing for a moment: a file without one is incomplete, with the wrong one it would mislead. Of a
   // program that ends just then, the old one is found under a name that can be seen.
   const std::string old = newCompanion.place() + ".vellandra-old";

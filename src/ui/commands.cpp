@@ -7,6 +7,7 @@
 #include "calibration/datum_matching.h"
 #include "calibration/driver.h"
 #include "calibration/messages.h"
+#include "calibration/open_map.h"
 #include "calibration/pickers.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
@@ -82,8 +83,10 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
   std::int16_t height = 0;
   getidata(image, width, height);
   if (image.empty() || !haveDatums() || !loadMapImage(image)) return false;
+  OpenMapKeeper openMap;
   beginCalibration(image, width, height);
   viewer(ViewerMode::calibrate);
+  openMap.keepNew();
   return calculate();
 }
 
