@@ -185,7 +185,8 @@ class PreparedFile {
 
   /// The descriptor of the file, which has its place now; none when that fails.
   Descriptor putInPlace() noexcept {
-    if (!hidden_.file || ::rename(hidden_.name.c_str(), place_.c_str()) != 0) return {};
+    if (!hidden_.file || !FileChanges::noteFile(place_) || ::rename(hidden_.name.c_str(), place_.c_str()) != 0)
+      return {};
     return std::move(hidden_.file);
   }
 
@@ -262,7 +263,7 @@ void setFilesInUse(std::function<std::vector<std::string>()> files) {
 
 bool writeWholeFile(const std::string& path, std::string_view content) {
   PreparedFile file(path);
-  return file.write(content) && FileChanges::noteFile(file.place()) && file.putInPlace();
+  return file.write(content) && file.putInPlace();
 }
 
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion) {
@@ -287,8 +288,7 @@ std::string writeWithCompanion(const FileContent& file, const FileContent& compa
 }
 
 GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {
-  PreparedFile file(path_);
-  if (FileChanges::noteFile(file.place())) descriptor_ = file.putInPlace().release();
+  descriptor_ = PreparedFile(path_).putInPlace().release();
 }
 
 GrowingFile::~GrowingFile() {
