@@ -78,6 +78,7 @@ class ScriptedInterface : public UserInterface {
     ScriptedWork scripted(*this);
     const AtWork atWork(&scripted);
     work();
+    if (!scripted.settle()) throw Cancelled();
   }
   /// May cancel the work, or throw.
   virtual void showProgress(Work& /*work*/, std::int64_t done, std::int64_t total) {

@@ -98,13 +98,16 @@ std::string sizeProblem(const Bitmap& image) {
 }
 
 bool takeMapImage(const Picture& picture) {
-  Bitmap bitmap = allocate24Bits(toInt16(picture.width), toInt16(picture.height));
+  Bitmap bitmap = runWork("Taking the picture", [&picture] {
+    Bitmap image = allocate24Bits(toInt16(picture.width), toInt16(picture.height));
+    const auto rowBytes = static_cast<std::size_t>(picture.width) * 3;
+    for (int y = 0; y < image.height(); ++y) {
+      const auto row = picture.pixels.begin() + static_cast<std::ptrdiff_t>(rowBytes) * y;
+      std::copy(row, row + static_cast<std::ptrdiff_t>(rowBytes), image.row(y).begin());
+    }
+    return image;
+  });
   if (!bitmap) return false;
-  const auto rowBytes = static_cast<std::size_t>(picture.width) * 3;
-  for (int y = 0; y < picture.height; ++y) {
-    const auto row = picture.pixels.begin() + static_cast<std::ptrdiff_t>(rowBytes) * y;
-    std::copy(row, row + static_cast<std::ptrdiff_t>(rowBytes), bitmap.row(y).begin());
-  }
   mapImage = {std::move(bitmap), clipboardImage};
   return true;
 }
@@ -126,8 +129,12 @@ Picture pictureOf(const Bitmap& bitmap, int longestSide) {
 }
 
 bool saveMapImage(const std::string& path) {
-  return mapImage.bitmap && runWork("Saving " + std::string(fileName(path)),
-                                    [&path] { return SaveImage(ImageFormat::png, mapImage.bitmap, path); });
+  if (!mapImage.bitmap) return false;
+  return runWork("Saving " + std::string(fileName(path)), [&path] {
+    const EncodedImage encoded = encodeImage(ImageFormat::png, mapImage.bitmap);
+    settleWork();
+    return saveEncodedImage(encoded, path);
+  });
 }
 
 }  // namespace vellandra

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <filesystem>
 #include <system_error>
 
@@ -62,11 +63,19 @@ std::string FileChanges::newKeptName(const std::string& folder) {
   return keeping.path + "/" + std::to_string(changes_.size());
 }
 
-bool FileChanges::noteFile(const std::string& path) {
-  if (current == nullptr || current->changes_.contains(path)) return true;
+bool FileChanges::noteFile(const std::string& path) noexcept {
+  try {
+    return current == nullptr || current->note(path);
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+bool FileChanges::note(const std::string& path) {
+  if (changes_.contains(path)) return true;
   Change change;
   if (isThere(path)) {
-    change.kept = current->newKeptName(path.substr(0, path.rfind('/') + 1));
+    change.kept = newKeptName(path.substr(0, path.rfind('/') + 1));
     if (change.kept.empty()) return false;
     // A second name for it; a copy where file systems know no such thing.
     (void)::unlink(change.kept.c_str());
@@ -74,7 +83,7 @@ bool FileChanges::noteFile(const std::string& path) {
     if (::link(path.c_str(), change.kept.c_str()) != 0) fs::copy_file(path, change.kept, error);
     if (error) return false;
   }
-  current->changes_.emplace(path, change);
+  changes_.emplace(path, change);
   return true;
 }
 

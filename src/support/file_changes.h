@@ -19,8 +19,8 @@ class FileChanges {
   /// All is as it was: new files and folders go, old files are back in their places.
   void takeBack();
 
-  // To be called before `path` is written or made; false when what is there cannot be kept.
-  static bool noteFile(const std::string& path);
+  // To be called before `path` is replaced or made; false when what is there cannot be kept.
+  static bool noteFile(const std::string& path) noexcept;
   static bool noteFolder(const std::string& path);
 
  private:
@@ -33,6 +33,7 @@ class FileChanges {
     std::string path;
     int lock = -1;
   };
+  bool note(const std::string& path);
   std::string newKeptName(const std::string& folder);
 
   FileChanges* outer_;

@@ -188,7 +188,8 @@ class PreparedFile {
 
   /// The descriptor of the file, which has its place now; none when that fails.
   Descriptor putInPlace() noexcept {
-    if (!hidden_.file || ::rename(hidden_.name.c_str(), place_.c_str()) != 0) return {};
+    if (!hidden_.file || !FileChanges::noteFile(place_) || ::rename(hidden_.name.c_str(), place_.c_str()) != 0)
+      return {};
     return std::move(hidden_.file);
   }
 
@@ -265,7 +266,7 @@ void setFilesInUse(std::function<std::vector<std::string>()> files) {
 
 bool writeWholeFile(const std::string& path, std::string_view content) {
   PreparedFile file(path);
-  return file.write(content) && FileChanges::noteFile(file.place()) && file.putInPlace();
+  return file.write(content) && file.putInPlace();
 }
 
 std::function<bool()> prepareWholeFile(const std::string& path, std::string_view content) {
@@ -279,6 +280,7 @@ std::string writeWithCompanion(const FileContent& file, const FileContent& compa
   if (!newFile.write(file.content)) return file.path;
   PreparedFile newCompanion(companion.path);
   if (!newCompanion.write(companion.content)) return companion.path;
+  settleWork();
   // The companion is missing for a moment: a file without one is incomplete, with the wrong one it would mislead. Of a
   // program that ends just then, the old one is found under a name that can be seen.
   const std::string old = newCompanion.place() + ".vellandra-old";
@@ -326,8 +328,7 @@ void HeldFile::remove() {
 }
 
 GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {
-  PreparedFile file(path_);
-  if (FileChanges::noteFile(file.place())) descriptor_ = file.putInPlace().release();
+  descriptor_ = PreparedFile(path_).putInPlace().release();
 }
 
 GrowingFile::~GrowingFile() {

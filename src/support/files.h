@@ -54,7 +54,8 @@ struct FileContent {
 /// Writes `file` and `companion`, which says something about it, so that neither is ever there beside the other's old
 /// version: both are written beside their names and flushed before either takes its name's place. Returns the path that
 /// cannot be written, with both old files intact; empty on success. Only when the very last renaming fails, or the
-/// program ends between two of them, is there no companion: the old one is then in its path with ".vellandra-old".
+/// program ends between two of them, is there no companion: the old one is then in its path with ".vellandra-old". Work
+/// under way cannot be cancelled any more when the first one is renamed.
 std::string writeWithCompanion(const FileContent& file, const FileContent& companion);
 
 /// A file that this process keeps up to date. From its first writing on it is locked until the process ends, however

@@ -8,6 +8,7 @@
 #include "calibration/datum_matching.h"
 #include "calibration/driver.h"
 #include "calibration/messages.h"
+#include "calibration/open_map.h"
 #include "calibration/pickers.h"
 #include "calibration/points.h"
 #include "calibration/unfinished.h"
@@ -121,8 +122,10 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
   std::int16_t height = 0;
   getidata(image, width, height);
   if (image.empty() || !haveDatums() || !loadMapImage(image)) return false;
+  OpenMapKeeper openMap;
   beginCalibration(image, width, height);
   viewer(ViewerMode::calibrate);
+  openMap.keepNew();
   return calculate();
 }
 

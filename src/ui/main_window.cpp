@@ -31,6 +31,7 @@
 #include "ui/commands.h"
 #include "ui/dialogs/merge_dialog.h"
 #include "ui/dialogs/preferences_dialog.h"
+#include "ui/dialogs/work_dialog.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/widgets/window_settings.h"
 
@@ -67,7 +68,9 @@ MainWindow::MainWindow(ShowViewer showViewer) : showViewer_(std::move(showViewer
   resize(QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 36)
              .boundedTo(screen()->availableSize() * 9 / 10));
   restoreGeometry(windowSettings().value(geometryKey).toByteArray());
-  connect(QApplication::clipboard(), &QClipboard::dataChanged, this, &MainWindow::refresh);
+  connect(QApplication::clipboard(), &QClipboard::dataChanged, this, [this] {
+    if (!running_) refresh();  // what it looks at may be in work
+  });
   startTimer(1000);
   refresh();
 }
@@ -199,9 +202,10 @@ void MainWindow::run(const Command& command) {
   running_ = true;
   (void)runCommand(command);
   running_ = false;
-  showProgress(0, 0);
+  endWorkDisplay();
   delete findChild<QDialog*>(MergeDialog::name);  // open from its first question to the end of the command
   refresh();
+  if (closesAfterCommand_) close();
 }
 
 void MainWindow::timerEvent(QTimerEvent* event) {
@@ -316,7 +320,6 @@ void MainWindow::showProgress(int done, int total) {
   if (!going) return;
   progress_->setMaximum(total);
   progress_->setValue(done);
-  QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 void MainWindow::setMenuStates(const MenuStates& states) {
@@ -325,6 +328,7 @@ void MainWindow::setMenuStates(const MenuStates& states) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+  closesAfterCommand_ = running_;
   if (running_) {
     event->ignore();
     return;

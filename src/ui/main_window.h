@@ -59,6 +59,7 @@ class MainWindow : public QMainWindow {
 
   ShowViewer showViewer_;
   bool running_ = false;
+  bool closesAfterCommand_ = false;  ///< closed while a command ran, which that ends
   MenuStates states_;
   QString shownPanel_;
 

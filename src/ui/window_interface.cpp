@@ -17,6 +17,7 @@
 #include "ui/dialogs/match_dialog.h"
 #include "ui/dialogs/merge_dialog.h"
 #include "ui/dialogs/tfw_dialog.h"
+#include "ui/dialogs/work_dialog.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
 
@@ -83,6 +84,7 @@ void makeRoomForTitle(QMessageBox& box) {
 }  // namespace
 
 QWidget* WindowInterface::parent() const {
+  endWorkDisplay();
   QWidget* modal = QApplication::activeModalWidget();
   return modal != nullptr ? modal : window_;
 }
@@ -125,6 +127,7 @@ WorldFileAnswer WindowInterface::askWorldFile(const std::string& lines, const st
 
 void WindowInterface::askMerge(MergeQuestion& question) {
   if (window_ == nullptr) return;
+  endWorkDisplay();
   auto* open = static_cast<MergeDialog*>(window_->findChild<QDialog*>(MergeDialog::name));
   MergeDialog* dialog = open != nullptr ? open : new MergeDialog(window_);
   question.answer = dialog->ask(question);
@@ -133,10 +136,11 @@ void WindowInterface::askMerge(MergeQuestion& question) {
 void WindowInterface::askGarminTiles(TileControls& controls) {
   const NormalPointer normal(busy_);
   const bool inMemory = isOnShow(calibration.imagePath);
-  const Bitmap loaded = inMemory ? Bitmap() : convertTo24Bits(LoadImageByExtension(calibration.imagePath));
+  const Bitmap loaded = inMemory ? Bitmap() : asColors(LoadImageByExtension(calibration.imagePath));
   const Bitmap& map = inMemory ? mapImage.bitmap : loaded;
   if (!map) return tell("Unable to load map");
-  showGarminTileControls(parent(), pictureOf(map, longestPictureSide), controls);
+  const Picture picture = runWork("Scaling the map down", [&map] { return pictureOf(map, longestPictureSide); });
+  showGarminTileControls(parent(), picture, controls);
 }
 
 void WindowInterface::askRectangle(PixelRectangle& part) {
@@ -159,8 +163,12 @@ void WindowInterface::showPanel(const std::string& message) {
   if (window_ != nullptr) window_->showPanel(shown(message));
 }
 
-void WindowInterface::showProgress(int done, int total) {
-  if (window_ != nullptr) window_->showProgress(done, total);
+void WindowInterface::doWork(const std::string& title, const std::function<void()>& work) {
+  const NormalPointer normal(busy_);
+  QWidget* modal = QApplication::activeModalWidget();
+  doWorkBeside(modal != nullptr ? modal : window_, title, work, [this](int done, int total) {
+    if (window_ != nullptr) window_->showProgress(done, total);
+  });
 }
 
 void WindowInterface::showBusy(bool busy) {
@@ -174,15 +182,18 @@ void WindowInterface::setMenuStates(const MenuStates& states) {
 }
 
 Picture WindowInterface::clipboardPicture() {
-  const QImage image = QApplication::clipboard()->image().convertToFormat(QImage::Format_BGR888);
-  Picture picture{image.width(), image.height(), {}};
-  const qsizetype rowBytes = qsizetype{3} * image.width();
-  picture.pixels.reserve(static_cast<std::size_t>(rowBytes * image.height()));
-  for (int y = 0; y < image.height(); ++y) {
-    const uchar* row = image.constScanLine(y);
-    picture.pixels.insert(picture.pixels.end(), row, row + rowBytes);
-  }
-  return picture;
+  const QImage copied = QApplication::clipboard()->image();
+  return runWork("Taking the picture", [&copied] {
+    const QImage image = copied.convertToFormat(QImage::Format_BGR888);
+    Picture picture{image.width(), image.height(), {}};
+    const qsizetype rowBytes = qsizetype{3} * image.width();
+    picture.pixels.reserve(static_cast<std::size_t>(rowBytes * image.height()));
+    for (int y = 0; y < image.height(); ++y) {
+      const uchar* row = image.constScanLine(y);
+      picture.pixels.insert(picture.pixels.end(), row, row + rowBytes);
+    }
+    return picture;
+  });
 }
 
 std::string WindowInterface::clipboardText() {

@@ -29,13 +29,14 @@ class WindowInterface : public UserInterface {
   void askRectangle(PixelRectangle& part) override;
   std::optional<std::string> askText(const std::string& prompt, const std::string& initial) override;
   void showPanel(const std::string& message) override;
-  void showProgress(int done, int total) override;
+  void doWork(const std::string& title, const std::function<void()>& work) override;
   void showBusy(bool busy) override;
   void setMenuStates(const MenuStates& states) override;
   Picture clipboardPicture() override;
   std::string clipboardText() override;
 
  private:
+  /// Of a dialog that asks something, which nothing else may cover.
   QWidget* parent() const;
 
   MainWindow* window_;

@@ -19,6 +19,7 @@
 #include "formats/image_identification.h"
 #include "imaging/map_image.h"
 #include "support/paths.h"
+#include "ui/application.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/window_interface.h"
@@ -109,7 +110,7 @@ std::optional<int> runWindows(char** arguments, const CommandLine& commandLine, 
   if (!windowSystemWorks(arguments[0], reason)) return std::nullopt;
   int argc = 1;
   std::array<char*, 2> argv = {arguments[0], nullptr};
-  const QApplication application(argc, argv.data());
+  const Application application(argc, argv.data());
   (void)std::setlocale(LC_NUMERIC, "C");  // Qt takes over the whole locale of the person
   QApplication::setApplicationName("vellandra");
   QApplication::setDesktopFileName("vellandra");

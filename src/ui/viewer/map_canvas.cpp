@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "support/user_interface.h"
+
 namespace vellandra {
 namespace {
 
@@ -17,7 +19,8 @@ constexpr double fitMargin = 18;  ///< window units around a fitted map, for mar
 
 }  // namespace
 
-MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent) : QWidget(parent), image_(image), pyramid_(image) {
+MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent)
+    : QWidget(parent), image_(image), pyramid_(runWork("Preparing the map", [&image] { return ImagePyramid(image); })) {
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);

@@ -31,8 +31,9 @@ Bitmap halved(const Bitmap& image) {
   Bitmap half = allocate24Bits(width, height);
   if (!half) throw std::bad_alloc();
   const int wholeWidth = image.width() / 2;
-  inBands(height, static_cast<std::int64_t>(width) * height, [&](int first, int end) {
-    for (int y = first; y < end; ++y) {
+  constexpr int bandRows = 64;
+  forEachNumber((height + bandRows - 1) / bandRows, coreCount(), [&](int band) {
+    for (int y = band * bandRows; y < std::min((band + 1) * bandRows, height); ++y) {
       const std::uint8_t* above = image.row(2 * y).data();
       const std::uint8_t* below = image.row(std::min(2 * y + 1, image.height() - 1)).data();
       std::uint8_t* out = half.row(y).data();

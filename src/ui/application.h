@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QApplication>
+#include <string>
+
+namespace vellandra {
+
+/// Qt's loop of events, out of which no exception comes: what a handler throws goes to the panel and the log as an
+/// error that ends a command does, and is shown in a box, once. The windows and what was done in them stay.
+class Application : public QApplication {
+ public:
+  using QApplication::QApplication;
+  bool notify(QObject* receiver, QEvent* event) override;
+
+ private:
+  void showOnce(const std::string& text);
+
+  std::string shown_;  ///< what is thrown at every drawing of a window is shown once
+};
+
+}  // namespace vellandra

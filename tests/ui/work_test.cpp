@@ -1,0 +1,96 @@
+#include <QElapsedTimer>
+#include <QProgressBar>
+#include <thread>
+
+#include "support/work.h"
+#include "ui/dialogs/work_dialog.h"
+#include "ui/window_fixture.h"
+
+namespace vellandra {
+namespace {
+
+using namespace std::chrono_literals;
+
+class WorkTest : public WindowTest {
+ protected:
+  WorkTest() { unseenWork = 0ms; }
+  ~WorkTest() override {
+    endWorkDisplay();
+    unseenWork = 400ms;
+  }
+
+  QDialog* display() const { return window->findChild<QDialog*>("work"); }
+
+  /// Work that goes on until it is cancelled.
+  void workOn() const {
+    interface->doWork("Loading a map", [] {
+      while (true) {
+        endIfCancelled();
+        showProgress(1, 4);
+        std::this_thread::sleep_for(1ms);
+      }
+    });
+  }
+};
+
+/// The viewer's command gets work to do, and the person does something when the display is up.
+TEST_F(WorkTest, EndsByWhateverEndsIt) {
+  const std::pair<const char*, std::function<void()>> ways[] = {
+      {"Cancel", [this] { click(display(), "Cancel"); }},
+      {"Escape", [this] { QTest::keyClick(display(), Qt::Key_Escape); }},
+      {"Escape in the window", [this] { QTest::keyClick(window.get(), Qt::Key_Escape); }},
+      {"closing the display", [this] { display()->close(); }},
+      {"closing the window", [this] { window->close(); }}};
+  openWales();
+  driver.calibrationPending = false;
+  for (const auto& [name, end] : ways) {
+    SCOPED_TRACE(name);
+    window->show();
+    int looks = 0;
+    QTimer looking;
+    QObject::connect(&looking, &QTimer::timeout, &looking, [&, end = end] {
+      if (display() == nullptr || ++looks < 20) return;
+      EXPECT_EQ(part<QLabel>(display(), "title")->text(), looks == 20 ? "Loading a map" : "Ending...");
+      EXPECT_EQ(part<QProgressBar>(display(), "progress")->value() * 4,
+                part<QProgressBar>(display(), "progress")->maximum());
+      // Nothing else can be done meanwhile.
+      QTest::mouseClick(part<QPushButton>(window.get(), "secondButton"), Qt::LeftButton);
+      QTest::keyClick(window.get(), Qt::Key_S, Qt::ControlModifier);
+      choose("mnuabout");
+      if (looks == 20) end();
+    });
+    looking.start(5);
+    onMap = [this]() -> ViewerResult { return workOn(), ViewerResult(); };
+    choose("mnuvc");
+    EXPECT_TRUE(panel().ends_with("Cancelled")) << panel();
+    EXPECT_EQ(display(), nullptr);
+    EXPECT_FALSE(exists("wales.gmi"));
+    EXPECT_EQ(window->isVisible(), std::string(name) != "closing the window");
+  }
+  window->show();
+  onMap = [this]() -> ViewerResult {
+    interface->doWork("Failing", [] { throw SubscriptOutOfRange("point 51"); });
+    return {};
+  };
+  choose("mnuvc");
+  EXPECT_TRUE(panel().ends_with("Subscript out of range\npoint 51")) << panel();
+}
+
+TEST_F(WorkTest, WhatAHandlerThrowsIsShownOnceAndTheCommandGoesOn) {
+  openWales();
+  onMap = [this]() -> ViewerResult {
+    QEventLoop loop;
+    for (int i = 0; i < 3; ++i) QTimer::singleShot(0, window.get(), [] { throw SubscriptOutOfRange("point 51"); });
+    QTimer::singleShot(300, &loop, &QEventLoop::quit);
+    someone.answer("OK");
+    loop.exec();
+    return {};
+  };
+  choose("mnuvc");
+  EXPECT_EQ(someone.seen, (Seen{"view", "***** Error *****|Subscript out of range: point 51"}));
+  EXPECT_TRUE(panel().ends_with("point 51"));
+  EXPECT_TRUE(driver.transformValid);
+}
+
+}  // namespace
+}  // namespace vellandra
