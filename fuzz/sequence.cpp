@@ -284,7 +284,8 @@ class Sequence {
     }
   }
 
-  bool run(Changes changes, const std::function<bool()>& command) {
+  /// A command that `opens` another map at its end may put it in the place of the one before, when the person agrees.
+  bool run(Changes changes, const std::function<bool()>& command, bool opens = false) {
     const std::string before = openMap(), image = calibration.imagePath;
     const std::string imageContent = contentOfAny(image);
     const std::map<std::string, std::string> files =
@@ -292,12 +293,12 @@ class Sequence {
     const bool done = runGuarded(fault_, command);
     if (!fault_.empty()) return done;
     if (changes != Changes::openMap && !done && openMap() != before) {
-      // A write that is declined at its last file leaves the map as it was, written or not.
       fault_ = "a command that did not come to its end changed the open map:\n" + before + "\n" + openMap();
     }
     if (changes == Changes::nothing && !done && filesIn(files_.folder) != files)
       fault_ = "a failing command changed files";
-    if (image != clipboardImage && contentOfAny(image) != imageContent) fault_ = "the open map's image was changed";
+    const bool keepsImage = image != clipboardImage && !(opens && done);
+    if (keepsImage && contentOfAny(image) != imageContent) fault_ = "the open map's image was changed";
     return done;
   }
 
@@ -326,7 +327,7 @@ class Sequence {
   /// A command that saves a map made from others, and `opens` it.
   bool derived(const std::function<bool()>& command, bool opens) {
     const std::string before = openMap();
-    const bool done = run(Changes::nothing, command);
+    const bool done = run(Changes::nothing, command, opens);
     if (done && !opens && openMap() != before) fault_ = "saving a copy changed the open map";
     for (const char* name : {"saved", "other"}) {
       const std::string path = files_.folder + name + ".png";
