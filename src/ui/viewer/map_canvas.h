@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QWidget>
+#include <array>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -17,6 +18,17 @@ struct CanvasMark {
   int x = 0, y = 0;  ///< pixel
   QString number;
   enum class Look { plain, selected, waiting } look = Look::plain;
+};
+
+/// What is drawn over the map beside marks and grid, in image coordinates.
+struct CanvasOverlay {
+  struct Waypoint {
+    ViewPoint place;
+    QString name;
+  };
+  std::vector<std::vector<ViewPoint>> lines;
+  std::vector<Waypoint> waypoints;
+  std::optional<ViewPoint> sought;  ///< a place gone to
 };
 
 /// The picture of the map in the viewer: draws what is seen of it with grid, marks and crop rectangle, and turns the
@@ -39,6 +51,7 @@ class MapCanvas : public QWidget {
   void setHitTest(std::function<int(double, double)> hitTest) { hitTest_ = std::move(hitTest); }
   /// The map and the grid that is drawn on it; no map for no grid.
   void setGrid(std::optional<Calibration> map, const PointGrid& grid, DegreeFormat format);
+  void setOverlay(CanvasOverlay overlay);
   /// From now on dragging draws and changes `crop`, which must outlive this.
   void setCrop(CropRectangle* crop);
   void setPlacing(bool placing);
@@ -76,6 +89,9 @@ class MapCanvas : public QWidget {
   void findGridLines();
   void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;
+  void findTracks();
+  void drawTracks(const Frame& frame, double ratio, int top) const;
+  void drawWaypoints(QPainter& painter) const;
   QPointF markMiddle(const CanvasMark& mark) const;
   void drawMarks(QPainter& painter) const;
   void drawCrop(QPainter& painter) const;
@@ -97,6 +113,8 @@ class MapCanvas : public QWidget {
   GridProjection grid_{PointGrid()};
   std::vector<GridLine> gridLines_;  ///< those on show
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
+  CanvasOverlay overlay_;
+  std::vector<std::array<ViewPoint, 2>> trackPieces_;  ///< those on show, in the window
   CropRectangle* crop_ = nullptr;
   bool placing_ = false;
   bool aiming_ = false;  ///< the keys are in use: the middle of the window is what Enter takes

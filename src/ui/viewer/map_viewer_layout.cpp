@@ -65,6 +65,8 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
     undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
+    auto* checks = addButton(tools, "Chec&k", "Grid lines, a place that you know, a walk that you have recorded");
+    addChecks(checks);
   } else {
     auto* hint = new QLabel("Drag a rectangle over the map, and its edges to change it");
     tools->addWidget(hint);
