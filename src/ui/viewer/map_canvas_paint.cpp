@@ -135,14 +135,15 @@ void MapCanvas::drawGridLabels(QPainter& painter) const {
     if (length < textWidth + height) continue;
     const QPointF way((to.x - from.x) / length, (to.y - from.y) / length);
     // Northings are named a little inside their western end, eastings inside their northern one; further on where
-    // a mark stands there, which must stay readable.
+    // a mark or another name stands there, which must stay readable.
     const double step = line.isNorthing ? textWidth : height;
     double inside = line.isNorthing ? textWidth / 2 + height * 2 : height;
     for (int tries = 0; tries < 6 && inside < length; ++tries, inside += step) {
       const QPointF place = QPointF(from.x, from.y) + way * inside;
       const QRectF box = tagBox(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), rect());
-      if (std::ranges::any_of(taken, [&box](const QRectF& mark) { return mark.intersects(box); })) continue;
+      if (std::ranges::any_of(taken, [&box](const QRectF& other) { return other.intersects(box); })) continue;
       drawTag(painter, box, shown(line.label), gridColor.darker());
+      taken.push_back(box);
       break;
     }
   }

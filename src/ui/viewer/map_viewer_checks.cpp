@@ -2,6 +2,7 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QPushButton>
+#include <QScreen>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -117,7 +118,10 @@ void MapViewerDialog::askForPlace() {
   GoToDialog dialog(datums, this);
   connect(&dialog, &GoToDialog::asked, this,
           [this, &dialog](const QString& text, const std::string& datum) { dialog.setAnswer(goTo(text, datum)); });
-  dialog.move(mapToGlobal(QPoint(width() - dialog.sizeHint().width() - 40, 90)));
+  // Beside the map as far as the screen has room, so that no place is hidden.
+  const QPoint beside = canvas_->mapToGlobal(QPoint(canvas_->width() + 10, 40));
+  const int rightmost = screen()->availableGeometry().right() - dialog.sizeHint().width() - 10;
+  dialog.move(std::min(beside.x(), rightmost), beside.y());
   dialog.exec();
 }
 
