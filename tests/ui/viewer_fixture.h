@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "ui/dialogs/adjust_point.h"
+#include "ui/dialogs/go_to_dialog.h"
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/viewer/point_entry.h"

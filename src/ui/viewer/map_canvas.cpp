@@ -85,6 +85,11 @@ void MapCanvas::setGrid(std::optional<Calibration> map, const PointGrid& grid, D
   update();
 }
 
+void MapCanvas::setOverlay(CanvasOverlay overlay) {
+  overlay_ = std::move(overlay);
+  update();
+}
+
 void MapCanvas::setCrop(CropRectangle* crop) {
   crop_ = crop;
   updateCursor({});

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <QWidget>
+#include <array>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -19,6 +20,17 @@ struct CanvasMark {
   enum class Look { plain, selected, waiting } look = Look::plain;
   bool off = false;                 ///< switched off: drawn as what does not count
   std::optional<ViewPoint> fitted;  ///< the pixel at which the fit has its position
+};
+
+/// What is drawn over the map beside marks and grid, in image coordinates.
+struct CanvasOverlay {
+  struct Waypoint {
+    ViewPoint place;
+    QString name;
+  };
+  std::vector<std::vector<ViewPoint>> lines;
+  std::vector<Waypoint> waypoints;
+  std::optional<ViewPoint> sought;  ///< a place gone to
 };
 
 /// The picture of the map in the viewer: draws what is seen of it with grid, marks and crop rectangle, and turns the
@@ -43,6 +55,7 @@ class MapCanvas : public QWidget {
   void setHitTest(std::function<int(double, double)> hitTest) { hitTest_ = std::move(hitTest); }
   /// The map and the grid that is drawn on it; no map for no grid.
   void setGrid(std::optional<Calibration> map, const PointGrid& grid, DegreeFormat format);
+  void setOverlay(CanvasOverlay overlay);
   /// From now on dragging draws and changes `crop`, which must outlive this.
   void setCrop(CropRectangle* crop);
   void setPlacing(bool placing);
@@ -84,6 +97,9 @@ class MapCanvas : public QWidget {
   void findGridLines();
   void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;
+  void findTracks();
+  void drawTracks(const Frame& frame, double ratio, int top) const;
+  void drawWaypoints(QPainter& painter) const;
   QPointF markMiddle(const CanvasMark& mark) const;
   void drawMarks(QPainter& painter) const;
   void drawArrows(QPainter& painter) const;
@@ -107,6 +123,8 @@ class MapCanvas : public QWidget {
   GridProjection grid_{PointGrid()};
   std::vector<GridLine> gridLines_;  ///< those on show
   DegreeFormat gridFormat_ = DegreeFormat::decimalDegrees;
+  CanvasOverlay overlay_;
+  std::vector<std::array<ViewPoint, 2>> trackPieces_;  ///< those on show, in the window
   CropRectangle* crop_ = nullptr;
   bool placing_ = false;
   bool arrows_ = false;

@@ -24,6 +24,8 @@ const QColor offColor(95, 95, 95);
 const QColor arrowColor(150, 75, 0);
 const QColor haloColor(255, 255, 255, 215);
 const QColor gridColor(20, 50, 140);
+const QColor trackColor(255, 150, 0), trackEdge(30, 20, 0);  ///< light in dark, to be seen on any map
+const QColor soughtColor(0, 120, 50);
 
 void strokeTwice(QPainter& painter, const QPainterPath& path, const QColor& color, double width, bool dashed) {
   painter.strokePath(path, QPen(haloColor, width + 2.5, Qt::SolidLine, Qt::FlatCap));
@@ -89,6 +91,7 @@ void MapCanvas::drawMap(QPainter& painter) {
   const ViewPoint corner = view_.toWindow(0, 0);
   const QRgb background = palette().color(QPalette::Dark).rgb();
   findGridLines();
+  findTracks();
   painter.save();
   painter.scale(1 / ratio, 1 / ratio);
   for (int top = 0; top < size.height(); top += stripRows) {
@@ -97,6 +100,7 @@ void MapCanvas::drawMap(QPainter& painter) {
                       static_cast<std::ptrdiff_t>(strip_.bytesPerLine() / 4)};
     pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame, background);
     drawGridLines(frame, ratio, top);
+    drawTracks(frame, ratio, top);
     painter.drawImage(QPointF(0, top), strip_, QRectF(0, 0, size.width(), height));
   }
   painter.restore();
@@ -108,6 +112,7 @@ void MapCanvas::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing);
   drawGridLabels(painter);
   if (crop_ != nullptr) drawCrop(painter);
+  drawWaypoints(painter);
   drawMarks(painter);
   if (arrows_) drawArrows(painter);
   if (aiming_ && hasFocus()) drawAim(painter);
@@ -153,17 +158,70 @@ void MapCanvas::drawGridLabels(QPainter& painter) const {
     if (length < textWidth + height) continue;
     const QPointF way((to.x - from.x) / length, (to.y - from.y) / length);
     // Northings are named a little inside their western end, eastings inside their northern one; further on where
-    // a mark stands there, which must stay readable.
+    // a mark or another name stands there, which must stay readable.
     const double step = line.isNorthing ? textWidth : height;
     double inside = line.isNorthing ? textWidth / 2 + height * 2 : height;
     for (int tries = 0; tries < 6 && inside < length; ++tries, inside += step) {
       const QPointF place = QPointF(from.x, from.y) + way * inside;
       const QRectF box = tagBox(painter, place - QPointF(textWidth / 2, height / 2), shown(line.label), rect());
-      if (std::ranges::any_of(taken, [&box](const QRectF& mark) { return mark.intersects(box); })) continue;
+      if (std::ranges::any_of(taken, [&box](const QRectF& other) { return other.intersects(box); })) continue;
       drawTag(painter, box, shown(line.label), gridColor.darker());
+      taken.push_back(box);
       break;
     }
   }
+}
+
+/// Lines of the overlay as the pieces that can be seen, no finer than the screen is.
+void MapCanvas::findTracks() {
+  constexpr double finest = 1, edge = 4;  // window units
+  trackPieces_.clear();
+  for (const std::vector<ViewPoint>& line : overlay_.lines) {
+    std::optional<ViewPoint> last;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+      const ViewPoint place = view_.toWindow(line[i].x, line[i].y);
+      if (!std::isfinite(place.x + place.y)) {
+        last.reset();
+        continue;
+      }
+      if (last && i + 1 < line.size() && std::abs(place.x - last->x) + std::abs(place.y - last->y) < finest) continue;
+      const bool seen = last && std::max(place.x, last->x) > -edge && std::min(place.x, last->x) < width() + edge &&
+                        std::max(place.y, last->y) > -edge && std::min(place.y, last->y) < height() + edge;
+      if (seen) trackPieces_.push_back({*last, place});
+      last = place;
+    }
+  }
+}
+
+void MapCanvas::drawTracks(const Frame& frame, double ratio, int top) const {
+  for (const LineStyle& style :
+       {LineStyle{5 * ratio, trackEdge.rgb(), 1}, LineStyle{2.6 * ratio, trackColor.rgb(), 1}}) {
+    for (const auto& [from, to] : trackPieces_) {
+      drawLine(frame, {from.x * ratio, from.y * ratio - top}, {to.x * ratio, to.y * ratio - top}, style);
+    }
+  }
+}
+
+void MapCanvas::drawWaypoints(QPainter& painter) const {
+  constexpr int mostNames = 200;
+  constexpr double radius = 5, soughtRadius = 11;
+  int names = 0;
+  for (const CanvasOverlay::Waypoint& waypoint : overlay_.waypoints) {
+    const ViewPoint at = view_.toWindow(waypoint.place.x, waypoint.place.y);
+    if (!(at.x >= 0 && at.y >= 0 && at.x < width() && at.y < height())) continue;
+    painter.setPen(QPen(trackEdge, 1.5));
+    painter.setBrush(trackColor);
+    painter.drawEllipse(QPointF(at.x, at.y), radius, radius);
+    if (waypoint.name.isEmpty() || ++names > mostNames) continue;
+    drawTag(painter, tagBox(painter, QPointF(at.x + radius + 2, at.y), waypoint.name, rect()), waypoint.name,
+            trackEdge);
+  }
+  if (!overlay_.sought) return;
+  const ViewPoint at = view_.toWindow(overlay_.sought->x, overlay_.sought->y);
+  QPainterPath path = crosshair(QPointF(at.x, at.y), 4, soughtRadius + 8);
+  path.addEllipse(QPointF(at.x, at.y), soughtRadius, soughtRadius);
+  painter.setBrush(Qt::NoBrush);
+  strokeTwice(painter, path, soughtColor, 2.4, false);
 }
 
 QPointF MapCanvas::markMiddle(const CanvasMark& mark) const {

@@ -28,10 +28,6 @@ namespace {
 
 constexpr const char* notKept = "Not kept";
 
-DegreeFormat degreeFormat() {
-  return DegreeFormat(preferences.degreeFormat);
-}
-
 /// The record as the viewer works on it: its size is that of the picture on show, where the record has none.
 Calibration startingRecord(const Bitmap& image) {
   Calibration map = calibration;
@@ -260,8 +256,7 @@ void MapViewerDialog::pointsChanged() {
   }
   if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
   const TrialFit& fit = session_.fit();
-  const bool grid = preferences.showGrid && fit.valid;
-  canvas_->setGrid(grid ? std::optional(fit.map) : std::nullopt, mapGrid(), degreeFormat());
+  updateOverlay();
   entry_->setHemisphere(fit.valid ? std::optional(positionAtMiddle(fit.map).latitude < 0) : std::nullopt);
   updateMarks();
   updateList();
@@ -358,7 +353,8 @@ void MapViewerDialog::updateReadout() {
     const QString reference = shownGrid(position.latitude, position.longitude);
     text += gap + shownPosition(position.latitude, position.longitude) + gap + reference + gap + shown(wgs84Name);
     const PointGrid grid = mapGrid();
-    const QString own = shownInItsGrid({0, 0, position.latitude, position.longitude, wgs84Name, grid});
+    const QString own = shownInItsGrid(
+        {.latitude = position.latitude, .longitude = position.longitude, .datum = wgs84Name, .grid = grid});
     const bool known = grid == PointGrid() || (grid.datum == wgs84Name && own == reference);
     const GridName name = nameOf(grid);
     if (!known && !own.isEmpty()) text += gap + own + gap + (name.datum.isEmpty() ? name.kind : name.datum);

@@ -5,10 +5,12 @@
 #include <memory>
 
 #include "ui/dialogs/calibration_settings.h"
+#include "ui/viewer/gpx_file.h"
 #include "ui/viewer/map_canvas_crop.h"
 #include "ui/viewer/map_viewer.h"
 #include "ui/viewer/map_viewer_session.h"
 
+class QAction;
 class QCheckBox;
 class QHBoxLayout;
 class QLabel;
@@ -77,6 +79,11 @@ class MapViewerDialog : public QDialog {
   void updateList();
   void updateFit();
   void updateButtons();
+  void addChecks(QPushButton* button);
+  void updateOverlay();
+  void askForPlace();
+  QString goTo(const QString& text, const std::string& datum);
+  void loadTracks();
   void showPixel(int x, int y);
   void updateReadout();
   PointGrid mapGrid() const;
@@ -89,6 +96,8 @@ class MapViewerDialog : public QDialog {
   CropRectangle crop_;
   ViewerResult result_;
   std::optional<ViewPoint> pointedAt_;  ///< the pixel that is read out
+  GpxFile tracks_;
+  std::optional<Position> sought_;  ///< the place gone to, on WGS 84
   int selected_ = 0;
   std::size_t keptStep_ = 0;  ///< at which the points were kept last
   QTimer keepLater_;
@@ -99,6 +108,10 @@ class MapViewerDialog : public QDialog {
   QPushButton* settingsButton_ = nullptr;
   QPushButton* undo_ = nullptr;
   QPushButton* redo_ = nullptr;
+  QAction* showsGrid_ = nullptr;
+  QAction* goTo_ = nullptr;
+  QAction* loadTracks_ = nullptr;
+  QAction* clearTracks_ = nullptr;
   QPushButton* adjust_ = nullptr;
   QPushButton* correct_ = nullptr;
   QPushButton* remove_ = nullptr;

@@ -68,6 +68,8 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     connect(undo_, &QPushButton::clicked, this, &MapViewerDialog::undo);
     redo_ = addButton(tools, "&Redo", "Does again what Undo took back (Ctrl+Shift+Z)");
     connect(redo_, &QPushButton::clicked, this, &MapViewerDialog::redo);
+    auto* checks = addButton(tools, "Chec&k", "Grid lines, a place that you know, a walk that you have recorded");
+    addChecks(checks);
   } else {
     auto* hint = new QLabel("Drag a rectangle over the map, and its edges to change it");
     tools->addWidget(hint);

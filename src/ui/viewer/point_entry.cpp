@@ -178,7 +178,7 @@ void PointEntry::takeFocus() {
 void PointEntry::beginCorrection(int number, const PositionFields& fields) {
   begin(number);
   accept_->setText("Change &point");
-  drop_->setText("&Keep as it was");
+  drop_->setText("Lea&ve as it was");
   setHeading(QString("New coordinates of point %1").arg(number));
   fillFields(fields);
   begunWith_ = typed();

@@ -19,7 +19,7 @@ namespace vellandra {
 
 /// The panel that asks for the coordinates of one calibration point, in the terms of the settings. A whole position
 /// pasted into any field fills all of them, in its own terms. It stands beside the map and holds nothing up: the map
-/// can be moved and zoomed while it waits. Its height does not change while it is in use.
+/// can be moved and zoomed while it waits. Words about what is typed do not change its height.
 class PointEntry : public QWidget {
   Q_OBJECT
 
