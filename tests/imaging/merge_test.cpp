@@ -288,10 +288,16 @@ TEST_F(MergeMapsTest, EveryMergeStartsFromTheBaseMapAsItWas) {
 }
 
 TEST_F(MergeMapsTest, EmptyPixelsAndNoOthersHaveTheMarkerColorWhenColorsAreReduced) {
+  const auto channel = [](int value) { return static_cast<std::uint8_t>(value); };
   for (const int side : {300, 2100}) {  // the palette is made from all pixels, and from a sample
     Bitmap merged = allocate24Bits(side, side, markerColor);
-    for (int y = 0; y < side; ++y) {
-      for (int x = side / 4; x < side; ++x) SetPixelColor(merged, x, y, grey(x == y ? 253 : (x % 2 == 0 ? 254 : 252)));
+    for (int y = 0; y < side; ++y) {  // a quarter is empty, the rest whitish and colourful
+      for (int x = side / 4; x < side; ++x) {
+        const auto near = [&](int number) { return channel(251 + number % 5); };
+        const PixelColor whitish{near(x * 7 + y * 3), near(x + y * 11), near(x * 5 + y), 0};
+        SetPixelColor(merged, x, y,
+                      x % 2 == 0 ? whitish : PixelColor{channel(x * 37), channel(y * 59), channel(x + y)});
+      }
     }
     const Bitmap colors = convertTo24Bits(reduceMerged(merged, 2));
     for (int y = 0; y < side; ++y) {
