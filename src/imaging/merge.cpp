@@ -9,6 +9,7 @@
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
 #include "imaging/merge_question.h"
+#include "imaging/merged_colors.h"
 #include "imaging/saved_map.h"
 #include "support/numbers.h"
 #include "support/threads.h"
@@ -114,9 +115,7 @@ class Dialog {
     if (!result_.image) return;
     const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
-    const Bitmap reduced = runWork("Rebuilding palette", [this] {
-      return ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
-    });
+    const Bitmap reduced = runWork("Rebuilding palette", [this] { return reduceMerged(result_.image, coreCount()); });
     writeLog("Quantize for save");
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;
     unsaved_ = false;
