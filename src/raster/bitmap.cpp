@@ -256,6 +256,13 @@ Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int palett
   });
 }
 
+bool canSave(ImageFormat format, const Bitmap& bitmap) {
+  if (!bitmap) return false;
+  const FREE_IMAGE_TYPE type = FreeImage_GetImageType(Access::image(bitmap));
+  return type == FIT_BITMAP ? FreeImage_FIFSupportsExportBPP(identifier(format), bitmap.bitsPerPixel()) != FALSE
+                            : FreeImage_FIFSupportsExportType(identifier(format), type) != FALSE;
+}
+
 EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
   EncodedImage encoded;
   if (!bitmap) return encoded;
