@@ -93,7 +93,8 @@ class MapCanvas : public QWidget {
   enum class Hold { nothing, map, mark, cropNew, cropGrip };
 
   void changeView();
-  void drawMap(QPainter& painter);
+  void drawMap(QPainter& painter, bool whole);
+  void drawMap(const Frame& frame, double ratio, int top) const;
   void findGridLines();
   void drawGridLines(const Frame& frame, double ratio, int top) const;
   void drawGridLabels(QPainter& painter) const;

@@ -1,7 +1,10 @@
+#include <QPaintEngine>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_canvas_line.h"
@@ -81,34 +84,59 @@ double roundFactor(double most) {
   return power * (most >= 5 * power ? 5 : most >= 2 * power ? 2 : 1);
 }
 
+Frame frameOf(QImage& image, const QRect& part) {
+  const auto stride = static_cast<std::ptrdiff_t>(image.bytesPerLine() / 4);
+  auto* pixels = reinterpret_cast<std::uint32_t*>(image.bits());
+  return {pixels + part.top() * stride + part.left(), part.width(), part.height(), stride};
+}
+
+/// What `painter` paints on, from its origin on, when these are `size` pixels of 32 bits that can be reached.
+std::optional<Frame> pixelsOf(const QPainter& painter, const QSize& size) {
+  auto* image = dynamic_cast<QImage*>(painter.paintEngine()->paintDevice());
+  if (image == nullptr) return std::nullopt;
+  const bool fits = image->format() == QImage::Format_RGB32 || image->format() == QImage::Format_ARGB32_Premultiplied;
+  const QPointF origin = painter.deviceTransform().map(QPointF());
+  const QRect part(origin.toPoint(), size);
+  if (!fits || QPointF(part.topLeft()) != origin || !image->rect().contains(part)) return std::nullopt;
+  return frameOf(*image, part);
+}
+
 }  // namespace
 
-/// The map and its grid, strip by strip: a strip is still in the cache when the painter copies it.
-void MapCanvas::drawMap(QPainter& painter) {
+/// The map and its grid: into the window's own pixels, or strip by strip, each still in the cache when the painter
+/// copies it. `whole`: all of the canvas is painted.
+void MapCanvas::drawMap(QPainter& painter, bool whole) {
   const double ratio = devicePixelRatioF();
   const QSize size = (QSizeF(this->size()) * ratio).toSize();
-  if (strip_.width() != size.width()) strip_ = QImage(size.width(), stripRows, QImage::Format_RGB32);
-  const ViewPoint corner = view_.toWindow(0, 0);
-  const QRgb background = palette().color(QPalette::Dark).rgb();
   findGridLines();
   findTracks();
+  if (const auto pixels = whole ? pixelsOf(painter, size) : std::nullopt) {
+    drawMap(*pixels, ratio, 0);
+    return;
+  }
+  if (strip_.width() != size.width()) strip_ = QImage(size.width(), stripRows, QImage::Format_RGB32);
   painter.save();
   painter.scale(1 / ratio, 1 / ratio);
   for (int top = 0; top < size.height(); top += stripRows) {
     const int height = std::min(stripRows, size.height() - top);
-    const Frame frame{reinterpret_cast<std::uint32_t*>(strip_.bits()), size.width(), height,
-                      static_cast<std::ptrdiff_t>(strip_.bytesPerLine() / 4)};
-    pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame, background);
-    drawGridLines(frame, ratio, top);
-    drawTracks(frame, ratio, top);
+    drawMap(frameOf(strip_, QRect(0, 0, size.width(), height)), ratio, top);
     painter.drawImage(QPointF(0, top), strip_, QRectF(0, 0, size.width(), height));
   }
   painter.restore();
 }
 
-void MapCanvas::paintEvent(QPaintEvent*) {
+/// `top` is the frame's first row in the window, in device pixels.
+void MapCanvas::drawMap(const Frame& frame, double ratio, int top) const {
+  const ViewPoint corner = view_.toWindow(0, 0);
+  pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame,
+                palette().color(QPalette::Dark).rgb());
+  drawGridLines(frame, ratio, top);
+  drawTracks(frame, ratio, top);
+}
+
+void MapCanvas::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  drawMap(painter);
+  drawMap(painter, event->region() == QRegion(rect()));
   painter.setRenderHint(QPainter::Antialiasing);
   drawGridLabels(painter);
   if (crop_ != nullptr) drawCrop(painter);
@@ -129,7 +157,6 @@ void MapCanvas::findGridLines() {
   gridLines_ = gridLines(*gridMap_, grid_, seen, gridSpacing / view_.scale(), tolerance / view_.scale(), gridFormat_);
 }
 
-/// `top` is the frame's first row in the window, in device pixels.
 void MapCanvas::drawGridLines(const Frame& frame, double ratio, int top) const {
   for (const LineStyle& style : {LineStyle{2.6 * ratio, 0xffffff, 0.4}, LineStyle{ratio, gridColor.rgb(), 0.8}}) {
     for (const GridLine& line : gridLines_) {

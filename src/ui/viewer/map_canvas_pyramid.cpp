@@ -87,17 +87,13 @@ std::uint32_t pixelAtBytes(const std::uint8_t* bgr) {
   return opaque | static_cast<std::uint32_t>(bgr[2]) << 16U | static_cast<std::uint32_t>(bgr[1]) << 8U | bgr[0];
 }
 
-/// Two neighbouring pixels blended, red and blue in one multiplication. Reads `pairBytes` bytes.
-constexpr std::size_t pairBytes = 8;
-std::uint32_t blend(const std::uint8_t* bgr, std::uint32_t weight) {
+/// A pixel with one byte more than it has. Reads up to `overhang` bytes behind the pixel.
+constexpr std::size_t overhang = 1;
+std::uint32_t opaqueAt(const std::uint8_t* bgr) {
   static_assert(std::endian::native == std::endian::little, "blue, green, red in memory is 0xRRGGBB in a number");
-  std::uint64_t pair = 0;
-  std::memcpy(&pair, bgr, pairBytes);
-  const auto a = static_cast<std::uint32_t>(pair);
-  const auto b = static_cast<std::uint32_t>(pair >> 24U);
-  const std::uint32_t redBlue = ((a & 0xff00ffU) * (256 - weight) + (b & 0xff00ffU) * weight) >> 8U;
-  const std::uint32_t green = ((a & 0xff00U) * (256 - weight) + (b & 0xff00U) * weight) >> 8U;
-  return opaque | (redBlue & 0xff00ffU) | (green & 0xff00U);
+  std::uint32_t pixel = 0;
+  std::memcpy(&pixel, bgr, sizeof pixel);
+  return opaque | pixel;
 }
 
 void blendRows(const std::uint8_t* above, const std::uint8_t* below, unsigned weight, std::size_t count,
@@ -107,6 +103,39 @@ void blendRows(const std::uint8_t* above, const std::uint8_t* below, unsigned we
     out[i] = static_cast<std::uint8_t>((above[i] * rest + below[i] * weight) >> 8U);
   }
 }
+
+/// Blends the pixels of a row with their neighbours. The neighbours are laid side by side first: then the compiler
+/// blends many bytes at once.
+class RowBlender {
+ public:
+  explicit RowBlender(const Axis& across) : across_(across), left_(across.samples.size()), right_(left_.size()) {
+    for (const Sample& sample : across.samples)
+      weights_.insert(weights_.end(), 4, static_cast<std::uint8_t>(sample.weight));
+  }
+
+  /// `row` begins with the pixel of the first sample.
+  void blend(const std::uint8_t* row, std::uint32_t* out) {
+    const int first = across_.samples.front().first;
+    for (std::size_t i = 0; i < left_.size(); ++i) {
+      const std::uint8_t* pixel = row + byteOf(across_.samples[i].first - first);
+      left_[i] = opaqueAt(pixel);
+      right_[i] = opaqueAt(pixel + bytesPerPixel);
+    }
+    const auto* left = reinterpret_cast<const std::uint8_t*>(left_.data());
+    const auto* right = reinterpret_cast<const std::uint8_t*>(right_.data());
+    const std::uint8_t* weights = weights_.data();
+    auto* bytes = reinterpret_cast<std::uint8_t*>(out);
+    const std::size_t count = weights_.size();
+    for (std::size_t i = 0; i < count; ++i) {
+      bytes[i] = static_cast<std::uint8_t>((left[i] * (256U - weights[i]) + right[i] * unsigned{weights[i]}) >> 8U);
+    }
+  }
+
+ private:
+  const Axis& across_;
+  std::vector<std::uint32_t> left_, right_;
+  std::vector<std::uint8_t> weights_;  ///< of the right pixel, for each of its bytes
+};
 
 std::uint32_t* rowOf(const Frame& frame, int y) {
   return frame.pixels + static_cast<std::ptrdiff_t>(y) * frame.stride;
@@ -127,22 +156,19 @@ void drawEnlarged(const Bitmap& image, const Axis& across, const Axis& down, con
   }
 }
 
-/// `scratch` holds one row of the part of the level that is seen, and `pairBytes` more.
-void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, const Frame& frame, int first, int end,
-                 std::vector<std::uint8_t>& scratch) {
+void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, const Frame& frame, int first, int end) {
+  RowBlender blender(across);
   const int left = across.samples.front().first;
   const auto bytes = static_cast<std::size_t>(across.samples.back().first + 1 - left) * bytesPerPixel;
   const auto available = static_cast<std::size_t>(level.width() - left) * bytesPerPixel;
   const std::size_t count = std::min(bytes + bytesPerPixel, available);
+  std::vector<std::uint8_t> scratch(bytes + bytesPerPixel + overhang);  // of the part of a row that is seen
   for (int y = first; y < end; ++y) {
     const Sample& row = down.samples[static_cast<std::size_t>(y - down.begin)];
     const std::uint8_t* above = level.row(row.first).data() + byteOf(left);
     const std::uint8_t* below = row.weight == 0 ? above : level.row(row.first + 1).data() + byteOf(left);
     blendRows(above, below, static_cast<unsigned>(row.weight), count, scratch.data());
-    std::uint32_t* out = rowOf(frame, y) + across.begin;
-    for (const Sample& sample : across.samples) {
-      *out++ = blend(scratch.data() + byteOf(sample.first - left), static_cast<std::uint32_t>(sample.weight));
-    }
+    blender.blend(scratch.data(), rowOf(frame, y) + across.begin);
   }
 }
 
@@ -196,8 +222,7 @@ void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32
     if (enlarged) {
       drawEnlarged(source, across, down, frame, down.begin + first, down.begin + end);
     } else {
-      std::vector<std::uint8_t> scratch(static_cast<std::size_t>(source.width()) * bytesPerPixel + pairBytes);
-      drawReduced(source, across, down, frame, down.begin + first, down.begin + end, scratch);
+      drawReduced(source, across, down, frame, down.begin + first, down.begin + end);
     }
   });
 }
