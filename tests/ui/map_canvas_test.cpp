@@ -48,6 +48,10 @@ TEST(MapView, ImageNeverLeavesTheWindow) {
   EXPECT_NEAR(view.toWindow(0, 0).x, 0, 1) << "centred";
   EXPECT_NEAR(view.toWindow(4000, 3000).y, 300, 1);
   EXPECT_TRUE(view.isFitted());
+  view.setFitMargin(20);
+  view.fit();
+  EXPECT_NEAR(view.toWindow(0, 0).y, 20, 1) << "room for a mark at the edge";
+  view.setFitMargin(0);
   view.setWindowSize(800, 600);
   EXPECT_DOUBLE_EQ(view.scale(), 0.2) << "a fitted map follows the window";
   view.full();

@@ -356,6 +356,7 @@ TEST_F(MapViewerTest, FitSaysNoMoreThanThePointsTell) {
   choosePoint(1);
   press("Delete");
   EXPECT_TRUE(says("Two or three points always fit")) << "0.00 would read as perfect";
+  EXPECT_EQ(cell(2, "Residual"), "");
   givePoints(8);
   open(ViewerMode::view);
   EXPECT_TRUE(says("\nWorst is point 3 with 2.")) << "which none share";
