@@ -8,6 +8,7 @@
 #include "imaging/map_image.h"
 #include "imaging/merge_pixels.h"
 #include "imaging/merge_question.h"
+#include "imaging/merged_colors.h"
 #include "imaging/saved_map.h"
 #include "support/numbers.h"
 #include "support/threads.h"
@@ -91,7 +92,7 @@ class Dialog {
     const std::optional<std::string> path = askWhereToSave(maps_.files);
     if (!path) return;
     userInterface().showBusy(true);
-    const Bitmap reduced = ColorQuantizeEx(result_.image, QuantizeMethod::neuQuant, false, reducedColors, 0);
+    const Bitmap reduced = reduceMerged(result_.image, coreCount());
     userInterface().showBusy(false);
     writeLog("Quantize for save");
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;

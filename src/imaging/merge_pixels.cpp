@@ -155,6 +155,11 @@ class Painter {
     const int count = last - first + 1;
     for (int i = 0; i < count; ++i) gather(path, first + i, pixels + channels * i, channels * i, block);
     blend(block, channels * count, pixels);
+    for (std::ptrdiff_t at = 0; at < channels * count; at += channels) {
+      if (isMarkerColor(pixels + at) && block.t[static_cast<std::size_t>(at)] > 0) {
+        std::fill_n(pixels + at, channels, besideMarkerColor.red);
+      }
+    }
   }
 
   const std::uint8_t* mergePixel(int column, int row) const {
@@ -173,9 +178,7 @@ class Painter {
     const int yi = static_cast<int>(ym);
     const auto fx = static_cast<float>(xm - xi);
     const auto fy = static_cast<float>(ym - yi);
-    const bool empty =
-        basePixel[0] == markerColor.blue && basePixel[1] == markerColor.green && basePixel[2] == markerColor.red;
-    const float painted = empty ? 1 : t_;
+    const float painted = isMarkerColor(basePixel) ? 1 : t_;
     const float t = isClear(xi, yi) ? 0 : painted;
     const int right = std::min(xi + 1, mergeWidth_ - 1);
     const int bottom = std::min(yi + 1, mergeHeight_ - 1);

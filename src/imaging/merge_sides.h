@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "calibration/calibration.h"
 #include "raster/bitmap.h"
 
@@ -7,6 +9,14 @@ namespace vellandra {
 
 /// A base pixel of this colour is empty: it takes the merge map's colour whatever the weight.
 inline constexpr PixelColor markerColor{253, 253, 253, 0};
+
+/// What pixels get that come out in the marker colour without being empty.
+inline constexpr PixelColor besideMarkerColor{252, 252, 252, 0};
+
+/// Of a pixel of 24 bits: blue, green, red.
+inline bool isMarkerColor(const std::uint8_t* pixel) {
+  return pixel[0] == markerColor.blue && pixel[1] == markerColor.green && pixel[2] == markerColor.red;
+}
 
 /// A place this close to the edge of a map, in pixels, counts as on it: neighbouring maps meet without a gap although
 /// their calibrations are written with few digits.

@@ -5,6 +5,7 @@
 #include "core_fixture.h"
 #include "imaging/made_maps.h"
 #include "imaging/merge_pixels.h"
+#include "imaging/merged_colors.h"
 #include "support/numbers.h"
 
 namespace vellandra {
@@ -49,6 +50,7 @@ TEST_F(MergePixelsTest, ColoursReckonedByHand) {
       {"weight 0", greys, 0.25, 0.5, 10, 0, 10},
       {"marker, weight 0", greys, 0.25, 0.5, 253, 0, 92},
       {"nearly the marker, weight 0", greys, 0.25, 0.5, 252, 0, 252},
+      {"in the marker's colour, not empty", {253, 253, 253, 253}, 0.25, 0.5, 10, 1, 252},
       // Top 0.5 is 0, bottom 1.5 is 2, between them 0.5 is 0; in one step it would be 0.75.
       {"every step is rounded", {0, 1, 0, 3}, 0.5, 0.25, 10, 1, 0},
       {"on a pixel", greys, 1, 0, 10, 1, 100}};
@@ -283,6 +285,27 @@ TEST_F(MergeMapsTest, EveryMergeStartsFromTheBaseMapAsItWas) {
   EXPECT_EQ(colorAt(kept.image, 20, 10), half);
   EXPECT_EQ(kept.image.width(), 60);
   EXPECT_EQ(bytesOf(maps.base), bytesOf(base));
+}
+
+TEST_F(MergeMapsTest, EmptyPixelsAndNoOthersHaveTheMarkerColorWhenColorsAreReduced) {
+  const auto channel = [](int value) { return static_cast<std::uint8_t>(value); };
+  for (const int side : {300, 2100}) {  // the palette is made from all pixels, and from a sample
+    Bitmap merged = allocate24Bits(side, side, markerColor);
+    for (int y = 0; y < side; ++y) {  // a quarter is empty, the rest whitish and colourful
+      for (int x = side / 4; x < side; ++x) {
+        const auto near = [&](int number) { return channel(251 + number % 5); };
+        const PixelColor whitish{near(x * 7 + y * 3), near(x + y * 11), near(x * 5 + y), 0};
+        SetPixelColor(merged, x, y,
+                      x % 2 == 0 ? whitish : PixelColor{channel(x * 37), channel(y * 59), channel(x + y)});
+      }
+    }
+    const Bitmap colors = convertTo24Bits(reduceMerged(merged, 2));
+    for (int y = 0; y < side; ++y) {
+      for (int x = 0; x < side; ++x) {
+        ASSERT_EQ(colorAt(colors, x, y) == markerColor, colorAt(merged, x, y) == markerColor) << x << " " << y;
+      }
+    }
+  }
 }
 
 TEST_F(MergeMapsTest, NoMemoryForTheCanvasEndsTheCommandUnlessAResultWaitsToBeSaved) {
