@@ -20,7 +20,8 @@ struct PixelColor {
 
 enum class QuantizeMethod { neuQuant = 1 };
 
-/// Flags of `SaveImage` for a JPEG; 0 leaves the quality to the library. For PNG the flags are 0.
+/// Flags of `SaveImage` for a JPEG; 0 leaves the quality to the library. For PNG the flags are how much work is put
+/// into compression, 1 to 9, or 0 for the library's choice.
 enum JpegFlags : int { jpegSuperb = 128, jpegGood = 256, jpegNormal = 512, jpegAverage = 1024, jpegBad = 2048 };
 
 /// An image in memory and its owner: released with its owner, moved but never copied by accident (see `clone`). Default
