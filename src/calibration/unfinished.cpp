@@ -36,9 +36,11 @@ std::string stemOf(int number) {
 
 std::string pointLine(const EnteredPoint& entered) {
   const CalibrationPoint& point = entered.point;
+  const PointGrid& grid = point.grid;
   return std::string("point=") + (entered.off ? "off" : "on") + "\t" + std::to_string(point.pixelX) + "\t" +
          std::to_string(point.pixelY) + "\t" + exactNumber(point.latitude) + "\t" + exactNumber(point.longitude) +
-         "\t" + point.datumName + "\n";
+         "\t" + point.datumName + "\t" + std::to_string(static_cast<int>(grid.grid)) + "\t" + grid.datum + "\t" +
+         std::to_string(grid.zone) + (grid.southern ? "\tS" : "\tN") + "\n";
 }
 
 EnteredPoint pointIn(std::string_view value) {
@@ -46,7 +48,10 @@ EnteredPoint pointIn(std::string_view value) {
   EnteredPoint entered;
   entered.off = field(fields, 0) == "off";
   entered.point.setPixel(parseInt32(field(fields, 1)), parseInt32(field(fields, 2)));
-  entered.point.setPosition(parseNumber(field(fields, 3)), parseNumber(field(fields, 4)));
+  const int kind = parseInt16(field(fields, 6));
+  const PointGrid grid{kind > 0 && kind <= static_cast<int>(EntryGrid::utm) ? EntryGrid(kind) : EntryGrid::degrees,
+                       std::string(field(fields, 7)), parseInt16(field(fields, 8)), field(fields, 9) == "S"};
+  entered.point.setPosition(parseNumber(field(fields, 3)), parseNumber(field(fields, 4)), grid);
   entered.point.datumName = field(fields, 5);
   return entered;
 }

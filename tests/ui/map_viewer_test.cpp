@@ -452,7 +452,7 @@ TEST_F(MapViewerTest, ArrowsPointToWhereTheFitHasThePoint) {
   open(ViewerMode::view);
   viewer->findChildren<QCheckBox*>().at(1)->setChecked(true);
   canvas->centreOnPixel(104, 600);
-  canvas->setGrid(std::nullopt, DegreeFormat::decimalDegrees);
+  canvas->setGrid(std::nullopt, {}, DegreeFormat::decimalDegrees);
   const QImage image = canvas->grab().toImage();
   for (const auto& [way, drawn] : {std::pair(-45, true), {-58, false}, {45, false}}) {
     const QColor color = image.pixelColor((place(104, 600) + QPointF(way, 0)).toPoint());
