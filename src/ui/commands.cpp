@@ -41,6 +41,7 @@ void beginCalibration(const std::string& path, std::int16_t width, std::int16_t 
   driver.whyNotValid = Driver().whyNotValid;
   driver.calibrationPending = false;
   inputDatumName.clear();
+  beginMapOnPanel(path);
   updateMenuStates();
 }
 
@@ -98,9 +99,9 @@ bool mnulic(const Viewer& viewer) {
   }
   beginCalibration(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
-  const Answer answer =
-      userInterface().messageBox({"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
-                                  "Vellandra", Buttons::yesNo, Icon::question});
+  const Answer answer = userInterface().messageBox(
+      {"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually", "Vellandra", Buttons::yesNo,
+       Icon::question, userInterface().clipboardText().empty()});
   if (answer == Answer::yes) {
     readClipboardPoints(userInterface().clipboardText());
   } else {
