@@ -68,7 +68,7 @@ void LoadDatums() {
   if (path.empty() && locateDatumsFile()) path = findFile(preferences.datumsPath);
   if (path.empty()) return;
   TextFile file(path);
-  readDatumTable(file);
+  datumTable = readDatumTable(file);
 }
 
 void finddatum(std::string& name, std::int16_t& index) {

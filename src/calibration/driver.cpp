@@ -96,6 +96,7 @@ bool readCalibration() {
   driver.inputIsWindows1252 = format->isText && isWindows1252;
   driver.transformValid = driver.calibrationPending = false;
   driver.inputFormat = format;
+  if (driver.stage == openCalibration) beginMapOnPanel(path);
   const ReadResult result = format->read(driver.inputPath);
   if (result.stopped) return false;
   if (result.datumIndex == 0) {

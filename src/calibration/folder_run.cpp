@@ -1,7 +1,6 @@
 #include "calibration/folder_run.h"
 
 #include <algorithm>
-#include <array>
 
 #include "calibration/calibration.h"
 #include "calibration/datum_matching.h"
@@ -17,20 +16,6 @@
 namespace vellandra {
 namespace {
 
-using Cells = std::array<std::string, 7>;
-
-Cells cellsOf(const FolderRow& row) {
-  std::string whyNot = row.whyNot;
-  std::replace(whyNot.begin(), whyNot.end(), '\n', ' ');
-  return {row.file,
-          row.datum,
-          std::to_string(row.points),
-          row.rootMeanSquare ? formatNumber(*row.rootMeanSquare, "###0.00") : "-",
-          std::to_string(row.written),
-          std::to_string(row.kept),
-          whyNot};
-}
-
 /// Characters of `text`, which is UTF-8.
 std::size_t lengthOf(const std::string& text) {
   return static_cast<std::size_t>(
@@ -38,6 +23,22 @@ std::size_t lengthOf(const std::string& text) {
 }
 
 }  // namespace
+
+const FolderCells folderCaptions = {"file", "datum", "points", "root mean square", "written", "kept", "why not"};
+
+FolderCells folderCells(const FolderRow& row) {
+  std::string whyNot = row.whyNot;
+  std::replace(whyNot.begin(), whyNot.end(), '\n', ' ');
+  FolderCells cells = {row.file,
+                       row.datum,
+                       std::to_string(row.points),
+                       row.rootMeanSquare ? formatNumber(*row.rootMeanSquare, "###0.00") : "-",
+                       std::to_string(row.written),
+                       std::to_string(row.kept),
+                       whyNot};
+  for (std::string& cell : cells) cell = toUtf8(cell);
+  return cells;
+}
 
 FolderRow convertForFolder(const std::string& path) {
   calibration = Calibration();
@@ -57,17 +58,16 @@ FolderRow convertForFolder(const std::string& path) {
 }
 
 std::vector<std::string> folderTable(const std::vector<FolderRow>& rows) {
-  std::vector<Cells> table = {{"file", "datum", "points", "root mean square", "written", "kept", "why not"}};
-  for (const FolderRow& row : rows) table.push_back(cellsOf(row));
+  std::vector<FolderCells> table = {folderCaptions};
+  for (const FolderRow& row : rows) table.push_back(folderCells(row));
   std::array<std::size_t, 7> widths{};
-  for (Cells& cells : table) {
+  for (const FolderCells& cells : table) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
-      cells[i] = toUtf8(cells[i]);
       widths[i] = std::max(widths[i], lengthOf(cells[i]));
     }
   }
   std::vector<std::string> lines;
-  for (const Cells& cells : table) {
+  for (const FolderCells& cells : table) {
     std::string line;
     for (std::size_t i = 0; i < cells.size(); ++i) {
       line += cells[i] + std::string(widths[i] - lengthOf(cells[i]) + 2, ' ');

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -21,6 +22,11 @@ struct FolderRow {
 /// Converts the calibration `path` and writes every output, as a batch of its own would: of the calibration before
 /// nothing is left, and the panel starts empty. The map that was open is lost.
 FolderRow convertForFolder(const std::string& path);
+
+/// What a row shows, UTF-8, in the order of `folderCaptions`.
+using FolderCells = std::array<std::string, 7>;
+extern const FolderCells folderCaptions;
+FolderCells folderCells(const FolderRow& row);
 
 /// The table, a line each, columns under their captions.
 std::vector<std::string> folderTable(const std::vector<FolderRow>& rows);

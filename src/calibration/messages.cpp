@@ -2,6 +2,7 @@
 
 #include "calibration/calibration.h"
 #include "calibration/log.h"
+#include "support/paths.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -32,6 +33,11 @@ void addToMessage(std::string_view text) {
     const std::size_t lineEnd = message.find('\n', message.size() - longestMessage / 2);
     message.erase(0, lineEnd == std::string::npos ? 0 : lineEnd + 1);
   }
+}
+
+void beginMapOnPanel(const std::string& path) {
+  if (!calibration.message.empty()) addToMessage("");
+  showMessage(std::string(fileName(path)) + ":");
 }
 
 void showPanel() {

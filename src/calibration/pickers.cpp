@@ -5,6 +5,8 @@
 
 #include "calibration/format_row.h"
 #include "calibration/preferences.h"
+#include "geodesy/datum.h"
+#include "support/files.h"
 #include "support/paths.h"
 #include "support/text.h"
 #include "support/user_interface.h"
@@ -57,7 +59,16 @@ std::string putpfile() {
 }
 
 bool locateDatumsFile() {
-  return keepChosen(getdfile(), preferences.datumsPath);
+  const std::string chosen = getdfile();
+  const std::string path = findFile(chosen);
+  if (!path.empty()) {
+    TextFile file(path);
+    if (readDatumTable(file).count == 0) {
+      tell("There is no datum in " + path + ", the table stays as it was");
+      return false;
+    }
+  }
+  return keepChosen(chosen, preferences.datumsPath);
 }
 
 bool locateSevenZip() {

@@ -98,13 +98,15 @@ std::vector<Key> keys() {
           gisPrograms};
 }
 
-/// Takes `text` into `value` when it is a number within `range`; else tells `refusal`.
-void storeInRange(const std::string& text, NumberRange range, const std::string& refusal, std::int16_t& value) {
-  if (const std::optional<double> number = numberIn(text, range)) {
+/// Takes `text` into `value` when it is a number within `range`; else tells `refusal`, and is false.
+bool storeInRange(const std::string& text, NumberRange range, const std::string& refusal, std::int16_t& value) {
+  const std::optional<double> number = numberIn(text, range);
+  if (number) {
     value = toInt16(roundToInt32(*number));
   } else {
     tell(refusal);
   }
+  return number.has_value();
 }
 
 }  // namespace
@@ -156,21 +158,24 @@ bool writePreferences() {
   return true;
 }
 
-void storePreferences(const PreferencesForm& form) {
+bool storePreferences(const PreferencesForm& form) {
   Preferences& p = preferences;
   p.warnOverwrite = form.warnOverwrite;
   p.stretchNotRotate = form.stretchNotRotate;
   p.writeWgs84 = form.writeWgs84;
-  storeInRange(form.tileWidth, tileSides, "Tile width must be 1 to 32767", p.tileWidth);
-  storeInRange(form.tileHeight, tileSides, "Tile height must be 1 to 32767", p.tileHeight);
+  bool all = storeInRange(form.tileWidth, tileSides, "Tile width must be 1 to 32767", p.tileWidth);
+  all = storeInRange(form.tileHeight, tileSides, "Tile height must be 1 to 32767", p.tileHeight) && all;
   p.showGrid = form.showGrid;
   p.advancedGarminMapping = form.advancedGarminMapping;
   p.kmzTransparency = form.kmzTransparency ? 1 : 0;
-  storeInRange(form.garminDrawOrder, garminDrawOrders, "Draw order must be 01 to 99", p.garminDrawOrder);
-  storeInRange(form.garminJpegQuality, garminJpegQualities, "JPEG quality must be 01 to 99", p.garminJpegQuality);
+  all = storeInRange(form.garminDrawOrder, garminDrawOrders, "Draw order must be 01 to 99", p.garminDrawOrder) && all;
+  all =
+      storeInRange(form.garminJpegQuality, garminJpegQualities, "JPEG quality must be 01 to 99", p.garminJpegQuality) &&
+      all;
   p.degreeFormat = form.degreeFormat;
   p.gisPrograms = form.gisPrograms;
   preferencesChanged = true;
+  return all;
 }
 
 }  // namespace vellandra

@@ -53,7 +53,7 @@ struct PreferencesForm {
 };
 
 /// Stores the dialog's values, numbers rounded half to even; one that is not allowed is told in a message box and not
-/// stored.
-void storePreferences(const PreferencesForm& form);
+/// stored. False when there was one.
+bool storePreferences(const PreferencesForm& form);
 
 }  // namespace vellandra

@@ -62,13 +62,14 @@ void shiftBy(decltype(DatumToWgs84) shift, int index, double& lat, double& lon) 
 
 DatumTable datumTable;
 
-void readDatumTable(TextFile& file) {
-  datumTable.count = 0;
+DatumTable readDatumTable(TextFile& file) {
+  DatumTable table;
   std::string_view line;
   while (getline(file, line)) {
     const std::string upper = upperCase(line);
-    if (upper.starts_with(rowMarker)) addRow(datumTable, upper);
+    if (upper.starts_with(rowMarker)) addRow(table, upper);
   }
+  return table;
 }
 
 std::string datumColumnName(std::string_view name) {

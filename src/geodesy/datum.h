@@ -24,11 +24,11 @@ struct DatumTable {
 };
 extern DatumTable datumTable;
 
-/// Fills `datumTable` from the rows of `file` that begin with "M E" (in any case): name in columns 5 to 24,
+/// The table in the rows of `file` that begin with "M E" (in any case): name in columns 5 to 24,
 /// from column 26 the fields ellipsoid (not read), dA, dF, dX, dY, dZ, parted by blanks; a field that is no number is
 /// 0, and the row is marked as doubtful. Throws SubscriptOutOfRange at row 201, Overflow for a number past the range of
 /// a double.
-void readDatumTable(TextFile& file);
+DatumTable readDatumTable(TextFile& file);
 
 /// The shape in which the table holds a name: trimmed, upper case, cut or padded with blanks to 20 columns.
 std::string datumColumnName(std::string_view name);

@@ -25,6 +25,7 @@ struct MessageBox {
   std::string title = "Vellandra";
   Buttons buttons = Buttons::ok;
   Icon icon = Icon::none;
+  bool prefersNo = false;  ///< of Yes and No, which one Enter takes
 };
 
 /// An open or save dialog. `filter` is a list of "description|pattern" pairs joined by "|", patterns joined by ";".

@@ -45,6 +45,7 @@ void openShownMap(const std::string& path, std::int16_t width, std::int16_t heig
   driver.whyNotValid = Driver().whyNotValid;
   driver.calibrationPending = false;
   inputDatumName.clear();
+  beginMapOnPanel(path);
   updateMenuStates();
 }
 
@@ -137,9 +138,9 @@ bool mnulic(const Viewer& viewer) {
   }
   beginCalibration(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
                    static_cast<std::int16_t>(mapImage.bitmap.height()));
-  const Answer answer =
-      userInterface().messageBox({"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually",
-                                  "Vellandra", Buttons::yesNo, Icon::question});
+  const Answer answer = userInterface().messageBox(
+      {"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually", "Vellandra", Buttons::yesNo,
+       Icon::question, userInterface().clipboardText().empty()});
   if (answer == Answer::yes) {
     readClipboardPoints(userInterface().clipboardText());
     keepUnfinished(calibration);

@@ -32,6 +32,7 @@
 #include "ui/dialogs/merge_dialog.h"
 #include "ui/dialogs/preferences_dialog.h"
 #include "ui/dialogs/work_dialog.h"
+#include "ui/folder_command.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/widgets/window_settings.h"
 
@@ -50,11 +51,18 @@ bool isImage(const QString& path) {
   return std::ranges::find(imageEndings, extension) != std::end(imageEndings);
 }
 
-/// The one file that is dragged here, when it is one that can be opened.
+/// Of the files that are dragged here the first calibration, else the first image, else the first.
 QString droppedFile(const QMimeData* data) {
-  if (data->urls().size() != 1) return {};
-  const QString path = data->urls().constFirst().toLocalFile();
-  return formatOf(pathBytes(path)) != nullptr || isImage(path) ? path : QString();
+  const auto isCalibration = [](const QString& path) { return formatOf(pathBytes(path)) != nullptr; };
+  QStringList paths;
+  for (const QUrl& url : data->urls()) {
+    if (url.isLocalFile()) paths << url.toLocalFile();
+  }
+  for (const auto& wanted : {std::function<bool(const QString&)>(isCalibration), {isImage}}) {
+    const auto found = std::find_if(paths.begin(), paths.end(), wanted);
+    if (found != paths.end()) return *found;
+  }
+  return paths.value(0);
 }
 
 }  // namespace
@@ -113,6 +121,8 @@ void MainWindow::buildMenus() {
   file->addSeparator();
   addCommand(file, "mnuwc", " &Write Calibrations", "Writes the calibration for every program, beside the input",
              QKeySequence::Save, [] { return mnuwc(); });
+  addCommand(file, "mnufolder", " Con&vert a folder", "Converts all calibrations of a folder", {},
+             [this] { return convertFolder(this); });
   addCommand(file, "mnuwmt", " Write map as &Trekbuddy tiles", "Cuts the map into tiles for TrekBuddy", {}, mnuwmt);
   addCommand(file, "mwgcm", " Write &Garmin Custom Map", "Cuts the map into tiles for a Garmin device", {}, mwgcm);
   file->addSeparator();
@@ -217,6 +227,7 @@ void MainWindow::refresh() {
   for (const char* name : {"mnurs", "mnucm", "mnuwmt", "mwgcm"}) {
     findChild<QAction*>(name)->setEnabled(states_.calibratedImage);
   }
+  findChild<QAction*>("mnuwc")->setEnabled(states_.calibratedImage);
   findChild<QAction*>("mnuvc")->setEnabled(states_.calibratedImage || states_.points);
   const QMimeData* clipboard = QApplication::clipboard()->mimeData();
   findChild<QAction*>("mnulic")->setEnabled(clipboard != nullptr && clipboard->hasImage());
@@ -287,8 +298,19 @@ void MainWindow::rememberFile(const std::string& path) {
   settings.setValue(recentKey, files.mid(0, mostRecentFiles));
 }
 
+void MainWindow::forgetFile(const QString& path) {
+  QSettings settings = windowSettings();
+  QStringList files = settings.value(recentKey).toStringList();
+  if (files.removeAll(path) > 0) settings.setValue(recentKey, files);
+}
+
 void MainWindow::openFile(const QString& path) {
   run([this, path] {
+    if (!QFileInfo::exists(path)) {
+      forgetFile(path);
+      tell("Missing file " + pathBytes(path));
+      return false;
+    }
     const std::string given = pathBytes(path);
     const bool image = isImage(path);
     const bool done = image ? mnulm([this](ViewerMode mode) { return view(mode); }, given) : mnufo(given);

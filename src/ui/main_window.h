@@ -54,6 +54,7 @@ class MainWindow : public QMainWindow {
   void refreshNextStep();
   void refreshRecentFiles();
   void rememberFile(const std::string& path);
+  void forgetFile(const QString& path);
   void showHelp();
   void showReadme();
 

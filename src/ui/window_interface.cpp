@@ -96,7 +96,10 @@ Answer WindowInterface::messageBox(const MessageBox& box) {
   dialog.setTextFormat(Qt::PlainText);
   dialog.setTextInteractionFlags(Qt::TextSelectableByMouse);
   makeRoomForTitle(dialog);
-  if (box.buttons == Buttons::yesNo) dialog.setEscapeButton(QMessageBox::No);
+  if (box.buttons == Buttons::yesNo) {
+    dialog.setEscapeButton(QMessageBox::No);
+    dialog.setDefaultButton(box.prefersNo ? QMessageBox::No : QMessageBox::Yes);
+  }
   const int pressed = dialog.exec();
   if (box.buttons == Buttons::yesNo) return pressed == QMessageBox::Yes ? Answer::yes : Answer::no;
   return pressed == QMessageBox::Ok ? Answer::ok : Answer::cancel;

@@ -35,10 +35,11 @@ class WindowInterface : public UserInterface {
   Picture clipboardPicture() override;
   std::string clipboardText() override;
 
- private:
+ protected:
   /// Of a dialog that asks something, which nothing else may cover.
   QWidget* parent() const;
 
+ private:
   MainWindow* window_;
   int busy_ = 0;  ///< nested requests for the hourglass
 };

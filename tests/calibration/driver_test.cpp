@@ -178,7 +178,7 @@ TEST_F(DriverTest, OpeningWritesNothingAndWritingFollows) {
   EXPECT_FALSE(driver.calibrationPending);
   EXPECT_TRUE(fs::exists(folder + "area.tfw"));
   EXPECT_TRUE(person.panel.starts_with(
-      "Image wide 400 high 300\r\nInput datum is WGS 84\r\nProjection lat\r\ny0 =50.514880952"));
+      "area.map:\r\nImage wide 400 high 300\r\nInput datum is WGS 84\r\nProjection lat\r\ny0 =50.514880952"));
   EXPECT_TRUE(panelHas("Average error per calibration point=.0000\r\nAll points: root mean square 0.00 pixels"));
   EXPECT_TRUE(panelHas("Fourth point added\r\nOutput datum is WGS84\r\n"));
   EXPECT_TRUE(person.panel.ends_with("\r\ndone\r\n"));

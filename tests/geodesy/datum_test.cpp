@@ -13,7 +13,7 @@ namespace {
 
 void readTableFile(const std::string& path) {
   TextFile file(path);
-  readDatumTable(file);
+  datumTable = readDatumTable(file);
 }
 
 void readTable(const std::string& content) {

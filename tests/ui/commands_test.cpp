@@ -9,14 +9,15 @@ namespace {
 
 TEST_F(WindowTest, PickersShowTheirFiltersAndDoNotTakeTheDefaultName) {
   const std::tuple<const char*, const char*, QStringList> rows[] = {
-      {"mnurs", "*.png", {"PNG files(*.png) (*.png)"}},
+      {"mnurs", "wales-new.png", {"PNG files(*.png) (*.png)"}},
       {"mnulm", "*.png", {"Image files(*.png,*.bmp,*.jpg,*.gif,*.tif) (*.png *.bmp *.jpg *.gif *.tif)"}},
       {"mnufo",
        "*.map",
        {"Ozi Map files (*.map) (*.map)", "GPSU GUX files (*.gux) (*.gux)", "World files (*.tfw) (*.tfw)",
         "MM JPR files (*.jpr) (*.jpr)", "GMI calibration files(*.gmi) (*.gmi)", "MCD Calibrations (*.mcd) (*.mcd)",
         "World files (*.jgw) (*.jgw)", "World files (*.pgw) (*.pgw)", "Cal files (*.cal) (*.cal)",
-        "CompeGPS files (*.imp) (*.imp)"}}};
+        "CompeGPS files (*.imp) (*.imp)",
+        "All calibrations (*.map *.gux *.tfw *.jpr *.gmi *.mcd *.jgw *.pgw *.cal *.imp)"}}};
   openWales();
   driver.calibrationPending = false;
   for (const auto& [command, name, filters] : rows) {
@@ -29,7 +30,8 @@ TEST_F(WindowTest, PickersShowTheirFiltersAndDoNotTakeTheDefaultName) {
       EXPECT_EQ(picker->nameFilters().mid(0, filters.size()), filters) << "others follow";
       EXPECT_EQ(picker->nameFilters().contains("All files (*)"), !saves);
       EXPECT_TRUE(picker->testOption(QFileDialog::DontConfirmOverwrite)) << "the command asks itself";
-      dialog->accept();
+      EXPECT_TRUE(!saves || picker->directory().path() + "/" == QString::fromStdString(folder)) << "beside the map";
+      if (!saves) dialog->accept();
       EXPECT_TRUE(picker->isVisible()) << "the default name is no file";
       picker->reject();
     });
@@ -39,7 +41,7 @@ TEST_F(WindowTest, PickersShowTheirFiltersAndDoNotTakeTheDefaultName) {
 }
 
 TEST_F(WindowTest, CommandsAreEnabledWhenTheyHaveWhatTheyNeed) {
-  const char* const needMap[] = {"mnuvc", "mnurs", "mnucm", "mnuwmt", "mwgcm"};
+  const char* const needMap[] = {"mnuvc", "mnuwc", "mnurs", "mnucm", "mnuwmt", "mwgcm"};
   for (const char* name : needMap) EXPECT_FALSE(action(name)->isEnabled()) << name;
   openWales();
   for (const char* name : needMap) EXPECT_TRUE(action(name)->isEnabled()) << name;
@@ -62,12 +64,18 @@ TEST_F(WindowTest, LongNamesAreShownWhole) {
 
 TEST_F(WindowTest, OpenedFilesAreOfferedAgain) {
   openWales();
-  const QList<QAction*> recent = part<QMenu>(window.get(), "recent")->actions();
-  ASSERT_EQ(recent.size(), 1);
+  const auto recent = [this] { return part<QMenu>(window.get(), "recent")->actions(); };
+  ASSERT_EQ(recent().size(), 1);
   someone.answer("OK");
-  recent[0]->trigger();
+  recent()[0]->trigger();
   EXPECT_EQ(driver.inputPath, folder + "wales.map");
   EXPECT_TRUE(driver.offeredPath.empty());
+  EXPECT_NE(panel().find("5.45\n\nwales.map:\n"), std::string::npos) << panel();
+  std::filesystem::remove(folder + "wales.map");
+  someone.answer("OK");
+  recent()[0]->trigger();
+  EXPECT_EQ(someone.seen.back(), "Vellandra|Missing file " + folder + "wales.map");
+  EXPECT_FALSE(part<QMenu>(window.get(), "recent")->isEnabled());
 }
 
 TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
@@ -132,18 +140,25 @@ TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
 TEST_F(WindowTest, DroppedFileIsOpened) {
   QMimeData data;
   const auto enters = [&](const std::string& path) {
-    data.setUrls({QUrl::fromLocalFile(QString::fromStdString(path))});
+    data.setUrls(data.urls() << QUrl::fromLocalFile(QString::fromStdString(path)));
     QDragEnterEvent enter({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     enter.ignore();
     QApplication::sendEvent(window.get(), &enter);
     return enter.isAccepted();
   };
-  EXPECT_FALSE(enters("/tmp/letter.doc"));
-  EXPECT_TRUE(enters(folder + "wales.png"));
+  const auto drop = [&] {
+    QDropEvent event({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window.get(), &event);
+    QCoreApplication::processEvents();
+  };
+  ASSERT_TRUE(enters(folder + "readme.txt"));
+  someone.answer("OK");
+  drop();
+  EXPECT_EQ(someone.seen, Seen{"No support|Unsupported calibration type"});
+  // The calibration among others.
+  ASSERT_TRUE(enters(folder + "wales.png"));
   ASSERT_TRUE(enters(folder + "wales.map"));
-  QDropEvent drop({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(window.get(), &drop);
-  QCoreApplication::processEvents();
+  drop();
   EXPECT_TRUE(driver.calibrationPending);
 }
 

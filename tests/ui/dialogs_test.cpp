@@ -127,12 +127,19 @@ TEST_F(WindowTest, PreferencesAreStoredOnOkAndKeptOnCancel) {
       expected.stretchNotRotate = expected.writeWgs84 = expected.advancedGarminMapping = true;
       expected.kmzTransparency = 0, expected.degreeFormat = 3;
       expected.tileWidth = 512, expected.tileHeight = 256, expected.garminDrawOrder = 42;
+      expected.garminJpegQuality = 4;
+      someone.use([](QDialog* dialog) {  // is still there
+        EXPECT_TRUE(part<QLineEdit>(dialog, "garminjpegquality")->hasSelectedText());
+        part<QLineEdit>(dialog, "garminjpegquality")->setText("4");
+        dialog->accept();
+      });
     }
     choose("mnupref");
     EXPECT_EQ(preferencesChanged, stored);
     EXPECT_EQ(preferences, expected);
   }
-  EXPECT_EQ(someone.seen, (Seen{"Preferences", "Preferences", "Vellandra|JPEG quality must be 01 to 99"}));
+  EXPECT_EQ(someone.seen,
+            (Seen{"Preferences", "Preferences", "Vellandra|JPEG quality must be 01 to 99", "Preferences"}));
 }
 
 TEST_F(WindowTest, MapsAreMergedPreviewedAndSaved) {

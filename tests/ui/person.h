@@ -74,6 +74,8 @@ class WindowPerson : public QObject {
       look();
       auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
       if (dialog == nullptr || !dialog->isVisible() || !dialog->isEnabled()) return;
+      const auto* copy = dialog->findChild<QPushButton*>("copy");
+      if (copy != nullptr && !copy->isEnabled()) return;  // a run that is under way
       const auto* box = qobject_cast<const QMessageBox*>(dialog);
       seen.push_back((dialog->windowTitle() + (box != nullptr ? "|" + box->text() : QString())).toStdString());
       if (steps_.empty()) {

@@ -8,13 +8,19 @@
 #include <QStandardPaths>
 #include <QTreeView>
 
+#include "calibration/calibration.h"
+#include "support/paths.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/widgets/window_settings.h"
 
 namespace vellandra {
 namespace {
 
-constexpr const char* folderKey = "folder";
+/// Programs and tables lie elsewhere than maps.
+const char* folderKeyOf(const FilePicker& picker) {
+  if (picker.defaultName == "*.exe") return "programFolder";
+  return picker.defaultName == "*.txt" ? "tableFolder" : "folder";
+}
 
 /// A name with wildcards is the default name, not a choice: the dialog stays open on it.
 class FileDialog : public QFileDialog {
@@ -45,7 +51,26 @@ QStringList nameFilters(const std::string& filter) {
   return filters;
 }
 
-QString startFolder() {
+/// All patterns of several descriptions as one.
+QString allPatterns(const std::string& filter) {
+  const QStringList parts = shown(filter).split('|');
+  QStringList patterns;
+  for (qsizetype i = 1; i < parts.size(); i += 2) patterns << parts[i];
+  return patterns.size() > 1 ? "All calibrations (" + patterns.join(' ') + ")" : QString();
+}
+
+/// Beside the open map, under a name that is free.
+QString nameForCopy() {
+  const PathParts map = splitPath(calibration.imagePath);
+  if (map.folder.empty()) return {};
+  const QString stem = shownPath(map.folder + map.base);
+  for (int number = 1;; ++number) {
+    const QString name = stem + (number == 1 ? QString("-new.png") : QString("-new%1.png").arg(number));
+    if (!QFileInfo::exists(name)) return name;
+  }
+}
+
+QString startFolder(const char* folderKey) {
   QString last = windowSettings().value(folderKey).toString();
   if (!last.isEmpty() && QFileInfo(last).isDir()) return last;
   return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
@@ -54,7 +79,8 @@ QString startFolder() {
 }  // namespace
 
 std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
-  FileDialog dialog(parent, shown(picker.title), startFolder());
+  const char* const folderKey = folderKeyOf(picker);
+  FileDialog dialog(parent, shown(picker.title), startFolder(folderKey));
   dialog.setObjectName("picker");
   // The platform's own dialogs show neither the default name nor the filters as given.
   dialog.setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::DontConfirmOverwrite |
@@ -62,9 +88,11 @@ std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
   dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
   QStringList filters = nameFilters(picker.filter);
+  if (const QString all = allPatterns(picker.filter); !save && !all.isEmpty()) filters << all;
   if (!save) filters << "All files (*)";
   dialog.setNameFilters(filters);
-  dialog.selectFile(shown(picker.defaultName));
+  const QString copy = save ? nameForCopy() : QString();
+  dialog.selectFile(copy.isEmpty() ? shown(picker.defaultName) : copy);
   // Names, types and dates are to be read without pulling at the columns.
   constexpr int characters = 110;
   if (auto* files = dialog.findChild<QTreeView*>("treeView")) {
@@ -75,6 +103,18 @@ std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
   if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
   const QString chosen = dialog.selectedFiles().constFirst();
   windowSettings().setValue(folderKey, QFileInfo(chosen).absolutePath());
+  return pathBytes(chosen);
+}
+
+std::string pickFolder(QWidget* parent, const std::string& title) {
+  constexpr const char* folderKey = "folder";
+  QFileDialog dialog(parent, shown(title), startFolder(folderKey));
+  dialog.setObjectName("picker");
+  dialog.setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::ShowDirsOnly);
+  dialog.setFileMode(QFileDialog::Directory);
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+  const QString chosen = dialog.selectedFiles().constFirst();
+  windowSettings().setValue(folderKey, chosen);
   return pathBytes(chosen);
 }
 

@@ -19,9 +19,15 @@ namespace {
 class PreferencesDialog : public QDialog {
  public:
   explicit PreferencesDialog(QWidget* parent);
-  PreferencesForm form() const;
+
+ protected:
+  /// Stays open on a number that is not allowed.
+  void accept() override;
+  void reject() override;
 
  private:
+  PreferencesForm form() const;
+
   QCheckBox* addCheckBox(QFormLayout* layout, const char* name, const char* caption, bool checked);
   /// A number within `range`; outside, the reason stands beside it.
   QLineEdit* addNumber(QFormLayout* layout, const char* name, const char* caption, int value, NumberRange range);
@@ -31,6 +37,8 @@ class PreferencesDialog : public QDialog {
       *gisPrograms_;
   QLineEdit *tileWidth_, *tileHeight_, *drawOrder_, *jpegQuality_;
   QComboBox* degreeFormat_;
+  const Preferences before_ = preferences;
+  const bool changedBefore_ = preferencesChanged;
 };
 
 PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
@@ -143,13 +151,29 @@ PreferencesForm PreferencesDialog::form() const {
           gisPrograms_->isChecked()};
 }
 
+void PreferencesDialog::accept() {
+  if (storePreferences(form())) return QDialog::accept();
+  for (const auto& [field, range] :
+       {std::pair(tileWidth_, tileSides), std::pair(tileHeight_, tileSides), std::pair(drawOrder_, garminDrawOrders),
+        std::pair(jpegQuality_, garminJpegQualities)}) {
+    if (numberIn(textBytes(field->text()), range)) continue;
+    field->setFocus();
+    field->selectAll();
+    return;
+  }
+}
+
+void PreferencesDialog::reject() {
+  preferences = before_;
+  preferencesChanged = changedBefore_;
+  QDialog::reject();
+}
+
 }  // namespace
 
 bool editPreferences(QWidget* parent) {
   PreferencesDialog dialog(parent);
-  if (dialog.exec() != QDialog::Accepted) return false;
-  storePreferences(dialog.form());
-  return true;
+  return dialog.exec() == QDialog::Accepted;
 }
 
 }  // namespace vellandra

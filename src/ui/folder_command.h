@@ -1,0 +1,11 @@
+#pragma once
+
+namespace vellandra {
+
+class MainWindow;
+
+/// "Convert a folder": asks for the folder, converts its calibrations and shows what became of each. The map that was
+/// open is open again afterwards. False when nothing was converted.
+bool convertFolder(MainWindow* window);
+
+}  // namespace vellandra
