@@ -64,21 +64,20 @@ class Dialog {
  public:
   explicit Dialog(MergeMaps& maps) : maps_(maps), canvas_(proposedCanvas(maps.sides)) {
     question_.expandCaption = "Expand base map to " + sizeText(canvas_.width, canvas_.height);
+    question_.preview = previewOf(maps_.base);
   }
 
-  /// Until the person closes it, or memory runs out and there is nothing to lose.
+  /// Until the person closes it, also when the work of a button is cancelled, or memory runs out and there is nothing
+  /// to lose.
   void run() {
     while (true) {
       question_.merged = static_cast<bool>(result_.image);
-      question_.preview = pictureOf(question_.merged ? result_.image : maps_.base, previewSide);
       question_.answer = {};
       userInterface().askMerge(question_);
       const MergeAnswer& answer = question_.answer;
       if (answer.action == MergeAnswer::Action::close) {
         if (mayClose()) return;
-      } else if (answer.action == MergeAnswer::Action::save) {
-        save();
-      } else if (!merge(answer)) {
+      } else if (!work(answer)) {
         return;
       }
     }
@@ -87,6 +86,21 @@ class Dialog {
   bool anythingSaved() const { return anythingSaved_; }
 
  private:
+  static Picture previewOf(const Bitmap& image) {
+    return runWork("Scaling the map down", [&image] { return pictureOf(image, previewSide); });
+  }
+
+  /// False when the dialog cannot go on.
+  bool work(const MergeAnswer& answer) {
+    try {
+      if (answer.action == MergeAnswer::Action::merge) return merge(answer);
+      save();
+    } catch (const Cancelled& cancelled) {
+      showMessage(cancelled.what());
+    }
+    return true;
+  }
+
   bool mayClose() const {
     return !unsaved_ || askOkCancel("Merged file not written : OK to exit procedure else cancel");
   }
@@ -107,6 +121,7 @@ class Dialog {
     const auto t = static_cast<float>(*percentage / 100);
     MergedMap result = mergedMap(maps_, answer.enlarge ? std::optional(canvas_) : std::nullopt, t, coreCount());
     if (!result.image) return unsaved_;
+    question_.preview = previewOf(result.image);
     result_ = std::move(result);
     return unsaved_ = true;
   }

@@ -175,7 +175,11 @@ unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
 }  // namespace
 
 void Bitmap::Release::operator()(FIBITMAP* image) const {
-  FreeImage_Unload(image);
+  // Giving back a gigabyte takes the system a tenth of a second, in which a window would stand still.
+  constexpr std::size_t large = std::size_t{64} << 20;
+  const bool waits =
+      currentWork() == nullptr && std::size_t{FreeImage_GetPitch(image)} * FreeImage_GetHeight(image) > large;
+  if (!waits || !startLeavable([image] { FreeImage_Unload(image); })) FreeImage_Unload(image);
 }
 
 int Bitmap::width() const {

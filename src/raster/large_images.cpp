@@ -79,9 +79,8 @@ Bitmap rescaled(const Bitmap& bitmap, int width, int height) {
   if (whole || bitmap.bitsPerPixel() != 24 || width == bitmap.width() || height == bitmap.height()) {
     return rescale(bitmap, width, height);
   }
-  // The way that the library goes first, too: rounding in between shows in the pixels.
-  const bool rowsFirst = std::int64_t{width} * bitmap.height() <= std::int64_t{height} * bitmap.width();
-  return rowsFirst ? withHeight(withWidth(bitmap, width), height) : withWidth(withHeight(bitmap, height), width);
+  // In the library's order: rounding in between shows in the pixels.
+  return withHeight(withWidth(bitmap, width), height);
 }
 
 }  // namespace vellandra

@@ -47,6 +47,7 @@ class FolderInterface : public WindowInterface {
     QMessageBox question(QMessageBox::Question, shown(box.title), breakable(shown(box.text)),
                          QMessageBox::Ok | QMessageBox::YesToAll | QMessageBox::Cancel, parent());
     question.setTextFormat(Qt::PlainText);
+    question.setDefaultButton(QMessageBox::Ok);
     const int pressed = question.exec();
     overwritesAll_ = pressed == QMessageBox::YesToAll;
     return overwritesAll_ || pressed == QMessageBox::Ok ? Answer::ok : Answer::cancel;

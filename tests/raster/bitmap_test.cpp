@@ -11,6 +11,7 @@
 #include "core_fixture.h"
 #include "imaging/made_maps.h"
 #include "imaging/map_image.h"
+#include "raster/large_images.h"
 #include "support/errors.h"
 
 namespace vellandra {
@@ -131,6 +132,18 @@ TEST_F(BitmapTest, ImagesPast32767PixelsHaveASizeButDoNotLoad) {
   }
   EXPECT_THROW(LoadQuantized(folder + "wide.png"), Overflow);
   EXPECT_EQ(person.busyStates, (std::vector{true, false}));
+}
+
+TEST_F(BitmapTest, BandsDoNotShow) {
+  Bitmap colors = noise(1301, 907);
+  Bitmap indices = ColorQuantizeEx(colors, QuantizeMethod::neuQuant, false, 64);
+  ASSERT_TRUE(indices);
+  EXPECT_TRUE(bytesOf(colorsOf(indices)) == bytesOf(convertTo24Bits(indices)));
+  // Rows first, and columns first.
+  for (const auto& [width, height] :
+       {std::pair(650, 454), std::pair(1170, 816), std::pair(400, 800), std::pair(1171, 90)}) {
+    EXPECT_TRUE(bytesOf(rescaled(colors, width, height)) == bytesOf(rescale(colors, width, height))) << width;
+  }
 }
 
 TEST_F(BitmapTest, NothingButPixelsIsLoaded) {

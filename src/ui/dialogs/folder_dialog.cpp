@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -42,6 +43,7 @@ FolderDialog::FolderDialog(QWidget* parent, const std::string& folder, int count
   list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   list_->setHeaderLabels(textsOf(folderCaptions));
   list_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  list_->header()->setStretchLastSection(false);
 
   auto* buttons = new QDialogButtonBox;
   copy_ = buttons->addButton("Co&py the list", QDialogButtonBox::ActionRole);
@@ -60,7 +62,8 @@ FolderDialog::FolderDialog(QWidget* parent, const std::string& folder, int count
   layout->addWidget(step_);
   layout->addWidget(bar_);
   layout->addWidget(buttons);
-  resize(QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 28));
+  resize(QSize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 28)
+             .boundedTo(screen()->availableSize() * 9 / 10));
 }
 
 bool FolderDialog::begin(const std::string& name) {
