@@ -77,16 +77,6 @@ TEST_F(TransformTest, PointsOnOneLineFailAlsoWhereDoublesWouldRound) {
   EXPECT_FALSE(logHas("determinant lon"));
 }
 
-TEST_F(TransformTest, DeterminantAndMinor) {
-  WorkMatrix m{{{}, {0, 2, 0, 1, 3}, {0, 1, 4, 0, 2}, {0, 5, 1, 1, 0}, {0, 0, 2, 3, 1}}}, minor{};
-  // numpy.linalg.det of the upper left blocks, then of rows 1, 3, 4 and columns 1, 2, 4
-  const std::pair<int, double> rows[] = {{1, 2}, {2, 8}, {3, -11}, {4, 190}};
-  for (const auto& [n, expected] : rows) EXPECT_EQ(determinant(m, n), expected);
-  minorOf(m, 2, 3, 4, minor);
-  EXPECT_EQ(determinant(minor, 3), 32);
-  EXPECT_THROW(determinant(m, 21), SubscriptOutOfRange);
-}
-
 TEST_F(TransformTest, MercatorMapIsMadeFromTwoPoints) {
   const TiePoints pairs[] = {{{0, 0, 60, 0}, {999, 1000, 40, 20}},
                              {{0, 0, 50, 10}, {1000, 0, 50, 30}},   // on one row
@@ -255,42 +245,6 @@ TEST_F(TrialFitTest, TouchesNothing) {
     EXPECT_EQ(points(), pointsBefore);
     EXPECT_EQ(calibration.tf1, 0);
     EXPECT_EQ(static_cast<int>(fit.residuals.pixels.size()), row.count);
-  }
-}
-
-// Degrees linear in pixels, 1.5 degrees a thousand pixels, about (-20, 180) or about (0, 0) of a map of the whole
-// world.
-TEST_F(TrialFitTest, AMapAcross180DegreesIsJoinedHoweverItLies) {
-  const int pixels[][2] = {{10, 10}, {780, 590}, {780, 10}, {10, 590}, {200, 400}};
-  for (const bool wholeWorld : {false, true}) {
-    const double perPixel = wholeWorld ? 350.0 / 800 : 0.0015, middle = wholeWorld ? 0 : 180;
-    for (const int count : {2, 3, 5}) {
-      for (int turn = 0; turn < 360; turn += wholeWorld ? 360 : 15) {
-        for (const int mirror : {1, -1}) {
-          // Two points are read as a map that is neither mirrored nor turned far.
-          if (count == 2 && (mirror < 0 || (turn > 45 && turn < 315))) continue;
-          calibration = Calibration();
-          calibration.imageWidth = 800, calibration.imageHeight = 600;
-          calibration.pointCount = static_cast<std::int16_t>(count);
-          const double cosine = std::cos(turn * M_PI / 180) * perPixel, sine = std::sin(turn * M_PI / 180) * perPixel;
-          for (int i = 1; i <= count; ++i) {
-            const double x = pixels[i - 1][0] - 400, y = (pixels[i - 1][1] - 300) * mirror;
-            const double latitude = (wholeWorld ? 0 : -20) + (sine * x - cosine * y) / (wholeWorld ? 2.5 : 1);
-            const double longitude = std::remainder(middle + cosine * x + sine * y, 360);
-            calibration.points[i].setPixel(pixels[i - 1][0], pixels[i - 1][1]);
-            calibration.points[i].setPosition(latitude, longitude);
-            calibration.points[i].datumName = "WGS 84";
-          }
-          const TrialFit fit = tryFit(calibration, std::nullopt, false);
-          const std::string name = std::to_string(count) + " points turned by " + std::to_string(turn) +
-                                   (mirror < 0 ? " mirrored" : "") + (wholeWorld ? ", whole world" : "");
-          ASSERT_TRUE(fit.valid) << name;
-          const Position centre = positionAt(fit.map, 400, 300);
-          EXPECT_NEAR(std::abs(std::remainder(centre.longitude - middle, 360)), 0, count == 2 ? 0.5 : 1e-6) << name;
-          EXPECT_TRUE(count == 2 || std::abs(fit.map.tf1 - cosine) < 1e-9) << name;
-        }
-      }
-    }
   }
 }
 
