@@ -21,6 +21,7 @@ Bitmap quantizeBySample(const Bitmap& image, QuantizeMethod method, int paletteS
   Bitmap reduced = reducedSample ? allocateBitmap(Pixels::index8, image.width(), image.height()) : Bitmap();
   if (!reduced) return {};
   std::vector<PixelColor> palette;
+  palette.reserve(static_cast<std::size_t>(paletteSize));
   for (int i = 0; i < paletteSize; ++i) palette.push_back(reducedSample.paletteEntry(i));
   refinePalette(sample, palette, palette.size() - reserved.size(), threads);
   mapToPalette(image, palette, reduced, threads);
@@ -37,8 +38,8 @@ Bitmap ColorQuantizeEx(Bitmap& bitmap, QuantizeMethod method, bool unloadSource,
   reserveSize = std::clamp(reserveSize, 0, Min(paletteSize, static_cast<int>(reservePalette.size())));
   const auto reserved = reservePalette.first(static_cast<std::size_t>(reserveSize));
   Bitmap released;
-  if (unloadSource) released = std::move(bitmap);
   const Bitmap& source = unloadSource ? released : bitmap;
+  if (unloadSource) released = std::move(bitmap);
   if (std::int64_t{source.width()} * source.height() > largestWhole) {
     try {
       return quantizeBySample(source, method, paletteSize, reserved);

@@ -25,7 +25,8 @@ constexpr std::size_t colorsInCell = std::size_t{smallSide} * smallSide * smallS
 
 /// A small cell's number.
 constexpr std::size_t cellOf(int red, int green, int blue) {
-  return static_cast<std::size_t>((red / smallSide * cellsAside + green / smallSide) * cellsAside + blue / smallSide);
+  const int cell = (red / smallSide * cellsAside + green / smallSide) * cellsAside + blue / smallSide;
+  return static_cast<std::size_t>(cell);
 }
 
 template <typename Work>

@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <cerrno>
 #include <exception>
@@ -38,14 +39,14 @@ FileChanges::~FileChanges() {
 }
 
 void FileChanges::takeBack() {
-  for (auto change = changes_.rbegin(); change != changes_.rend(); ++change) {
-    const auto& [path, was] = *change;
+  std::for_each(changes_.rbegin(), changes_.rend(), [](const auto& change) {
+    const auto& [path, was] = change;
     if (!was.kept.empty()) {
       (void)::rename(was.kept.c_str(), path.c_str());
     } else {
       (void)(was.isFolder ? ::rmdir(path.c_str()) : ::unlink(path.c_str()));
     }
-  }
+  });
   changes_.clear();
 }
 

@@ -65,7 +65,7 @@ QString nameForCopy() {
   if (map.folder.empty()) return {};
   const QString stem = shownPath(map.folder + map.base);
   for (int number = 1;; ++number) {
-    const QString name = stem + (number == 1 ? QString("-new.png") : QString("-new%1.png").arg(number));
+    QString name = stem + (number == 1 ? QString("-new.png") : QString("-new%1.png").arg(number));
     if (!QFileInfo::exists(name)) return name;
   }
 }

@@ -9,7 +9,7 @@
 namespace vellandra {
 namespace {
 
-constexpr qint64 largestFile = 64 * 1024 * 1024;
+constexpr qint64 largestFile = 64 << 20;
 constexpr std::size_t mostPoints = 500000;
 constexpr qsizetype longestName = 60;
 
