@@ -204,18 +204,20 @@ void MapCanvas::findTracks() {
   constexpr double finest = 1, edge = 4;  // window units
   trackPieces_.clear();
   for (const std::vector<ViewPoint>& line : overlay_.lines) {
-    std::optional<ViewPoint> last;
+    ViewPoint last{};
+    bool begun = false;
     for (std::size_t i = 0; i < line.size(); ++i) {
       const ViewPoint place = view_.toWindow(line[i].x, line[i].y);
       if (!std::isfinite(place.x + place.y)) {
-        last.reset();
+        begun = false;
         continue;
       }
-      if (last && i + 1 < line.size() && std::abs(place.x - last->x) + std::abs(place.y - last->y) < finest) continue;
-      const bool seen = last && std::max(place.x, last->x) > -edge && std::min(place.x, last->x) < width() + edge &&
-                        std::max(place.y, last->y) > -edge && std::min(place.y, last->y) < height() + edge;
-      if (seen) trackPieces_.push_back({*last, place});
+      if (begun && i + 1 < line.size() && std::abs(place.x - last.x) + std::abs(place.y - last.y) < finest) continue;
+      const bool seen = begun && std::max(place.x, last.x) > -edge && std::min(place.x, last.x) < width() + edge &&
+                        std::max(place.y, last.y) > -edge && std::min(place.y, last.y) < height() + edge;
+      if (seen) trackPieces_.push_back({last, place});
       last = place;
+      begun = true;
     }
   }
 }
