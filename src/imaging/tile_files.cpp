@@ -12,6 +12,7 @@
 #include "calibration/log.h"
 #include "calibration/messages.h"
 #include "imaging/map_image.h"
+#include "raster/library_messages.h"
 #include "support/files.h"
 #include "support/paths.h"
 #include "support/user_interface.h"
@@ -117,9 +118,10 @@ void TileEncoder::workAhead() {
     if (!isWanted_(++number_)) continue;
     ahead_.push_back(workers_.run([this, number = number_, tile = grid_.tile(number_)] {
       EncodedTile encoded{number, tile, false, {}, path_(tile), {}};
+      const LibraryMessages messages(encoded.image.messages);
       const Bitmap part = copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom);
       encoded.copied = static_cast<bool>(part);
-      encoded.image = encodeImage(format_, part, flags_);
+      if (encoded.copied) encoded.image = encodeImage(format_, part, flags_);
       if (!encoded.image.bytes.empty()) encoded.putInPlace = prepareWholeFile(encoded.path, encoded.image.bytes);
       return encoded;
     }));
@@ -132,6 +134,7 @@ std::optional<EncodedTile> TileEncoder::next() {
   if (ahead_.empty()) return std::nullopt;
   EncodedTile tile = ahead_.front().get();
   ahead_.pop_front();
+  if (!tile.copied) logMessages(tile.image, tile.path);
   return tile;
 }
 

@@ -96,13 +96,23 @@ int seekProc(fi_handle parts, long offset, int origin) {
 long tellProc(fi_handle parts) {
   return static_cast<ImageParts*>(parts)->tell();
 }
-unsigned writeProc(void* buffer, unsigned size, unsigned count, fi_handle bytes) {
-  if (isCancelled()) giveUp("Cancelled");
+/// Where an image that is encoded goes.
+struct Output {
+  ImageFormat format;
+  std::string bytes;
+  const char* fault = nullptr;
+};
+unsigned writeProc(void* buffer, unsigned size, unsigned count, fi_handle handle) {
+  auto& output = *static_cast<Output*>(handle);
+  if (isCancelled()) output.fault = "Cancelled";
   try {
-    static_cast<std::string*>(bytes)->append(static_cast<const char*>(buffer), std::size_t{size} * count);
+    if (output.fault == nullptr) output.bytes.append(static_cast<const char*>(buffer), std::size_t{size} * count);
   } catch (const std::exception&) {
-    giveUp("no memory for the encoded image");
+    output.fault = "no memory for the encoded image";
   }
+  // The plug-in for JPEG keeps memory when it is left, or told of a fault, so it goes on for nothing. It is used for
+  // tiles, which take it a moment.
+  if (output.fault != nullptr && output.format != ImageFormat::jpeg) giveUp(output.fault);
   return count;
 }
 
@@ -272,12 +282,13 @@ EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
   if (!bitmap) return encoded;
   const LibraryMessages messages(encoded.messages);
   encoded.bytes = guarded([&] {
-    std::string bytes;
+    Output output{format, {}, nullptr};
     FreeImageIO io{nullptr, writeProc, nullptr, [](fi_handle written) {
-                     return static_cast<long>(static_cast<const std::string*>(written)->size());
+                     return static_cast<long>(static_cast<const Output*>(written)->bytes.size());
                    }};
-    const bool whole = FreeImage_SaveToHandle(identifier(format), Access::image(bitmap), &io, &bytes, flags) != FALSE;
-    return whole ? bytes : std::string();
+    const bool whole = FreeImage_SaveToHandle(identifier(format), Access::image(bitmap), &io, &output, flags) != FALSE;
+    if (whole && output.fault != nullptr) LibraryMessages::add(output.fault);
+    return whole && output.fault == nullptr ? std::move(output.bytes) : std::string();
   });
   endIfCancelled();
   return encoded;

@@ -12,11 +12,15 @@ std::thread (*startThread)(std::function<void()>) = [](std::function<void()> wor
 
 namespace {
 
+/// Asked also by what the program gives back at its very end, when there is nobody left to wait for a thread.
+constinit std::atomic<bool> programEnds = false;
+
 /// The threads that were left to themselves.
 class Leavables {
  public:
   ~Leavables() {
     std::unique_lock lock(mutex_);
+    programEnds = true;
     ended_.wait(lock, [this] { return count_ == 0; });
   }
   void begin() {
@@ -43,6 +47,7 @@ Leavables& leavables() {
 }  // namespace
 
 bool startLeavable(std::function<void()> task) {
+  if (programEnds) return false;
   leavables().begin();
   try {
     startThread([task = std::move(task)]() mutable {

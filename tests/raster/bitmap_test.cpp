@@ -1,6 +1,7 @@
 #include "raster/bitmap.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -257,6 +258,25 @@ TEST_F(BitmapTest, SavedImagesReadBackAndFailedSavesLeaveTheOldFile) {
   EXPECT_FALSE(SaveImage(ImageFormat::png, colors, folder + "absent/map.png"));
   EXPECT_EQ(contentOf(folder + "map.png"), before);
   EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2);  // the log and the map
+}
+
+TEST_F(BitmapTest, CallsOfTheLibraryThatAreCancelledKeepNoMemory) {
+  struct CancelledAtItsFirstStep : Work {
+    void show(std::int64_t, std::int64_t) override { cancel(); }
+  };
+  const Bitmap image = noise(400, 300);
+  for (const auto& [format, name] : {std::pair(ImageFormat::png, "map.png"), {ImageFormat::jpeg, "map.jpg"}}) {
+    ASSERT_TRUE(SaveImage(format, image, folder + name));
+    std::size_t before = 0;
+    for (int i = 0; i < 20; ++i) {
+      if (i == 2) before = mallinfo2().uordblks;
+      CancelledAtItsFirstStep work;
+      const AtWork atWork(&work);
+      EXPECT_THROW(LoadImageByExtension(folder + name), Cancelled);
+      EXPECT_THROW(encodeImage(format, image), Cancelled);
+    }
+    EXPECT_LT(mallinfo2().uordblks, before + 16'000) << name;
+  }
 }
 
 TEST_F(BitmapTest, JpegsAreBaselineAndFollowTheQuality) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <set>
 #include <stdexcept>
 #include <system_error>
@@ -78,6 +79,23 @@ TEST_F(ThreadsTest, WhatAnyThreadThrowsReachesTheCallerAndEndsTheWork) {
   EXPECT_THROW(forEachNumber(
                    1000, 2, [](int) {}, [](int) { throw std::runtime_error("Cancelled"); }),
                std::runtime_error);
+}
+
+/// Goes behind everything that is made while the program runs, as the image on show does.
+struct AtTheVeryEnd {
+  ~AtTheVeryEnd() {
+    if (looks) std::_Exit(startLeavable([] {}) ? 1 : 0);
+  }
+  bool looks = false;
+} atTheVeryEnd;
+
+TEST(Leavable, IsNotLeftBehindByTheProgram) {
+  const auto end = [] {
+    startLeavable([] { std::this_thread::sleep_for(std::chrono::milliseconds(50)); });
+    atTheVeryEnd.looks = true;
+    std::exit(2);
+  };
+  EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
