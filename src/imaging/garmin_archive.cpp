@@ -69,20 +69,25 @@ void packed(const std::string& path, bool succeeded) {
 
 }  // namespace
 
+GarminArchive::GarminArchive(std::string path) : path_(std::move(path)), file_(absolutePath(path_)) {
+  std::error_code error;
+  const fs::path target = fs::read_symlink(file_, error);
+  if (!error) file_ = (fs::path(file_).parent_path() / target).string();
+}
+
 bool GarminArchive::isBeingPacked() const {
   const std::scoped_lock lock(packings().mutex);
-  return packings().running.contains(absolutePath(path_));
+  return packings().running.contains(file_);
 }
 
 void GarminArchive::recover() const {
-  if (fs::exists(fs::symlink_status(path_)) || !isFile(asidePath(path_)) || !rename(asidePath(path_), path_)) return;
+  if (fs::exists(fs::symlink_status(file_)) || !isFile(asidePath(file_)) || !rename(asidePath(file_), file_)) return;
   showMessage("7-Zip was not seen to end: " + notOfThisRun(path_));
 }
 
 bool GarminArchive::pack(const std::string& kml, const std::string& images) const {
-  // Without the blank behind the archive's name, which would become part of it here. Absolute, as 7-Zip takes some
-  // names for switches or lists of files.
-  const std::string archive = absolutePath(path_);
+  // Without the blank behind the archive's name, which would become part of it here.
+  const std::string& archive = file_;
   std::vector<std::string> command = {
       findFile(preferences.sevenZipPath), "a", "-tzip", "-mx0", archive, absolutePath(kml), absolutePath(images)};
   std::string shown =
@@ -98,7 +103,7 @@ bool GarminArchive::pack(const std::string& kml, const std::string& images) cons
     const std::scoped_lock lock(packings().mutex);
     packings().running.insert(archive);
   }
-  const auto whenEnded = [archive](bool succeeded) { packed(archive, succeeded); };
+  const auto whenEnded = [archive = file_](bool succeeded) { packed(archive, succeeded); };
   if (!command[0].empty() && startProgram(command, whenEnded)) return true;
   {
     const std::scoped_lock lock(packings().mutex);

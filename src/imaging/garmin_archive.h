@@ -8,7 +8,8 @@ namespace vellandra {
 /// so that one has another name while 7-Zip works, and gets its own back when 7-Zip fails.
 class GarminArchive {
  public:
-  explicit GarminArchive(std::string path) : path_(std::move(path)) {}
+  /// Where `path` is a link, it stays, and the archive is what it leads to.
+  explicit GarminArchive(std::string path);
 
   /// Whether 7-Zip, started by this program, is at work on it.
   bool isBeingPacked() const;
@@ -24,7 +25,8 @@ class GarminArchive {
   void noteNotOfThisRun() const;
 
  private:
-  std::string path_;
+  std::string path_;  ///< as it is shown
+  std::string file_;  ///< absolute, as 7-Zip takes some names for switches or lists of files
 };
 
 /// Tells on the panel which archives 7-Zip has failed to pack since the last call.

@@ -145,7 +145,7 @@ void noteWrittenFiles(const WrittenTiles& written, const std::string& imagesFold
     ++others;
   }
   if (others > 0) {
-    showMessage(std::to_string(others) + " other files are in " + imagesFolder + ", which 7-Zip packs with the tiles");
+    showMessage(std::to_string(others) + " other files are in " + imagesFolder + ", and go into an archive of it");
   }
 }
 

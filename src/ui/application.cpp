@@ -5,6 +5,7 @@
 
 #include "calibration/session.h"
 #include "support/user_interface.h"
+#include "support/work.h"
 
 namespace vellandra {
 
@@ -14,7 +15,7 @@ bool Application::notify(QObject* receiver, QEvent* event) {
   } catch (...) {
     const std::string before = lastTold;  // of the command that this may be a part of
     (void)runCommand([thrown = std::current_exception()]() -> bool { std::rethrow_exception(thrown); });
-    showOnce(lastTold);
+    if (lastTold != Cancelled().what()) showOnce(lastTold);
     lastTold = before;
   }
   return false;

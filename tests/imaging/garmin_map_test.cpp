@@ -321,6 +321,13 @@ TEST_F(GarminMapTest, TheOldArchiveKeepsItsNameUnlessANewOneIsPacked) {
   writeTestFile(archive + ".go", "");
   EXPECT_TRUE(isPacked("area.kmz"));
   EXPECT_EQ(contentIfAny(archive) + contentIfAny(aside), "new");
+  const std::string elsewhere = folder + "elsewhere.kmz";
+  fs::rename(archive, elsewhere);
+  fs::create_symlink("elsewhere.kmz", archive);
+  writeTestFile(elsewhere + ".go", "");
+  EXPECT_TRUE(WriteGarminCustomMap());
+  EXPECT_TRUE(isPacked("elsewhere.kmz"));
+  EXPECT_TRUE(fs::is_symlink(archive) && contentOf(elsewhere) == "new");
 }
 
 }  // namespace

@@ -225,7 +225,7 @@ TEST_F(TilesTest, WhatAnEarlierRunLeftGoesWhenTheNewSetIsComplete) {
   EXPECT_EQ(filesIn("area_tiles/files"), jpegs);
   EXPECT_EQ(filesIn("area_tiles/set"), pngs);
   EXPECT_TRUE(panelHas("2 tiles of an earlier run removed from " + folder + "area_tiles/set\r\n")) << person.panel;
-  EXPECT_TRUE(panelHas("12 other files are in " + folder + "area_tiles/files, which 7-Zip packs with the tiles\r\n"));
+  EXPECT_TRUE(panelHas("12 other files are in " + folder + "area_tiles/files, and go into an archive of it\r\n"));
 }
 
 TEST_F(TilesTest, FoldersAndListsThatCannotBeWritten) {
