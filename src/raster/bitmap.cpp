@@ -96,9 +96,17 @@ int seekProc(fi_handle parts, long offset, int origin) {
 long tellProc(fi_handle parts) {
   return static_cast<ImageParts*>(parts)->tell();
 }
+/// The plug-in for JPEG keeps memory when it is left, or told of a fault, and the one for PNG the palette's. So what
+/// takes them a moment, as tiles do, goes on to its end for nothing.
+bool encodingCanBeLeft(ImageFormat format, const Bitmap& bitmap) {
+  constexpr std::int64_t aMoment = 1'000'000;  // pixels
+  const bool small = std::int64_t{bitmap.width()} * bitmap.height() <= aMoment;
+  return format != ImageFormat::jpeg && !(small && bitmap.bitsPerPixel() <= 8);
+}
+
 /// Where an image that is encoded goes.
 struct Output {
-  ImageFormat format;
+  bool canBeLeft;
   std::string bytes;
   const char* fault = nullptr;
 };
@@ -110,9 +118,7 @@ unsigned writeProc(void* buffer, unsigned size, unsigned count, fi_handle handle
   } catch (const std::exception&) {
     output.fault = "no memory for the encoded image";
   }
-  // The plug-in for JPEG keeps memory when it is left, or told of a fault, so it goes on for nothing. It is used for
-  // tiles, which take it a moment.
-  if (output.fault != nullptr && output.format != ImageFormat::jpeg) giveUp(output.fault);
+  if (output.fault != nullptr && output.canBeLeft) giveUp(output.fault);
   return count;
 }
 
@@ -282,7 +288,7 @@ EncodedImage encodeImage(ImageFormat format, const Bitmap& bitmap, int flags) {
   if (!bitmap) return encoded;
   const LibraryMessages messages(encoded.messages);
   encoded.bytes = guarded([&] {
-    Output output{format, {}, nullptr};
+    Output output{encodingCanBeLeft(format, bitmap), {}, nullptr};
     FreeImageIO io{nullptr, writeProc, nullptr, [](fi_handle written) {
                      return static_cast<long>(static_cast<const Output*>(written)->bytes.size());
                    }};
