@@ -183,6 +183,7 @@ class PreparedFile {
       endIfCancelled();
       if (!writeAll(hidden_.file.get(), rest.substr(0, piece))) return false;
     }
+    endIfCancelled();
     return hidden_.file && ::fsync(hidden_.file.get()) == 0;
   }
 
