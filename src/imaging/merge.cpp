@@ -135,6 +135,7 @@ class Dialog {
     if (!saveAndOpen(reduced ? reduced : result_.image, result_.map, *path)) return;
     unsaved_ = false;
     anythingSaved_ = true;
+    showMessage("Merged map saved as " + *path + ", with its calibration beside it");
   }
 
   MergeMaps& maps_;
