@@ -37,15 +37,17 @@ click() {  # X Y in the window
   xdotool mousemove --window "$window" "$1" "$2" click 1
 }
 
-# aim WIDTH HEIGHT: finds where a map of this size lies in the viewer, which is grey above and below it; the scale is in
-# thousandths.
+# aim WIDTH HEIGHT: finds where a map of this size lies in the viewer, which is grey around it, and as broad as the viewer
+# but for a margin; the scale is in thousandths.
 aim() {
   import -window "$window" "$folder/aim.png"
   local grey
   grey=$(convert "$folder/aim.png" -fuzz 1% -fill black +opaque 'rgb(160,160,160)' -threshold 0 \
     -morphology Open Square:10 -format '%@' info:)
   IFS='x+' read -r width height left top <<<"$grey"
-  scale=$((width * 1000 / $1))
+  local margin=18
+  scale=$(((width - 2 * margin) * 1000 / $1))
+  left=$((left + margin))
   top=$((top + (height - $2 * scale / 1000) / 2))
 }
 
