@@ -88,7 +88,8 @@ TEST_F(KillTest, NoMoreThanTheLastChangeOfACalibrationIsLost) {
     for (int i = 0; 2 * i < changes; ++i) {
       CalibrationPoint point;
       point.setPixel(i + (2 * i + 1 < changes ? 100 : 0), 7 * i);
-      point.setPosition(50 + 1 / 3.0 * i, -1e-7 / 3 * i);
+      const PointGrid grid{EntryGrid(i % 4), "Adindan", static_cast<std::int16_t>(20 + i), i % 2 == 1};
+      point.setPosition(50 + 1 / 3.0 * i, -1e-7 / 3 * i, grid);
       point.datumName = "European 1950 (Mean France)";
       points.push_back({point, i % 3 == 2});
     }
@@ -108,7 +109,9 @@ TEST_F(KillTest, NoMoreThanTheLastChangeOfACalibrationIsLost) {
     std::ostringstream out;
     out << std::hexfloat << map.imagePath << map.imageWidth << map.imageHeight << map.projection;
     for (const auto& [point, off] : enteredPoints(map)) {
-      out << "\n" << off << point.pixelX << "," << point.pixelY << point.latitude << point.longitude << point.datumName;
+      out << "\n"
+          << off << point.pixelX << "," << point.pixelY << point.latitude << point.longitude << point.datumName
+          << static_cast<int>(point.grid.grid) << point.grid.datum << point.grid.zone << point.grid.southern;
     }
     return out.str();
   };
