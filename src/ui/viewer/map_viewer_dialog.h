@@ -48,6 +48,7 @@ class MapViewerDialog : public QDialog {
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
+  // Layout.
   void build();
   QHBoxLayout* buildTools();
   void addPanTools(QHBoxLayout* tools);
@@ -58,6 +59,7 @@ class MapViewerDialog : public QDialog {
   QHBoxLayout* buildBottom();
   void connectCanvas();
 
+  // Steps: what the person does with the points.
   void followInstruction();
   bool chooseSettings();
   void placeAt(int x, int y);
@@ -75,20 +77,25 @@ class MapViewerDialog : public QDialog {
 
   void pointsChanged();
   void keepPoints();
+
+  // Display: what the window shows of the work.
+  void showPoints();
   void updateMarks();
   void updateList();
   void updateFit();
   void updateButtons();
-  void addChecks(QPushButton* button);
-  void updateOverlay();
-  void askForPlace();
-  QString goTo(const QString& text, const std::string& datum);
-  void loadTracks();
   void showPixel(int x, int y);
   void updateReadout();
   PointGrid mapGrid() const;
   QString reportOf(int number) const;
   void showCrop();
+
+  // Checks: whether the calibration is right.
+  void addChecks(QPushButton* button);
+  void updateOverlay();
+  void askForPlace();
+  QString goTo(const QString& text, const std::string& datum);
+  void loadTracks();
 
   ViewerMode mode_;
   const Bitmap& image_;
