@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <set>
 #include <stdexcept>
@@ -57,9 +58,12 @@ TEST_F(ThreadsTest, WhatAnyThreadThrowsReachesTheCallerAndEndsTheWork) {
     std::atomic<bool> thrown = false;
     const auto work = [&](int) {
       ++begun;
-      // The helper throws where there is one, and the caller's thread goes on until then.
+      // The helper throws where there is one; the caller's thread waits for it, then goes on slowly, lest a helper that
+      // is held up on its way out finds nothing left to end.
       if (toBeHad == 1 && std::this_thread::get_id() == caller) {
-        while (!thrown) std::this_thread::yield();
+        do {
+          std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        } while (!thrown);
         return;
       }
       thrown = true;
