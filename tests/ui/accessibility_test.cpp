@@ -1,4 +1,5 @@
 #include <QAccessible>
+#include <QScreen>
 #include <set>
 
 #include "imaging/tile_grid.h"
@@ -75,6 +76,7 @@ TEST_F(WindowTest, EveryFieldSaysWhatItIsForAndHasItsOwnKey) {
   for (const ViewerMode mode : {ViewerMode::calibrate, ViewerMode::view, ViewerMode::crop}) {
     const MapViewerDialog viewer(mode, mapImage.bitmap, window.get());
     expectNames(viewer);
+    EXPECT_LE(viewer.minimumSizeHint().width(), viewer.screen()->availableSize().width());
     for (const EntryGrid grid : {EntryGrid::degrees, EntryGrid::british, EntryGrid::irish, EntryGrid::utm}) {
       auto* entry = viewer.findChild<PointEntry*>();
       if (entry == nullptr) continue;

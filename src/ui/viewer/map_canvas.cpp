@@ -24,7 +24,7 @@ MapCanvas::MapCanvas(const Bitmap& image, QWidget* parent)
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
-  setMinimumSize(240, 180);
+  setMinimumSize(200, 150);
   setAccessibleName("Map");
   setAccessibleDescription(
       "Arrow keys move the map, plus and minus zoom, F fits it to the window, 1 "

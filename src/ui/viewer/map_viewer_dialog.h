@@ -50,8 +50,8 @@ class MapViewerDialog : public QDialog {
  private:
   // Layout.
   void build();
-  QHBoxLayout* buildTools();
-  void addPanTools(QHBoxLayout* tools);
+  QWidget* buildTools();
+  QWidget* buildPanTools();
   QWidget* buildSide();
   QHBoxLayout* buildLooks();
   void connectSide();
@@ -125,6 +125,8 @@ class MapViewerDialog : public QDialog {
   QPushButton* done_ = nullptr;
   QPushButton* cancel_ = nullptr;
   PointList* list_ = nullptr;
+  QWidget* aboutPoints_ = nullptr;  ///< what stands between the list and the entry
+  bool entryNeedsRoom_ = false;     ///< the screen is too low to show both at once
   QCheckBox* zoomToPoint_ = nullptr;
   QCheckBox* worstFirst_ = nullptr;
   QLabel* fit_ = nullptr;

@@ -71,6 +71,7 @@ void MapViewerDialog::updateFit() {
 
 void MapViewerDialog::updateButtons() {
   instruction_->setText(instructionText(session_.instruction()));
+  aboutPoints_->setVisible(!entryNeedsRoom_ || entry_->isHidden());
   settingsButton_->setEnabled(session_.isPlacing() && entry_->isHidden());
   undo_->setEnabled(session_.canUndo() || session_.waiting().has_value());
   redo_->setEnabled(session_.canRedo() && entry_->isHidden());

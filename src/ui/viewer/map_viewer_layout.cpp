@@ -7,6 +7,7 @@
 #include <QSplitter>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "raster/bitmap.h"
 #include "ui/viewer/map_canvas.h"
@@ -39,11 +40,18 @@ void MapViewerDialog::build() {
   splitter->addWidget(mode_ == ViewerMode::crop ? buildCropSide() : buildSide());
   splitter->setStretchFactor(0, 1);
   splitter->setCollapsible(0, false);
+  const QSize available = screen()->availableSize();
+  QWidget* steps = buildTools();
+  QWidget* pan = buildPanTools();
+  // A small screen at 200 % has no room for both in one row.
+  const bool oneRow = steps->sizeHint().width() + pan->sizeHint().width() < available.width() * 0.94;
+  auto* tools = new QBoxLayout(oneRow ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+  tools->addWidget(steps, 1);
+  tools->addWidget(pan);
   auto* layout = new QVBoxLayout(this);
-  layout->addLayout(buildTools());
+  layout->addLayout(tools);
   layout->addWidget(splitter, 1);
   layout->addLayout(buildBottom());
-  const QSize available = QApplication::primaryScreen()->availableSize();
   resize(QSize(1180, 780).boundedTo(available * 0.94));
   restoreGeometry(windowSettings().value(geometryKey).toByteArray());
 }
@@ -53,14 +61,23 @@ void MapViewerDialog::done(int result) {
   QDialog::done(result);
 }
 
-QHBoxLayout* MapViewerDialog::buildTools() {
-  auto* tools = new QHBoxLayout;
+/// What is done with the points.
+QWidget* MapViewerDialog::buildTools() {
+  auto* row = new QWidget;
+  auto* tools = new QHBoxLayout(row);
+  tools->setContentsMargins(0, 0, 0, 0);
   if (mode_ != ViewerMode::crop) {
     instruction_ = addButton(tools, "", "What to do next");
     instruction_->setObjectName("instruction");
     QFont bold = instruction_->font();
     bold.setBold(true);
     instruction_->setFont(bold);
+    int widest = 0;  // so that the row stays as it is from step to step
+    for (const Instruction step : {Instruction::start, Instruction::clickMap, Instruction::finish}) {
+      instruction_->setText(instructionText(step));
+      widest = std::max(widest, instruction_->sizeHint().width());
+    }
+    instruction_->setMinimumWidth(widest);
     connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
     settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
@@ -75,11 +92,14 @@ QHBoxLayout* MapViewerDialog::buildTools() {
     tools->addWidget(hint);
   }
   tools->addStretch();
-  addPanTools(tools);
-  return tools;
+  return row;
 }
 
-void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
+/// Which part of the map is seen.
+QWidget* MapViewerDialog::buildPanTools() {
+  auto* row = new QWidget;
+  auto* tools = new QHBoxLayout(row);
+  tools->setContentsMargins(0, 0, 0, 0);
   const auto addTool = [&](const char* name, Qt::ArrowType arrow, const QString& text) {
     auto* button = new QToolButton;
     arrow == Qt::NoArrow ? button->setText(text) : button->setArrowType(arrow);
@@ -106,6 +126,8 @@ void MapViewerDialog::addPanTools(QHBoxLayout* tools) {
           [this] { canvas_->fit(); });
   connect(addButton(tools, "Fu&ll", "One pixel of the map as one of the screen (1)"), &QPushButton::clicked, this,
           [this] { canvas_->full(); });
+  tools->addStretch();
+  return row;
 }
 
 QWidget* MapViewerDialog::buildSide() {
@@ -113,6 +135,9 @@ QWidget* MapViewerDialog::buildSide() {
   auto* layout = new QVBoxLayout(side);
   layout->setContentsMargins(6, 0, 0, 0);
   list_ = new PointList(nullptr);
+  aboutPoints_ = new QWidget;
+  auto* about = new QVBoxLayout(aboutPoints_);
+  about->setContentsMargins(0, 0, 0, 0);
   auto* tools = new QHBoxLayout;
   adjust_ = addButton(tools, "&Adjust...", "Moves the chosen point by pixels, or deletes it");
   correct_ = addButton(tools, "C&oordinates...", "Asks for the coordinates of the chosen point again");
@@ -124,11 +149,16 @@ QWidget* MapViewerDialog::buildSide() {
   fit_->setMinimumHeight(2 * fit_->fontMetrics().lineSpacing());
   entry_ = new PointEntry(nullptr);
   entry_->hide();
+  about->addLayout(tools);
+  about->addLayout(buildLooks());
+  about->addWidget(fit_);
   layout->addWidget(list_, 1);
-  layout->addLayout(tools);
-  layout->addLayout(buildLooks());
-  layout->addWidget(fit_);
+  layout->addWidget(aboutPoints_);
   layout->addWidget(entry_);
+  constexpr int linesOfTallSide = 36;
+  const int line = fontMetrics().lineSpacing();
+  entryNeedsRoom_ = screen()->availableSize().height() < linesOfTallSide * line;
+  if (entryNeedsRoom_) list_->setMinimumHeight(4 * line);  // heading and one row
   side->setMinimumWidth(list_->widthOfRows());
   connectSide();
   return side;
