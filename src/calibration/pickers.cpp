@@ -52,8 +52,8 @@ std::string get7file() {
   return userInterface().askOpenFile({"Find 7z.exe ", "*.exe", "Exe files(*.exe)|*.exe"});
 }
 
-std::string putpfile() {
-  std::string path = userInterface().askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png"});
+std::string putpfile(const std::string& copyOf) {
+  std::string path = userInterface().askSaveFile({"Save image file  ", "*.png", "PNG files(*.png)|*.png", copyOf});
   if (!path.empty() && !lowerCase(path).ends_with(".png")) path += ".png";
   return path;
 }

@@ -9,7 +9,8 @@ std::string getfile(const std::string& title);  ///< a calibration file
 std::string getifile();                         ///< a map image
 std::string getdfile();                         ///< the datum table
 std::string get7file();                         ///< the 7-Zip program
-std::string putpfile();                         ///< where to save an image; ends in ".png"
+/// Where to save an image, for a copy that of `copyOf`; ends in ".png".
+std::string putpfile(const std::string& copyOf = {});
 
 /// Asks for the datum table, or the 7-Zip program, and keeps the path in the preferences. False when cancelled.
 bool locateDatumsFile();

@@ -54,7 +54,7 @@ int pngFlags(const Bitmap& image) {
 }  // namespace
 
 std::optional<std::string> askWhereToSave(const MapFiles& inUse) {
-  const std::string path = putpfile();
+  const std::string path = putpfile(inUse.empty() ? std::string() : inUse.front());
   if (path.empty()) return std::nullopt;
   const std::string mapPath = mapPathBeside(path);
   if (isOneOf(inUse, path) || isOneOf(inUse, mapPath)) {

@@ -14,7 +14,7 @@ using MapFiles = std::vector<std::string>;
 
 /// Asks for the PNG file to save a map in. Asks before that file is replaced, and, with the preference "warnoverwrite"
 /// on, before the ".map" beside it is. Nothing when the person cancels, or, with the person told, when one of the two
-/// is among `inUse`.
+/// is among `inUse`. The first of those is the image that the copy is named after.
 std::optional<std::string> askWhereToSave(const MapFiles& inUse);
 
 /// Saves `image` as PNG in `path` and its calibration `map` as ".map" beside it, and opens it as the map at hand (see

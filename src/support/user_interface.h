@@ -33,6 +33,7 @@ struct FilePicker {
   std::string title;
   std::string defaultName;
   std::string filter;
+  std::string copyOf = {};  ///< the image of which a copy is saved
 };
 
 /// What a world file in grid coordinates does not say itself.

@@ -198,6 +198,7 @@ TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
     const Canvas canvas = proposedCanvas({base, other});
     EXPECT_EQ(person.mergeQuestions.back().expandCaption,
               "Expand base map to " + std::to_string(canvas.width) + " x " + std::to_string(canvas.height));
+    EXPECT_EQ(person.pickers.back().copyOf, folder + "base.png");
     EXPECT_TRUE(panelHas("Merged map saved as " + path + ", with its calibration beside it\r\n"));
     const Bitmap image = LoadImageByExtension(path);
     EXPECT_EQ(image.bitsPerPixel(), 8);

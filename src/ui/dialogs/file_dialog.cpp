@@ -8,7 +8,6 @@
 #include <QStandardPaths>
 #include <QTreeView>
 
-#include "calibration/calibration.h"
 #include "support/paths.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/widgets/window_settings.h"
@@ -59,9 +58,9 @@ QString allPatterns(const std::string& filter) {
   return patterns.size() > 1 ? "All calibrations (" + patterns.join(' ') + ")" : QString();
 }
 
-/// Beside the open map, under a name that is free.
-QString nameForCopy() {
-  const PathParts map = splitPath(calibration.imagePath);
+/// Beside the map, under a name that is free. Empty without a map.
+QString nameForCopy(const std::string& imagePath) {
+  const PathParts map = splitPath(imagePath);
   if (map.folder.empty()) return {};
   const QString stem = shownPath(map.folder + map.base);
   for (int number = 1;; ++number) {
@@ -91,7 +90,7 @@ std::string pickFile(QWidget* parent, const FilePicker& picker, bool save) {
   if (const QString all = allPatterns(picker.filter); !save && !all.isEmpty()) filters << all;
   if (!save) filters << "All files (*)";
   dialog.setNameFilters(filters);
-  const QString copy = save ? nameForCopy() : QString();
+  const QString copy = save ? nameForCopy(picker.copyOf) : QString();
   dialog.selectFile(copy.isEmpty() ? shown(picker.defaultName) : copy);
   // Names, types and dates are to be read without pulling at the columns.
   constexpr int characters = 110;

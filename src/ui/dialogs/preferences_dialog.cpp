@@ -56,7 +56,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   gisPrograms_ = addCheckBox(files, "gisprograms", "Write for GDAL, QGIS, GP&XSee and Google Earth", p.gisPrograms);
 
   QFormLayout* viewer = addGroup(left, "Map viewer");
-  showGrid_ = addCheckBox(viewer, "showgrid", "Show the &grid of latitude and longitude", p.showGrid);
+  showGrid_ = addCheckBox(viewer, "showgrid", "Show the map's &grid", p.showGrid);
   degreeFormat_ = new QComboBox;
   degreeFormat_->setObjectName("degreeformat");
   degreeFormat_->addItems({"Degrees", "Degrees and minutes", "Degrees, minutes and seconds"});
