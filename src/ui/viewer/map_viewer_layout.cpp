@@ -1,4 +1,4 @@
-#include <QApplication>
+#include <QAction>
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -67,7 +67,7 @@ QWidget* MapViewerDialog::buildTools() {
   auto* tools = new QHBoxLayout(row);
   tools->setContentsMargins(0, 0, 0, 0);
   if (mode_ != ViewerMode::crop) {
-    instruction_ = addButton(tools, "", "What to do next");
+    instruction_ = addButton(tools, "", "What to do next (Ctrl+Enter)");
     instruction_->setObjectName("instruction");
     QFont bold = instruction_->font();
     bold.setBold(true);
@@ -79,6 +79,10 @@ QWidget* MapViewerDialog::buildTools() {
     }
     instruction_->setMinimumWidth(widest);
     connect(instruction_, &QPushButton::clicked, this, &MapViewerDialog::followInstruction);
+    auto* next = new QAction(this);
+    next->setShortcuts({Qt::CTRL | Qt::Key_Return, Qt::CTRL | Qt::Key_Enter});
+    connect(next, &QAction::triggered, instruction_, &QPushButton::click);
+    addAction(next);
     settingsButton_ = addButton(tools, "&Settings...", "Grid and datum of the next points");
     connect(settingsButton_, &QPushButton::clicked, this, [this] { chooseSettings(); });
     undo_ = addButton(tools, "&Undo", "Takes the last step back (Ctrl+Z)");
