@@ -125,7 +125,7 @@ choose_file "Open calibration file for map" "iberia.map"
 wait_window "$main"
 press alt+e p
 wait_window "Preferences"
-press alt+c
+press alt+b
 picture preferences
 press Return
 wait_window "$main"

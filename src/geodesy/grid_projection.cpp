@@ -15,7 +15,9 @@ PointGrid withOwnDatum(PointGrid grid) {
 GridProjection::GridProjection(const PointGrid& grid) : grid_(grid) {
   if (grid_.datum == wgs84Name) return;
   datumIndex_ = findDatumByName(datumColumnName(grid_.datum));
-  if (datumIndex_ == 0) grid_ = PointGrid();
+  if (datumIndex_ != 0) return;
+  known_ = false;
+  grid_ = PointGrid();
 }
 
 Position GridProjection::toWgs84(Position position) const {

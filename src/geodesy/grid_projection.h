@@ -16,6 +16,7 @@ class GridProjection {
   /// Degrees on WGS 84 in place of a grid whose datum is not in the table.
   explicit GridProjection(const PointGrid& grid);
   const PointGrid& grid() const { return grid_; }
+  bool isKnown() const { return known_; }  ///< its datum is in the table
   bool isInMetres() const { return grid_.grid != EntryGrid::degrees; }
 
   /// Degrees on the grid's datum to degrees on WGS 84 and back; a longitude stays within half a turn of the one given.
@@ -30,6 +31,7 @@ class GridProjection {
  private:
   PointGrid grid_;
   int datumIndex_ = 0;  ///< row of the table; 0 is WGS 84
+  bool known_ = true;
 };
 
 }  // namespace vellandra

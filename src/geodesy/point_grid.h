@@ -17,7 +17,11 @@ struct PointGrid {
   std::string datum = wgs84Name;  ///< trimmed name from the datum table
   std::int16_t zone = 30;         ///< of UTM
   bool southern = false;
-  bool operator==(const PointGrid&) const = default;
+  /// Zone and side count on UTM only.
+  bool operator==(const PointGrid& other) const {
+    return grid == other.grid && datum == other.datum &&
+           (grid != EntryGrid::utm || (zone == other.zone && southern == other.southern));
+  }
 };
 
 }  // namespace vellandra

@@ -75,6 +75,8 @@ class Dialog {
       question_.answer = {};
       userInterface().askMerge(question_);
       const MergeAnswer& answer = question_.answer;
+      question_.percentage = answer.percentage;
+      question_.enlarge = answer.enlarge;
       if (answer.action == MergeAnswer::Action::close) {
         if (mayClose()) return;
       } else if (!work(answer)) {
@@ -107,8 +109,6 @@ class Dialog {
 
   /// False when there is no memory for the result and no earlier one that waits to be saved.
   bool merge(const MergeAnswer& answer) {
-    question_.percentage = answer.percentage;
-    question_.enlarge = answer.enlarge;
     const std::optional<double> percentage = numberIn(answer.percentage, mergeWeights);
     if (!percentage) {
       tell("Transparency must be 0 to 100");

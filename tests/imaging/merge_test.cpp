@@ -174,7 +174,7 @@ class MergeMapsTest : public CoreTest {
   static MergeAnswer merge(const std::string& percentage, bool enlarged) {
     return {MergeAnswer::Action::merge, percentage, enlarged};
   }
-  const MergeAnswer save{MergeAnswer::Action::save, "", false}, close{MergeAnswer::Action::close, "", false};
+  const MergeAnswer save{MergeAnswer::Action::save, "70", false}, close{MergeAnswer::Action::close, "", false};
 };
 
 TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
@@ -198,6 +198,7 @@ TEST_F(MergeMapsTest, EnlargedMapIsSavedWithItsCalibrationAndOpen) {
     const Canvas canvas = proposedCanvas({base, other});
     EXPECT_EQ(person.mergeQuestions.back().expandCaption,
               "Expand base map to " + std::to_string(canvas.width) + " x " + std::to_string(canvas.height));
+    EXPECT_EQ(person.mergeQuestions.back().percentage, "70") << "as it was typed";
     EXPECT_EQ(person.pickers.back().copyOf, folder + "base.png");
     EXPECT_TRUE(panelHas("Merged map saved as " + path + ", with its calibration beside it\r\n"));
     const Bitmap image = LoadImageByExtension(path);

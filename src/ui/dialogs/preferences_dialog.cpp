@@ -69,7 +69,7 @@ PreferencesDialog::PreferencesDialog(QWidget* parent) : QDialog(parent) {
   tileHeight_ = addNumber(tiles, "tileheight", "Tile &height, pixels", p.tileHeight, tileSides);
 
   QFormLayout* garmin = addGroup(right, "Garmin Custom Map");
-  advancedGarmin_ = addCheckBox(garmin, "advancedgarminmapping", "&Choose the tiles before they are written",
+  advancedGarmin_ = addCheckBox(garmin, "advancedgarminmapping", "Choose the tiles &before they are written",
                                 p.advancedGarminMapping);
   transparent_ =
       addCheckBox(garmin, "kmztransparency", "&Transparent, over the device's own map", p.kmzTransparency != 0);

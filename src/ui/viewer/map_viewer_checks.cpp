@@ -113,8 +113,11 @@ void MapViewerDialog::updateOverlay() {
 }
 
 void MapViewerDialog::askForPlace() {
-  std::vector<std::string> datums = {mapGrid().datum};
-  if (datums[0] != wgs84Name) datums.emplace_back(wgs84Name);
+  const PointGrid grid = mapGrid();
+  std::vector<std::string> datums = {wgs84Name};
+  // Degrees and UTM on a map with a national grid come from elsewhere.
+  const bool isNational = grid.grid == EntryGrid::british || grid.grid == EntryGrid::irish;
+  if (grid.datum != wgs84Name) datums.insert(isNational ? datums.end() : datums.begin(), grid.datum);
   GoToDialog dialog(datums, this);
   connect(&dialog, &GoToDialog::asked, this,
           [this, &dialog](const QString& text, const std::string& datum) { dialog.setAnswer(goTo(text, datum)); });
@@ -136,6 +139,7 @@ QString MapViewerDialog::goTo(const QString& text, const std::string& datum) {
   const std::optional<Position> given = positionOf(fields);
   if (!given) return "Invalid grid reference";
   const GridProjection projection(fields.grid);
+  if (!projection.isKnown()) return "Datum " + shown(fields.grid.datum) + " is not in the table of datums";
   const Position position = projection.toWgs84(*given);
   const ViewPoint place = placeOf(map, position);
   const GridName name = nameOf(fields.grid);

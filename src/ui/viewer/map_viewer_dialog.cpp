@@ -1,6 +1,7 @@
 #include "ui/viewer/map_viewer_dialog.h"
 
 #include <QAbstractButton>
+#include <QAbstractSpinBox>
 #include <QKeyEvent>
 
 #include "calibration/driver.h"
@@ -79,8 +80,10 @@ void MapViewerDialog::followInstruction() {
 }
 
 bool MapViewerDialog::chooseSettings() {
-  CalibrationSettingsDialog dialog(lastCalibrationSettings, this);
+  // First those of the map's own points: on another datum new ones would lie beside them.
+  CalibrationSettingsDialog dialog(settingsChosen_ ? lastCalibrationSettings : mapGrid(), this);
   if (dialog.exec() != QDialog::Accepted) return false;
+  settingsChosen_ = true;
   lastCalibrationSettings = dialog.settings();
   entry_->setSettings(withOwnDatum(lastCalibrationSettings));
   return true;
@@ -285,8 +288,8 @@ void MapViewerDialog::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
     if (auto* button = qobject_cast<QAbstractButton*>(focusWidget())) {
       button->click();
-    } else if (mode_ == ViewerMode::crop) {
-      accept();
+    } else if (mode_ == ViewerMode::crop && qobject_cast<QAbstractSpinBox*>(focusWidget()) == nullptr) {
+      accept();  // in a field Enter takes the number and no more
     }
     return;
   }

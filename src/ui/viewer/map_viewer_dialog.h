@@ -105,6 +105,7 @@ class MapViewerDialog : public QDialog {
   std::optional<ViewPoint> pointedAt_;  ///< the pixel that is read out
   GpxFile tracks_;
   std::optional<Position> sought_;  ///< the place gone to, on WGS 84
+  bool settingsChosen_ = false;     ///< in this window
   int selected_ = 0;
   std::size_t keptStep_ = 0;  ///< at which the points were kept last
   QTimer keepLater_;

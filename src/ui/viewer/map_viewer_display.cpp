@@ -66,7 +66,7 @@ void MapViewerDialog::updateList() {
 }
 
 void MapViewerDialog::updateFit() {
-  fit_->setText(shown(fitReport(session_.fit(), session_.pointsOn())));
+  fit_->setText(shown(fitReport(session_.fit(), session_.pointsOn(), session_.pointsOff())));
 }
 
 void MapViewerDialog::updateButtons() {

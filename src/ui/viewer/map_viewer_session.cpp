@@ -54,13 +54,14 @@ const char* instructionText(Instruction instruction) {
   return "";
 }
 
-std::string fitReport(const TrialFit& fit, std::size_t count) {
+std::string fitReport(const TrialFit& fit, std::size_t count, std::size_t off) {
+  if (count == 0 && off > 0) return "All points are off: two at least, far apart, make a calibration";
   if (count == 0) return "No points yet: two at least, far apart, make a calibration";
   if (count == 1) return "One point more makes a calibration";
   if (!fit.valid) return "These points make no calibration: they share a place, or one is wrong";
   if (fitsAnyway(fit, count)) return "Two or three points always fit: take four or more";
   std::string error = "Error of the fit: " + formatNumber(fit.residuals.rootMeanSquare, "0.00") + " pixels (rms)";
-  if (!fit.map.offPoints.empty()) error += ", " + std::to_string(fit.map.offPoints.size()) + " off";
+  if (off > 0) error += ", " + std::to_string(off) + " off";
   if (isExact(fit)) return error;
   if (count <= 3) return error + "\nFour points or more show how good they are";
   if (!fit.residuals.worstStandsOut()) return error + "\nNo point is worse than all others";

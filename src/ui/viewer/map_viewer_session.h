@@ -25,8 +25,8 @@ struct TiePoint {
 enum class Instruction { start, clickMap, finish };
 const char* instructionText(Instruction instruction);
 
-/// What the panel beside the map says about the fit of `count` points, all that are switched on.
-std::string fitReport(const TrialFit& fit, std::size_t count);
+/// What the panel beside the map says about the fit of `count` points, all that are switched on, beside `off` others.
+std::string fitReport(const TrialFit& fit, std::size_t count, std::size_t off);
 
 /// How a point lies in the fit.
 struct PointFit {
@@ -53,6 +53,7 @@ class CalibrationSession {
 
   const std::vector<TiePoint>& points() const { return points_; }
   std::size_t pointsOn() const;
+  std::size_t pointsOff() const { return points_.size() - pointsOn(); }
   const TrialFit& fit() const { return fit_; }
   /// Nothing for a point that is switched off, while there is no fit, and when so few points always fit.
   std::optional<PointFit> fitOf(int number) const;

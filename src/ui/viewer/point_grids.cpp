@@ -19,9 +19,11 @@ PositionFields fieldsOf(const TiePoint& point) {
 }
 
 QString shownInItsGrid(const TiePoint& point) {
+  const GridProjection projection(point.grid);
+  const bool isShift = point.grid.grid != EntryGrid::degrees || point.datum != point.grid.datum;
+  if (isShift && !projection.isKnown()) return "unable to match " + shown(point.grid.datum);
   try {
-    return shown(
-        positionText(GridProjection(point.grid), positionAsGiven(point), DegreeFormat(preferences.degreeFormat)));
+    return shown(positionText(projection, positionAsGiven(point), DegreeFormat(preferences.degreeFormat)));
   } catch (const RunTimeError&) {
     return {};
   }
