@@ -183,11 +183,16 @@ bool writeCustomMap() {
   showMessage("Rotation " + formatGeneral(rotation));
   // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
   GrowingFile kml(files.kmlPath());
-  const WrittenTiles written = writeInWork([&] { return writeTiles(map, *tiles, files, rotation, kml); });
+  std::ptrdiff_t removed = 0;
+  const WrittenTiles written = writeInWork([&] {
+    WrittenTiles all = writeTiles(map, *tiles, files, rotation, kml);
+    if (all.failure.empty()) removed = removeEarlierTiles(files, files.imagesFolder(), ".jpg", all.names);
+    return all;
+  });
   map.reset();
   if (!written.failure.empty()) return stopTiles(written.failure);
   showMessage("Tiles and doc.kml file written");
-  removeEarlierTiles(files, files.imagesFolder(), ".jpg", written.names);
+  noteRemovedTiles(removed, files.imagesFolder());
   const bool done = pack(archive, files);
   noteWrittenFiles(written, files.imagesFolder());
   return done;

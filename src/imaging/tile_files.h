@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -36,9 +37,10 @@ Bitmap loadMapForTiles();
 bool makeTileFolder(const std::string& path);
 
 /// Removes from `folder` what earlier runs have left of this map's tiles: files "area_X_Y" with `ending` that are not
-/// among `written`. How many there were is told on the panel.
-void removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
-                        const std::set<std::string>& written);
+/// among `written`. Returns how many there were. The work under way cannot be cancelled any more.
+std::ptrdiff_t removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
+                                  const std::set<std::string>& written);
+void noteRemovedTiles(std::ptrdiff_t removed, const std::string& folder);
 
 /// Tells the person, and the log, why the command stops; false.
 bool stopTiles(const std::string& text);
