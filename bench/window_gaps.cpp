@@ -16,6 +16,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "calibration/calibration.h"
@@ -144,15 +146,23 @@ class Watch : public QObject {
   Clock::time_point begun_ = Clock::now(), last_ = Clock::now(), cancelledAt_;
 };
 
-/// Path, size and time of everything in `folder` but the log and where the windows stood.
+/// Path, size and time of everything in `folder` but the log and where the windows stood. What is on its way out has a
+/// moment for it.
 std::map<std::string, std::string> filesIn(const fs::path& folder) {
+  const auto isHidden = [](const fs::path& path) { return path.string().find("/.vellandra-") != std::string::npos; };
   std::map<std::string, std::string> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (entry.path().extension() == ".log" || entry.path().extension() == ".ini") continue;
-    const bool file = entry.is_regular_file();
-    files[entry.path()] = file ? std::to_string(entry.file_size()) + " " +
-                                     std::to_string(entry.last_write_time().time_since_epoch().count())
-                               : "folder";
+  for (int look = 0; look < 20; ++look) {
+    files.clear();
+    std::error_code gone;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+      if (entry.path().extension() == ".log" || entry.path().extension() == ".ini") continue;
+      const bool file = entry.is_regular_file(gone);
+      files[entry.path()] = file ? std::to_string(entry.file_size(gone)) + " " +
+                                       std::to_string(entry.last_write_time(gone).time_since_epoch().count())
+                                 : "folder";
+    }
+    if (std::ranges::none_of(files, isHidden, [](const auto& file) { return file.first; })) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   return files;
 }
@@ -228,12 +238,13 @@ int main(int argc, char** argv) {
     std::printf("%-10s %s %7.1f s, longest gap %.3f s\n", command.name.c_str(), done ? "done" : "NOT DONE", seconds,
                 gap);
     good = good && done && gap <= longestGap;
-    const auto before = filesIn(folder);
+    auto before = filesIn(folder);
     int cancelled = 0;
     double worstGap = 0;
     for (int moment = 1; moment <= 10; ++moment) {
       const bool finished = run(command, seconds * moment / 11, gap, end);
       worstGap = std::max(worstGap, gap);
+      if (finished) before = filesIn(folder);
       if (finished) continue;
       ++cancelled;
       worstEnd = std::max(worstEnd, end);

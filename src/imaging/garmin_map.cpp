@@ -184,13 +184,15 @@ bool writeCustomMap() {
   // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
   GrowingFile kml(files.kmlPath());
   std::ptrdiff_t removed = 0;
-  const WrittenTiles written = writeInWork([&] {
-    WrittenTiles all = writeTiles(map, *tiles, files, rotation, kml);
-    if (all.failure.empty()) removed = removeEarlierTiles(files, files.imagesFolder(), ".jpg", all.names);
-    return all;
-  });
+  WrittenTiles written;
+  const std::string failure = writeInWork(
+      [&] {
+        written = writeTiles(map, *tiles, files, rotation, kml);
+        return written.failure;
+      },
+      [&] { removed = removeEarlierTiles(files, files.imagesFolder(), ".jpg", written.names); });
   map.reset();
-  if (!written.failure.empty()) return stopTiles(written.failure);
+  if (!failure.empty()) return stopTiles(failure);
   showMessage("Tiles and doc.kml file written");
   noteRemovedTiles(removed, files.imagesFolder());
   const bool done = pack(archive, files);

@@ -72,7 +72,6 @@ bool makeTileFolder(const std::string& path) {
 
 std::ptrdiff_t removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
                                   const std::set<std::string>& written) {
-  settleWork();
   std::vector<fs::path> earlier;
   std::error_code error;
   for (fs::directory_iterator entries(folder, error), end; !error && entries != end; entries.increment(error)) {
@@ -143,6 +142,17 @@ std::optional<EncodedTile> TileEncoder::next() {
   ahead_.pop_front();
   if (!tile.copied) logMessages(tile.image, tile.path);
   return tile;
+}
+
+std::string writeInWork(const std::function<std::string()>& write, const std::function<void()>& finish) {
+  return runWork("Writing tiles", [&] {
+    std::string failure = write();
+    settleWork();
+    const std::string unplaced = FileChanges::putHeldInPlace();
+    if (failure.empty() && !unplaced.empty()) failure = "unable to save " + unplaced;
+    if (failure.empty()) finish();
+    return failure;
+  });
 }
 
 ColumnProgress::~ColumnProgress() {

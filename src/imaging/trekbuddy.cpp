@@ -60,11 +60,8 @@ bool writeTileSet() {
   GrowingFile list(files->tilesFolder() + "/" + files->base + ".set");
   std::set<std::string> names;
   std::ptrdiff_t removed = 0;
-  const std::string failure = writeInWork([&] {
-    std::string why = writeTiles(map, grid, *files, setFolder, list, names);
-    if (why.empty()) removed = removeEarlierTiles(*files, setFolder, ".png", names);
-    return why;
-  });
+  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list, names); },
+                                          [&] { removed = removeEarlierTiles(*files, setFolder, ".png", names); });
   map.reset();
   if (!failure.empty()) return stopTiles(failure);
   noteRemovedTiles(removed, setFolder);

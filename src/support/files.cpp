@@ -194,11 +194,16 @@ class PreparedFile {
     return hidden_.file && flush(hidden_.file.get());
   }
 
-  /// The descriptor of the file, which has its place now; none when that fails.
+  /// The descriptor of the file, which has its place now or is held back for it; none when that fails.
   Descriptor putInPlace() noexcept {
-    if (!hidden_.file || !FileChanges::noteFile(place_) || ::rename(hidden_.name.c_str(), place_.c_str()) != 0)
-      return {};
+    if (!hidden_.file || !FileChanges::put(hidden_.name, place_)) return {};
     return std::move(hidden_.file);
+  }
+  /// In its place at once.
+  bool replace() noexcept {
+    if (!hidden_.file || ::rename(hidden_.name.c_str(), place_.c_str()) != 0) return false;
+    hidden_.file = Descriptor();
+    return true;
   }
 
  private:
@@ -213,11 +218,11 @@ Exchange exchange(PreparedFile& file, PreparedFile& companion, const std::string
   const char* const place = companion.place().c_str();
   const bool aside = ::rename(place, old.c_str()) == 0;
   if (!aside && errno != ENOENT) return Exchange::companionFailed;
-  if (!file.putInPlace()) {
+  if (!file.replace()) {
     if (aside) (void)::rename(old.c_str(), place);
     return Exchange::fileFailed;
   }
-  return companion.putInPlace() ? Exchange::done : Exchange::companionFailed;
+  return companion.replace() ? Exchange::done : Exchange::companionFailed;
 }
 
 }  // namespace
@@ -267,7 +272,8 @@ bool fileExists(const std::string& path) {
 
 bool makeFolder(const std::string& path) {
   struct stat status {};
-  if (FileChanges::noteFolder(path) && ::mkdir(path.c_str(), 0777) == 0) return true;
+  FileChanges::noteFolder(path);
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
   return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
