@@ -2,9 +2,13 @@
 // that it takes and the longest gap between two turns of the event loop; then the command is cancelled at ten moments,
 // with the longest time from Cancel to its end, and whether every file is as it was.
 // Usage: window_gaps MAP BASE MERGE TILE_SIZE [COMMAND...]: three images with a ".map" beside each; what is written
-// goes beside the first. Exit status 1 when a limit is missed.
+// goes beside the first. "folder" converts the calibrations in "folder" beside the first, "tracks" draws "tracks.gpx"
+// there over it. Exit status 1 when a limit is missed.
+#include <QAction>
 #include <QKeyEvent>
+#include <QPushButton>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +16,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "calibration/calibration.h"
@@ -30,6 +36,7 @@
 #include "ui/application.h"
 #include "ui/commands.h"
 #include "ui/dialogs/work_dialog.h"
+#include "ui/folder_command.h"
 #include "ui/main_window.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/window_interface.h"
@@ -83,6 +90,29 @@ ViewerResult look(QWidget* parent, ViewerMode mode) {
   return {};
 }
 
+/// Shows the map and has tracks drawn over it, which `drawn` says at the end.
+ViewerResult lookAtTracks(bool& drawn) {
+  MapViewerDialog viewer(ViewerMode::view, mapImage.bitmap, nullptr);
+  const auto action = [&viewer](const char* caption) {
+    const QList<QAction*> all = viewer.actions();
+    return *std::ranges::find_if(all, [=](auto* one) { return one->text().contains(caption); });
+  };
+  QTimer::singleShot(500, &viewer, [&] {
+    action("GPX")->trigger();
+    drawn = action("lear tracks")->isEnabled();
+    QTimer::singleShot(drawn ? 500 : 0, &viewer, &QDialog::reject);
+  });
+  viewer.exec();
+  return {};
+}
+
+/// Closes the list that stands at the end of a run over a folder.
+void closeList() {
+  const auto* list = QApplication::activeModalWidget();
+  const auto* copy = list != nullptr ? list->findChild<QPushButton*>("copy") : nullptr;
+  if (copy != nullptr && copy->isEnabled()) copy->window()->close();
+}
+
 /// Turns of the event loop, the longest time between two, and Cancel at a moment.
 class Watch : public QObject {
  public:
@@ -101,10 +131,13 @@ class Watch : public QObject {
   void turn() {
     gap_ = std::max(gap_, secondsSince(last_));
     last_ = Clock::now();
+    closeList();
     if (cancelled_ || cancelAfter_ <= 0 || secondsSince(begun_) < cancelAfter_) return;
     cancelled_ = true;
     cancelledAt_ = Clock::now();
-    QCoreApplication::postEvent(&window_, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
+    QWidget* modal = QApplication::activeModalWidget();
+    QWidget* window = modal != nullptr ? modal : &window_;
+    QCoreApplication::postEvent(window, new QKeyEvent(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier));
   }
   MainWindow& window_;
   double cancelAfter_, gap_ = 0;
@@ -113,15 +146,23 @@ class Watch : public QObject {
   Clock::time_point begun_ = Clock::now(), last_ = Clock::now(), cancelledAt_;
 };
 
-/// Path, size, time and inode of everything in `folder` but the log.
+/// Path, size and time of everything in `folder` but the log and where the windows stood. What is on its way out has a
+/// moment for it.
 std::map<std::string, std::string> filesIn(const fs::path& folder) {
+  const auto isHidden = [](const fs::path& path) { return path.string().find("/.vellandra-") != std::string::npos; };
   std::map<std::string, std::string> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (entry.path().extension() == ".log") continue;
-    const bool file = entry.is_regular_file();
-    files[entry.path()] = file ? std::to_string(entry.file_size()) + " " +
-                                     std::to_string(entry.last_write_time().time_since_epoch().count())
-                               : "folder";
+  for (int look = 0; look < 20; ++look) {
+    files.clear();
+    std::error_code gone;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+      if (entry.path().extension() == ".log" || entry.path().extension() == ".ini") continue;
+      const bool file = entry.is_regular_file(gone);
+      files[entry.path()] = file ? std::to_string(entry.file_size(gone)) + " " +
+                                       std::to_string(entry.last_write_time(gone).time_since_epoch().count())
+                                 : "folder";
+    }
+    if (std::ranges::none_of(files, isHidden, [](const auto& file) { return file.first; })) break;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   return files;
 }
@@ -162,7 +203,13 @@ int main(int argc, char** argv) {
                                          {"trekbuddy", WriteTrekBuddyTiles},
                                          {"merge", mergeMaps},
                                          {"rescale", rescaleMap},
-                                         {"crop", cropMap}};
+                                         {"crop", cropMap},
+                                         {"folder", [&] { return convertFolder(&window, folder + "/folder"); }},
+                                         {"tracks", [&] {
+                                            person.open = {folder + "/tracks.gpx"};
+                                            bool drawn = false;
+                                            return mnuvc([&](ViewerMode) { return lookAtTracks(drawn); }) && drawn;
+                                          }}};
   bool good = true;
   const auto run = [&](const Command& command, double cancelAfter, double& gap, double& end) {
     person.merges = 0;
@@ -191,12 +238,13 @@ int main(int argc, char** argv) {
     std::printf("%-10s %s %7.1f s, longest gap %.3f s\n", command.name.c_str(), done ? "done" : "NOT DONE", seconds,
                 gap);
     good = good && done && gap <= longestGap;
-    const auto before = filesIn(folder);
+    auto before = filesIn(folder);
     int cancelled = 0;
     double worstGap = 0;
     for (int moment = 1; moment <= 10; ++moment) {
       const bool finished = run(command, seconds * moment / 11, gap, end);
       worstGap = std::max(worstGap, gap);
+      if (finished) before = filesIn(folder);
       if (finished) continue;
       ++cancelled;
       worstEnd = std::max(worstEnd, end);

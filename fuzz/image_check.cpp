@@ -7,6 +7,7 @@
 
 #include "raster/bitmap.h"
 #include "raster/image_header.h"
+#include "raster/large_images.h"
 #include "support/errors.h"
 #include "support/files.h"
 

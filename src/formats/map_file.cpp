@@ -378,7 +378,9 @@ WriteOutcome writeMap(const std::string& stem) {
 WriteOutcome putmap(const std::string& folder) {
   const std::string& image = calibration.imagePath;
   const std::string path = folder + "/" + splitPath(image).base + ".map";
-  if (writeWholeFile(path, mapContentBeside(image))) return WriteOutcome::written;
+  const std::string content = mapContentBeside(image);
+  if (runWork("Writing " + std::string(fileName(path)), [&] { return writeWholeFile(path, content); }))
+    return WriteOutcome::written;
   tell("unable to write " + path);
   return WriteOutcome::failed;
 }

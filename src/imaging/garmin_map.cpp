@@ -183,11 +183,18 @@ bool writeCustomMap() {
   showMessage("Rotation " + formatGeneral(rotation));
   // Opened before the first tile, so that a document of an earlier run never stays beside tiles of this one.
   GrowingFile kml(files.kmlPath());
-  const WrittenTiles written = writeInWork([&] { return writeTiles(map, *tiles, files, rotation, kml); });
+  std::ptrdiff_t removed = 0;
+  WrittenTiles written;
+  const std::string failure = writeInWork(
+      [&] {
+        written = writeTiles(map, *tiles, files, rotation, kml);
+        return written.failure;
+      },
+      [&] { removed = removeEarlierTiles(files, files.imagesFolder(), ".jpg", written.names); });
   map.reset();
-  if (!written.failure.empty()) return stopTiles(written.failure);
+  if (!failure.empty()) return stopTiles(failure);
   showMessage("Tiles and doc.kml file written");
-  removeEarlierTiles(files, files.imagesFolder(), ".jpg", written.names);
+  noteRemovedTiles(removed, files.imagesFolder());
   const bool done = pack(archive, files);
   noteWrittenFiles(written, files.imagesFolder());
   return done;

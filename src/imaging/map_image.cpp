@@ -120,6 +120,7 @@ Picture pictureOf(const Bitmap& bitmap, int longestSide) {
   picture.height = std::max(1, static_cast<int>(bitmap.height() * scale));
   picture.pixels.reserve(static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 3);
   for (int y = 0; y < picture.height; ++y) {
+    endIfCancelled();
     for (int x = 0; x < picture.width; ++x) {
       const auto color = cellColor(bitmap, x, y, picture.width, picture.height);
       picture.pixels.insert(picture.pixels.end(), color.begin(), color.end());

@@ -11,6 +11,7 @@
 #include "imaging/merge_question.h"
 #include "imaging/merged_colors.h"
 #include "imaging/saved_map.h"
+#include "raster/large_images.h"
 #include "support/numbers.h"
 #include "support/threads.h"
 #include "support/user_interface.h"
@@ -165,7 +166,10 @@ std::optional<MergeMaps> openMergeMaps() {
 MergedMap mergedMap(const MergeMaps& maps, const std::optional<Canvas>& canvas, float t, unsigned threads) {
   MergedMap result;
   if (canvas) writeLog("Expanding");
-  result.image = runWork("Merging", [&] { return canvas ? enlarge(maps.base, *canvas) : clone(maps.base); });
+  result.image = runWork("Merging", [&] {
+    return canvas ? enlarge(maps.base, *canvas, threads)
+                  : copied(maps.base, 0, 0, maps.base.width(), maps.base.height());
+  });
   if (!result.image) {
     tell("Unable to allocate memory for merged map");
     return {};

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "calibration/transform.h"
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {
@@ -108,14 +109,22 @@ MergeMapOn mergeMapOn(const MergeSides& sides, const Canvas& canvas) {
   return held ? MergeMapOn::inside : MergeMapOn::partly;
 }
 
-Bitmap enlarge(const Bitmap& base, const Canvas& canvas) {
-  Bitmap image = allocate24Bits(canvas.width, canvas.height, markerColor);
+Bitmap enlarge(const Bitmap& base, const Canvas& canvas, unsigned threads) {
+  constexpr int bandRows = 64;
+  Bitmap image = allocateBitmap(Pixels::color24, canvas.width, canvas.height);
   if (!image) return {};
   // The canvas is shifted by whole pixels, so the way through positions and back leads from row to row.
   const auto bytes = static_cast<std::ptrdiff_t>(3) * base.width();
-  for (int y = 0; y < base.height(); ++y) {
-    std::copy_n(base.row(y).begin(), bytes, image.row(y + canvas.top).begin() + std::ptrdiff_t{3} * canvas.left);
-  }
+  forEachNumber((canvas.height + bandRows - 1) / bandRows, threads, [&](int band) {
+    for (int y = band * bandRows; y < std::min((band + 1) * bandRows, canvas.height); ++y) {
+      const auto row = image.row(y).first(static_cast<std::size_t>(canvas.width) * 3);
+      static_assert(markerColor.red == markerColor.green && markerColor.green == markerColor.blue);
+      std::ranges::fill(row, markerColor.red);
+      const int from = y - canvas.top;
+      if (from < 0 || from >= base.height()) continue;
+      std::copy_n(base.row(from).begin(), bytes, row.begin() + std::ptrdiff_t{3} * canvas.left);
+    }
+  });
   return image;
 }
 

@@ -56,6 +56,6 @@ enum class MergeMapOn { outside, partly, inside };
 MergeMapOn mergeMapOn(const MergeSides& sides, const Canvas& canvas);
 
 /// An image of `canvas` size, in the marker colour where `base` does not lie. Empty when there is no memory.
-Bitmap enlarge(const Bitmap& base, const Canvas& canvas);
+Bitmap enlarge(const Bitmap& base, const Canvas& canvas, unsigned threads);
 
 }  // namespace vellandra

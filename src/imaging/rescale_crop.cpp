@@ -110,7 +110,7 @@ bool cropMap() {
   const std::optional<std::string> path = askWhereToSave(filesOfOpenMap());
   if (!path) return false;
   const Bitmap cropped = runWork("Cropping", [&] {
-    Bitmap cut = copyRectangle(image, part.left, part.top, part.right, part.bottom);
+    Bitmap cut = copied(image, part.left, part.top, part.right, part.bottom);
     return canSave(ImageFormat::png, cut) ? std::move(cut) : colorsOf(cut);
   });
   if (!cropped) {

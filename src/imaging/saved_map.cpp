@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <utility>
 
 #include "calibration/format_row.h"
 #include "calibration/messages.h"
@@ -74,13 +75,13 @@ bool saveAndOpen(const Bitmap& image, const Calibration& map, const std::string&
   OpenMapKeeper previous;
   openDerivedMap(map, path);
   const std::string title = "Saving " + std::string(fileName(path));
-  const EncodedImage encoded =
-      runWork(title, [&image] { return encodeImage(ImageFormat::png, image, pngFlags(image)); });
+  EncodedImage encoded = runWork(title, [&image] { return encodeImage(ImageFormat::png, image, pngFlags(image)); });
   logMessages(encoded, path);
   const std::string content = mapContentBeside(path);
   const std::string others = fileExists(path) ? otherCalibrationsOf(path) : "";
   const std::string failed = encoded.bytes.empty() ? path : runWork(title, [&] {
-    return writeWithCompanion({path, encoded.bytes}, {mapPathBeside(path), content});
+    const std::string bytes = std::move(encoded.bytes);  // given back here, not where the window waits for it
+    return writeWithCompanion({path, bytes}, {mapPathBeside(path), content});
   });
   if (!failed.empty()) {
     tell((failed == path ? "unable to save " : "unable to write ") + failed);

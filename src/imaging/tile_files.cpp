@@ -70,8 +70,8 @@ bool makeTileFolder(const std::string& path) {
   return makeFolder(path) || stopTiles("unable to write " + path);
 }
 
-void removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
-                        const std::set<std::string>& written) {
+std::ptrdiff_t removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
+                                  const std::set<std::string>& written) {
   std::vector<fs::path> earlier;
   std::error_code error;
   for (fs::directory_iterator entries(folder, error), end; !error && entries != end; entries.increment(error)) {
@@ -79,7 +79,10 @@ void removeEarlierTiles(const TileFiles& files, const std::string& folder, const
     const bool isFile = entries->symlink_status(error).type() == fs::file_type::regular;
     if (isFile && name == tileNameLike(files, name) + ending && !written.contains(name)) earlier.push_back(*entries);
   }
-  const auto removed = std::ranges::count_if(earlier, [&](const fs::path& path) { return fs::remove(path, error); });
+  return std::ranges::count_if(earlier, [&](const fs::path& path) { return fs::remove(path, error); });
+}
+
+void noteRemovedTiles(std::ptrdiff_t removed, const std::string& folder) {
   if (removed > 0) showMessage(std::to_string(removed) + " tiles of an earlier run removed from " + folder);
 }
 
@@ -98,6 +101,7 @@ namespace {
 
 // Besides those that work: a disk takes its time with every file, and can take several at once.
 constexpr unsigned waitingForDisk = 8;
+constexpr std::int64_t aMoment = 1'000'000;  // pixels that are encoded before a person could notice
 
 }  // namespace
 
@@ -119,9 +123,11 @@ void TileEncoder::workAhead() {
     ahead_.push_back(workers_.run([this, number = number_, tile = grid_.tile(number_)] {
       EncodedTile encoded{number, tile, false, {}, path_(tile), {}};
       const LibraryMessages messages(encoded.image.messages);
-      const Bitmap part = copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom);
-      encoded.copied = static_cast<bool>(part);
-      if (encoded.copied) encoded.image = encodeImage(format_, part, flags_);
+      const auto part = std::make_shared<Bitmap>(copyRectangle(map_, tile.left, tile.top, tile.right, tile.bottom));
+      encoded.copied = static_cast<bool>(*part);
+      const auto encode = [part, format = format_, flags = flags_] { return encodeImage(format, *part, flags); };
+      const bool takesLong = std::int64_t{part->width()} * part->height() > aMoment;
+      if (encoded.copied) encoded.image = takesLong ? leavable(encode) : encode();
       if (!encoded.image.bytes.empty()) encoded.putInPlace = prepareWholeFile(encoded.path, encoded.image.bytes);
       return encoded;
     }));
@@ -136,6 +142,17 @@ std::optional<EncodedTile> TileEncoder::next() {
   ahead_.pop_front();
   if (!tile.copied) logMessages(tile.image, tile.path);
   return tile;
+}
+
+std::string writeInWork(const std::function<std::string()>& write, const std::function<void()>& finish) {
+  return runWork("Writing tiles", [&] {
+    std::string failure = write();
+    settleWork();
+    const std::string unplaced = FileChanges::putHeldInPlace();
+    if (failure.empty() && !unplaced.empty()) failure = "unable to save " + unplaced;
+    if (failure.empty()) finish();
+    return failure;
+  });
 }
 
 ColumnProgress::~ColumnProgress() {

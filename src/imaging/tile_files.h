@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -36,9 +37,10 @@ Bitmap loadMapForTiles();
 bool makeTileFolder(const std::string& path);
 
 /// Removes from `folder` what earlier runs have left of this map's tiles: files "area_X_Y" with `ending` that are not
-/// among `written`. How many there were is told on the panel.
-void removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
-                        const std::set<std::string>& written);
+/// among `written`. Returns how many there were.
+std::ptrdiff_t removeEarlierTiles(const TileFiles& files, const std::string& folder, const std::string& ending,
+                                  const std::set<std::string>& written);
+void noteRemovedTiles(std::ptrdiff_t removed, const std::string& folder);
 
 /// Tells the person, and the log, why the command stops; false.
 bool stopTiles(const std::string& text);
@@ -79,17 +81,10 @@ class TileEncoder {
   Workers workers_;
 };
 
-/// The result of `write`, which writes tiles, done as a piece of work. When it is cancelled none of them is left.
-template <typename Write>
-auto writeInWork(const Write& write) -> decltype(write()) {
-  return runWork("Writing tiles", [&write] {
-    return leavingNothingWhenCancelled([&write] {
-      auto written = write();
-      settleWork();
-      return written;
-    });
-  });
-}
+/// Writes tiles as a piece of work: `write`, which returns why it stopped; then, when it has come to its end and cannot
+/// be cancelled any more, all files go to their places, and `finish` is called. Returns why it stopped; empty at the
+/// end.
+std::string writeInWork(const std::function<std::string()>& write, const std::function<void()>& finish);
 
 /// Shows the column that is worked on, and ends the display with its owner.
 class ColumnProgress {

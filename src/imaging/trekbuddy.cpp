@@ -59,10 +59,12 @@ bool writeTileSet() {
   // Opened before the first tile, so that a list of an earlier run never stays beside tiles of this one.
   GrowingFile list(files->tilesFolder() + "/" + files->base + ".set");
   std::set<std::string> names;
-  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list, names); });
+  std::ptrdiff_t removed = 0;
+  const std::string failure = writeInWork([&] { return writeTiles(map, grid, *files, setFolder, list, names); },
+                                          [&] { removed = removeEarlierTiles(*files, setFolder, ".png", names); });
   map.reset();
   if (!failure.empty()) return stopTiles(failure);
-  removeEarlierTiles(*files, setFolder, ".png", names);
+  noteRemovedTiles(removed, setFolder);
   showMessage("Tiles and .map file written");
   return true;
 }

@@ -1,6 +1,7 @@
 #include "raster/bitmap.h"
 
 #include <FreeImage.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,6 @@
 #include <vector>
 
 #include "calibration/log.h"
-#include "calibration/messages.h"
 #include "raster/decoders.h"
 #include "raster/image_parts.h"
 #include "raster/library_messages.h"
@@ -19,7 +19,6 @@
 #include "support/files.h"
 #include "support/numbers.h"
 #include "support/threads.h"
-#include "support/user_interface.h"
 
 namespace vellandra {
 
@@ -146,15 +145,6 @@ Bitmap decode(ImageFormat format, ImageParts& parts) {
   return bitmap;
 }
 
-/// The hourglass, for as long as this lives.
-class Busy {
- public:
-  Busy() { userInterface().showBusy(true); }
-  Busy(const Busy&) = delete;
-  Busy& operator=(const Busy&) = delete;
-  ~Busy() { userInterface().showBusy(false); }
-};
-
 PixelColor fromLibrary(const RGBQUAD& color) {
   return {color.rgbRed, color.rgbGreen, color.rgbBlue, color.rgbReserved};
 }
@@ -181,6 +171,28 @@ Bitmap reduceByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteS
   return Access::own(reduced, paletteSize);
 }
 
+std::size_t pixelBytes(FIBITMAP* image) {
+  return std::size_t{FreeImage_GetPitch(image)} * FreeImage_GetHeight(image);
+}
+
+/// What takes the system a while to hand out and to take back.
+bool isLarge(std::size_t bytes) {
+  return bytes > std::size_t{64} << 20;
+}
+
+void release(FIBITMAP* image) {
+  // While it takes memory back the system gives none to any thread, so it gets the pages of the pixels bit by bit.
+  constexpr std::uintptr_t page = 4096, piece = std::uintptr_t{8} << 20;
+  if (const std::size_t size = pixelBytes(image); isLarge(size)) {
+    const auto pixels = reinterpret_cast<std::uintptr_t>(FreeImage_GetBits(image));
+    const std::uintptr_t end = (pixels + size) / page * page;
+    for (std::uintptr_t at = (pixels + page - 1) / page * page; at < end; at += piece) {
+      (void)::madvise(reinterpret_cast<void*>(at), std::min(piece, end - at), MADV_DONTNEED);
+    }
+  }
+  FreeImage_Unload(image);
+}
+
 unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
   if (y < 0 || y >= height) {
     throw SubscriptOutOfRange("row " + std::to_string(y) + " of an image of " + std::to_string(height) + " rows");
@@ -192,10 +204,8 @@ unsigned char* rowAddress(FIBITMAP* image, int y, int height) {
 
 void Bitmap::Release::operator()(FIBITMAP* image) const {
   // Giving back a gigabyte takes the system a tenth of a second, in which a window would stand still.
-  constexpr std::size_t large = std::size_t{64} << 20;
-  const bool waits =
-      currentWork() == nullptr && std::size_t{FreeImage_GetPitch(image)} * FreeImage_GetHeight(image) > large;
-  if (!waits || !startLeavable([image] { FreeImage_Unload(image); })) FreeImage_Unload(image);
+  const bool waits = currentWork() == nullptr && isLarge(pixelBytes(image));
+  if (!waits || !startLeavable([image] { release(image); })) release(image);
 }
 
 int Bitmap::width() const {
@@ -245,18 +255,6 @@ DecodedImage decodeByLibrary(ImageFormat format, ImageFile& file) {
   }
   if (!bitmap) return {{}, LibraryMessages::last()};
   return {std::move(bitmap), "", isWhole};
-}
-
-Bitmap LoadQuantized(const std::string& path) {
-  const Busy busy;
-  Bitmap loaded = LoadImageByExtension(path);
-  showMessage("Rebuilding palette, please wait...");
-  Bitmap reduced = runWork("Rebuilding palette", [&loaded] {
-    return ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, reducedColors, 0);
-  });
-  if (reduced) return reduced;
-  showMessage(path + "already quantized");
-  return loaded;
 }
 
 Bitmap quantizeByLibrary(const Bitmap& colors, QuantizeMethod method, int paletteSize,
@@ -361,8 +359,14 @@ Bitmap allocateBitmap(Pixels kind, int width, int height) {
                                               {FIT_RGB16, 48},
                                               {FIT_RGBA16, 64}}};
   if (width < 1 || height < 1) return {};
-  const Form& form = forms[static_cast<std::size_t>(kind)];
-  return Access::own(guarded([&] { return FreeImage_AllocateT(form.type, width, height, form.bits); }));
+  const Form form = forms[static_cast<std::size_t>(kind)];
+  const auto allocate = [=] {
+    std::vector<std::string> said;  // not to the log, which belongs to one thread
+    const LibraryMessages messages(said);
+    return Access::own(guarded([=] { return FreeImage_AllocateT(form.type, width, height, form.bits); }));
+  };
+  const std::int64_t bits = std::int64_t{width} * height * form.bits;
+  return isLarge(static_cast<std::size_t>(bits / 8)) ? leavable(allocate) : allocate();
 }
 
 void setPalette(Bitmap& bitmap, std::span<const PixelColor> colors, const PixelColor& behind) {
@@ -388,8 +392,12 @@ Bitmap convertTo24Bits(const Bitmap& bitmap) {
   return convertTo24Bits(grey);
 }
 
-Bitmap opacity(const Bitmap& bitmap) {
-  if (!bitmap || FreeImage_IsTransparent(Access::image(bitmap)) == FALSE) return {};
+bool isTransparent(const Bitmap& bitmap) {
+  return bitmap && FreeImage_IsTransparent(Access::image(bitmap)) != FALSE;
+}
+
+Bitmap alphaOf(const Bitmap& bitmap) {
+  if (!bitmap) return {};
   const Bitmap colors = Access::own(guarded([&] { return FreeImage_ConvertTo32Bits(Access::image(bitmap)); }));
   if (!colors) return {};
   return Access::own(guarded([&] { return FreeImage_GetChannel(Access::image(colors), FICC_ALPHA); }));

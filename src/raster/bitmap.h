@@ -134,8 +134,11 @@ Bitmap allocate24Bits(int width, int height, const PixelColor& fill = {});
 /// Empty when the pixels are no colours (floating-point numbers).
 Bitmap convertTo24Bits(const Bitmap& bitmap);
 
-/// How opaque each pixel is, from 0 to 255 in 8 bits; empty for an image that is opaque throughout.
-Bitmap opacity(const Bitmap& bitmap);
+/// Whether some pixel can be seen through.
+bool isTransparent(const Bitmap& bitmap);
+
+/// How opaque each pixel is, from 0 to 255 in 8 bits.
+Bitmap alphaOf(const Bitmap& bitmap);
 
 Bitmap clone(const Bitmap& bitmap);
 

@@ -11,6 +11,7 @@
 
 #include "support/paths.h"
 #include "support/text.h"
+#include "support/work.h"
 
 namespace vellandra {
 
@@ -68,6 +69,7 @@ int ImageFile::byteAt(std::int64_t position) {
 
 std::int64_t ImageFile::find(unsigned char value, std::int64_t position) {
   for (auto part = window(position); !part.empty(); part = window(position)) {
+    endIfCancelled();
     const void* found = std::memchr(part.data(), value, part.size());
     if (found != nullptr) return position + (static_cast<const unsigned char*>(found) - part.data());
     position += static_cast<std::int64_t>(part.size());

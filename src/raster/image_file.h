@@ -50,7 +50,7 @@ class ImageFile {
   bool fill(std::int64_t position, std::span<unsigned char> bytes);
   /// -1 behind the end.
   int byteAt(std::int64_t position);
-  /// Of the next byte of this value from `position` on; `size()` when there is none.
+  /// Of the next byte of this value from `position` on; `size()` when there is none. Throws Cancelled.
   std::int64_t find(unsigned char value, std::int64_t position);
 
  private:

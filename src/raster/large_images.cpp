@@ -64,6 +64,37 @@ Bitmap withHeight(const Bitmap& bitmap, int height) {
 
 }  // namespace
 
+Bitmap copied(const Bitmap& bitmap, int left, int top, int right, int bottom) {
+  const int bits = bitmap.bitsPerPixel();
+  const bool isInside = left >= 0 && top >= 0 && right <= bitmap.width() && bottom <= bitmap.height();
+  const bool whole = std::int64_t{right - left} * (bottom - top) <= largestWhole;
+  if (whole || !isInside || (bits != 24 && bits != 32)) return copyRectangle(bitmap, left, top, right, bottom);
+  Bitmap copy = allocateBitmap(bits == 24 ? Pixels::color24 : Pixels::color32, right - left, bottom - top);
+  const std::ptrdiff_t bytes = bits / 8;
+  const bool made =
+      copy && forBands(bottom - top, [&](int first, int end) {
+        for (int y = first; y < end; ++y) {
+          std::copy_n(bitmap.row(top + y).begin() + bytes * left, bytes * copy.width(), copy.row(y).begin());
+        }
+        return true;
+      });
+  return made ? std::move(copy) : Bitmap();
+}
+
+Bitmap opacity(const Bitmap& bitmap) {
+  if (!isTransparent(bitmap)) return {};
+  if (std::int64_t{bitmap.width()} * bitmap.height() <= largestWhole) return alphaOf(bitmap);
+  Bitmap alpha = allocateBitmap(Pixels::index8, bitmap.width(), bitmap.height());
+  const bool made = alpha && forBands(bitmap.height(), [&](int top, int bottom) {
+                      const Bitmap band = alphaOf(copyRectangle(bitmap, 0, top, bitmap.width(), bottom));
+                      for (int y = 0; y < band.height(); ++y) {
+                        std::copy_n(band.row(y).begin(), band.width(), alpha.row(top + y).begin());
+                      }
+                      return static_cast<bool>(band);
+                    });
+  return made ? std::move(alpha) : Bitmap();
+}
+
 Bitmap colorsOf(const Bitmap& bitmap) {
   if (std::int64_t{bitmap.width()} * bitmap.height() <= largestWhole) return convertTo24Bits(bitmap);
   Bitmap colors = allocateBitmap(Pixels::color24, bitmap.width(), bitmap.height());

@@ -1,3 +1,8 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "calibration/log.h"
 #include "calibration/messages.h"
 #include "raster/bitmap.h"
 #include "raster/decoders.h"
@@ -6,6 +11,7 @@
 #include "support/errors.h"
 #include "support/numbers.h"
 #include "support/paths.h"
+#include "support/threads.h"
 #include "support/user_interface.h"
 
 namespace vellandra {
@@ -23,6 +29,40 @@ DecodedImage decode(ImageFormat format, ImageFile& file, const ImageSize& size) 
   }
 }
 
+/// As `decode`, with what the libraries say in the log.
+DecodedImage decodeForWork(ImageFormat format, const std::shared_ptr<ImageFile>& file, const ImageSize& size,
+                           const std::string& path) {
+  // There are steps that nothing can end, such as the last pass over a progressive JPEG; smaller images are done first.
+  constexpr std::int64_t large = 16'000'000;  // pixels
+  if (size.width * size.height < large) {
+    const LibraryMessages messages(path);
+    return decode(format, *file, size);
+  }
+  struct Decoded {
+    DecodedImage image;
+    std::vector<std::string> said;
+  };
+  Decoded decoded = leavable([format, file, size] {
+    Decoded left;
+    {
+      const LibraryMessages messages(left.said);
+      left.image = decode(format, *file, size);
+    }
+    return left;
+  });
+  for (const std::string& message : decoded.said) writeLog(path + ": " + message);
+  return std::move(decoded.image);
+}
+
+/// The hourglass, for as long as this lives.
+class Busy {
+ public:
+  Busy() { userInterface().showBusy(true); }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+  ~Busy() { userInterface().showBusy(false); }
+};
+
 /// Why nothing was loaded, to the panel.
 Bitmap noImage(const std::string& path, const std::string& reason) {
   showMessage(path + ": " + reason);
@@ -34,23 +74,33 @@ Bitmap noImage(const std::string& path, const std::string& reason) {
 Bitmap LoadImageByExtension(const std::string& path) {
   const ImageType* type = imageTypeOf(path);
   if (type == nullptr) return noImage(path, "no image type has this ending");
-  ImageFile file(path);
-  if (!file) return noImage(path, "no such file");
-  const std::optional<ImageHeader> header = readHeader(type->format, file);
-  if (const std::string problem = headerProblem(*type, header, file); !problem.empty()) return noImage(path, problem);
+  const auto file = std::make_shared<ImageFile>(path);
+  if (!*file) return noImage(path, "no such file");
+  const std::optional<ImageHeader> header = readHeader(type->format, *file);
+  if (const std::string problem = headerProblem(*type, header, *file); !problem.empty()) return noImage(path, problem);
   const ImageSize& size = header->size;
   if (size.width > largestSide || size.height > largestSide) {
     throw Overflow("image " + path + " is " + sizeText(size.width, size.height) + ", past 32767 pixels");
   }
-  DecodedImage decoded = runWork("Loading " + std::string(fileName(path)), [&] {
-    const LibraryMessages messages(path);
-    return decode(type->format, file, size);
-  });
+  DecodedImage decoded =
+      runWork("Loading " + std::string(fileName(path)), [&] { return decodeForWork(type->format, file, size, path); });
   if (!decoded.bitmap) {
     return noImage(path, "the image cannot be decoded" + (decoded.reason.empty() ? "" : ": " + decoded.reason));
   }
   if (!decoded.isWhole) showMessage(path + ": damaged or cut off; the image is loaded as far as it goes");
   return std::move(decoded.bitmap);
+}
+
+Bitmap LoadQuantized(const std::string& path) {
+  const Busy busy;
+  Bitmap loaded = LoadImageByExtension(path);
+  showMessage("Rebuilding palette, please wait...");
+  Bitmap reduced = runWork("Rebuilding palette", [&loaded] {
+    return ColorQuantizeEx(loaded, QuantizeMethod::neuQuant, false, reducedColors, 0);
+  });
+  if (reduced) return reduced;
+  showMessage(path + "already quantized");
+  return loaded;
 }
 
 }  // namespace vellandra

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
+#include <memory>
 
 #include "raster/image_header.h"
 #include "raster/image_parts.h"
+#include "support/work.h"
 
 namespace vellandra {
 namespace {
@@ -37,11 +38,13 @@ std::size_t rawLength(std::int64_t width, std::int64_t height, int bitsPerPixel,
 bool inflateInto(Bytes& raw, ImageFile& file, const PixelParts& damaged) {
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK) return false;
+  const std::unique_ptr<z_stream, decltype(&inflateEnd)> end(&stream, &inflateEnd);
   Bytes input(portion);
   std::size_t done = 0;
   int state = Z_OK;
   for (auto [position, length] : damaged.pngData) {
     while (length > 0 && state == Z_OK && done < raw.size()) {
+      endIfCancelled();
       const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(length, portion));
       const std::size_t count = file.read(position, input.data(), wanted);
       if (count == 0) break;
@@ -58,7 +61,6 @@ bool inflateInto(Bytes& raw, ImageFile& file, const PixelParts& damaged) {
       }
     }
   }
-  inflateEnd(&stream);
   return done > 0;
 }
 
@@ -79,10 +81,12 @@ void addChunk(ImageParts& png, std::string_view type, const unsigned char* data,
 void deflateInto(ImageParts& png, Bytes& raw) {
   z_stream stream{};
   if (deflateInit(&stream, Z_BEST_SPEED) != Z_OK) return;
+  const std::unique_ptr<z_stream, decltype(&deflateEnd)> end(&stream, &deflateEnd);
   Bytes output(portion);
   std::size_t done = 0;
   int state = Z_OK;
   while (state == Z_OK) {
+    endIfCancelled();
     const auto count = static_cast<uInt>(std::min(raw.size() - done, std::size_t{1} << 30));
     stream.next_in = raw.data() + done;
     stream.avail_in = count;
@@ -92,7 +96,6 @@ void deflateInto(ImageParts& png, Bytes& raw) {
     done += count - stream.avail_in;
     addChunk(png, "IDAT", output.data(), output.size() - stream.avail_out);
   }
-  deflateEnd(&stream);
 }
 
 }  // namespace

@@ -4,12 +4,18 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <algorithm>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <future>
+#include <memory>
 #include <system_error>
+
+#include "support/threads.h"
 
 namespace vellandra {
 namespace {
@@ -31,66 +37,92 @@ FileChanges::FileChanges() : outer_(current) {
 
 FileChanges::~FileChanges() {
   current = outer_;
-  std::error_code error;
-  for (const auto& [folder, keeping] : keeping_) {
-    fs::remove_all(keeping.path, error);
-    ::close(keeping.lock);
-  }
+  (void)putInPlace();
 }
 
-void FileChanges::takeBack() {
-  std::for_each(changes_.rbegin(), changes_.rend(), [](const auto& change) {
-    const auto& [path, was] = change;
-    if (!was.kept.empty()) {
-      (void)::rename(was.kept.c_str(), path.c_str());
-    } else {
-      (void)(was.isFolder ? ::rmdir(path.c_str()) : ::unlink(path.c_str()));
-    }
-  });
-  changes_.clear();
-}
-
-std::string FileChanges::newKeptName(const std::string& folder) {
-  KeepingFolder& keeping = keeping_[folder];
-  for (int number = 1; keeping.lock < 0; ++number) {
-    keeping.path = folder + ".vellandra-kept-" + std::to_string(number);
-    if (::mkdir(keeping.path.c_str(), 0700) != 0 && errno != EEXIST) return {};
-    keeping.lock = ::open(keeping.path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (keeping.lock < 0) return {};
-    if (::flock(keeping.lock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) continue;
-    ::close(keeping.lock);  // another process is at work in this folder
-    keeping.lock = -1;
-  }
-  return keeping.path + "/" + std::to_string(changes_.size());
-}
-
-bool FileChanges::noteFile(const std::string& path) noexcept {
+bool FileChanges::put(const std::string& hidden, const std::string& place) noexcept {
   try {
-    return current == nullptr || current->note(path);
+    return current == nullptr ? ::rename(hidden.c_str(), place.c_str()) == 0 : current->hold(hidden, place);
   } catch (const std::exception&) {
     return false;
   }
 }
 
-bool FileChanges::note(const std::string& path) {
-  if (changes_.contains(path)) return true;
-  Change change;
-  if (isThere(path)) {
-    change.kept = newKeptName(path.substr(0, path.rfind('/') + 1));
-    if (change.kept.empty()) return false;
-    // A second name for it; a copy where file systems know no such thing.
-    (void)::unlink(change.kept.c_str());
-    std::error_code error;
-    if (::link(path.c_str(), change.kept.c_str()) != 0) fs::copy_file(path, change.kept, error);
-    if (error) return false;
-  }
-  changes_.emplace(path, change);
-  return true;
+void FileChanges::noteFolder(const std::string& path) {
+  if (current != nullptr && !isThere(path)) current->folders_.push_back(path);
 }
 
-bool FileChanges::noteFolder(const std::string& path) {
-  if (current != nullptr && !isThere(path)) current->changes_.emplace(path, Change{{}, true});
-  return true;
+std::string FileChanges::putHeldInPlace() noexcept {
+  return current == nullptr ? std::string() : current->putInPlace();
+}
+
+bool FileChanges::hold(const std::string& hidden, const std::string& place) {
+  const HoldingFolder& folder = holdingFolderIn(folderFor(place));
+  if (folder.lock < 0) return false;
+  held_.emplace_back(folder.path + "/" + std::to_string(held_.size()), place);
+  if (::rename(hidden.c_str(), held_.back().first.c_str()) == 0) return true;
+  held_.pop_back();
+  return false;
+}
+
+/// The nearest one around `place` that was there before.
+std::string FileChanges::folderFor(const std::string& place) const {
+  std::string folder = place.substr(0, place.rfind('/') + 1);
+  const auto isNew = [&] { return std::ranges::find(folders_, folder.substr(0, folder.size() - 1)) != folders_.end(); };
+  while (folder.size() > 1 && isNew()) folder.resize(folder.rfind('/', folder.size() - 2) + 1);
+  return folder;
+}
+
+const FileChanges::HoldingFolder& FileChanges::holdingFolderIn(const std::string& folder) {
+  HoldingFolder& holding = holding_[folder];
+  for (int number = 1; holding.lock < 0; ++number) {
+    holding.path = folder + ".vellandra-new-" + std::to_string(number);
+    if (::mkdir(holding.path.c_str(), 0700) != 0 && errno != EEXIST) break;
+    holding.lock = ::open(holding.path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (holding.lock < 0) break;
+    if (::flock(holding.lock, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) continue;
+    ::close(holding.lock);  // another process is at work in this folder
+    holding.lock = -1;
+  }
+  return holding;
+}
+
+std::string FileChanges::putInPlace() noexcept {
+  std::string failed;
+  for (const auto& [file, place] : held_) {
+    if (::rename(file.c_str(), place.c_str()) != 0 && failed.empty()) failed = place;
+  }
+  held_.clear();
+  folders_.clear();
+  std::error_code error;
+  for (const auto& [folder, holding] : holding_) {
+    fs::remove_all(holding.path, error);
+    ::close(holding.lock);
+  }
+  holding_.clear();
+  return failed;
+}
+
+void FileChanges::takeBack() {
+  std::for_each(folders_.rbegin(), folders_.rend(), [](const std::string& folder) { (void)::rmdir(folder.c_str()); });
+  folders_.clear();
+  held_.clear();
+  // A disk that is busy takes its time with thousands of files, for which nobody has to wait that long.
+  constexpr std::chrono::milliseconds most{300};
+  const auto remove = std::make_shared<std::packaged_task<void()>>([holding = std::move(holding_)] {
+    std::error_code error;
+    for (const auto& [folder, kept] : holding) {
+      fs::remove_all(kept.path, error);
+      ::close(kept.lock);
+    }
+  });
+  holding_.clear();
+  const std::future<void> removed = remove->get_future();
+  if (startLeavable([remove] { (*remove)(); })) {
+    (void)removed.wait_for(most);
+  } else {
+    (*remove)();
+  }
 }
 
 }  // namespace vellandra

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "support/user_interface.h"
 #include "support/work.h"
 
 namespace vellandra {
 
-/// Keeps what the files of `support/files.h` replace from its beginning on, so that it can be put back. The innermost
-/// one that lives keeps; one thread writes at a time. What it kept goes with its owner: the new files then stay.
+/// Holds the new files of `support/files.h` back from its beginning on, so that a command that is cancelled has
+/// replaced none. The innermost one that lives does; one thread writes at a time. What it holds at its end goes to its
+/// places.
 class FileChanges {
  public:
   FileChanges();
@@ -16,29 +21,33 @@ class FileChanges {
   FileChanges& operator=(const FileChanges&) = delete;
   ~FileChanges();
 
-  /// All is as it was: new files and folders go, old files are back in their places.
+  /// Nothing of it stays: no file that is held back, no new folder.
   void takeBack();
 
-  // To be called before `path` is replaced or made; false when what is there cannot be kept.
-  static bool noteFile(const std::string& path) noexcept;
-  static bool noteFolder(const std::string& path);
+  /// Puts the file `hidden` in its `place`, later when it is held back. False when it cannot be.
+  static bool put(const std::string& hidden, const std::string& place) noexcept;
+  /// To be called before the folder `path` is made.
+  static void noteFolder(const std::string& path);
+
+  /// All that is held back by now goes to its places, in the order in which it came. Returns the first place that is
+  /// not to be had; empty on success.
+  static std::string putHeldInPlace() noexcept;
 
  private:
-  struct Change {
-    std::string kept;  ///< where the old file is meanwhile; empty when there was none
-    bool isFolder = false;
-  };
-  /// A hidden folder beside the files it keeps, locked while they are in it: what a killed process has left there goes.
-  struct KeepingFolder {
+  /// A hidden folder that holds files, locked while they are in it: what a killed process has left there goes.
+  struct HoldingFolder {
     std::string path;
     int lock = -1;
   };
-  bool note(const std::string& path);
-  std::string newKeptName(const std::string& folder);
+  bool hold(const std::string& hidden, const std::string& place);
+  std::string folderFor(const std::string& place) const;
+  const HoldingFolder& holdingFolderIn(const std::string& folder);
+  std::string putInPlace() noexcept;
 
   FileChanges* outer_;
-  std::map<std::string, Change> changes_;  ///< by path, so that folders come before what is in them
-  std::map<std::string, KeepingFolder> keeping_;
+  std::vector<std::pair<std::string, std::string>> held_;  ///< where each file is, and its place
+  std::vector<std::string> folders_;                       ///< made meanwhile
+  std::map<std::string, HoldingFolder> holding_;
 };
 
 /// The result of `task`. When it is cancelled, every file is as it was before.
@@ -48,7 +57,7 @@ auto leavingNothingWhenCancelled(const Task& task) -> decltype(task()) {
   try {
     return task();
   } catch (const Cancelled&) {
-    changes.takeBack();
+    runWork("Ending", [&changes] { changes.takeBack(); });
     throw;
   }
 }

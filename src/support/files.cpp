@@ -16,6 +16,7 @@
 
 #include "support/errors.h"
 #include "support/file_changes.h"
+#include "support/threads.h"
 #include "support/work.h"
 
 namespace vellandra {
@@ -56,6 +57,12 @@ bool writeAll(int fd, std::string_view content) {
     content.remove_prefix(static_cast<std::size_t>(count));
   }
   return true;
+}
+
+/// Brings the file to the disk. A disk may take seconds, for which a person who cancels does not wait.
+bool flush(int fd) {
+  const auto own = std::make_shared<Descriptor>(::fcntl(fd, F_DUPFD_CLOEXEC, 0));
+  return *own ? leavable([own] { return ::fsync(own->get()) == 0; }) : ::fsync(fd) == 0;
 }
 
 bool isSameFile(const struct stat& a, const struct stat& b) {
@@ -184,14 +191,19 @@ class PreparedFile {
       if (!writeAll(hidden_.file.get(), rest.substr(0, piece))) return false;
     }
     endIfCancelled();
-    return hidden_.file && ::fsync(hidden_.file.get()) == 0;
+    return hidden_.file && flush(hidden_.file.get());
   }
 
-  /// The descriptor of the file, which has its place now; none when that fails.
+  /// The descriptor of the file, which has its place now or is held back for it; none when that fails.
   Descriptor putInPlace() noexcept {
-    if (!hidden_.file || !FileChanges::noteFile(place_) || ::rename(hidden_.name.c_str(), place_.c_str()) != 0)
-      return {};
+    if (!hidden_.file || !FileChanges::put(hidden_.name, place_)) return {};
     return std::move(hidden_.file);
+  }
+  /// In its place at once.
+  bool replace() noexcept {
+    if (!hidden_.file || ::rename(hidden_.name.c_str(), place_.c_str()) != 0) return false;
+    hidden_.file = Descriptor();
+    return true;
   }
 
  private:
@@ -206,11 +218,11 @@ Exchange exchange(PreparedFile& file, PreparedFile& companion, const std::string
   const char* const place = companion.place().c_str();
   const bool aside = ::rename(place, old.c_str()) == 0;
   if (!aside && errno != ENOENT) return Exchange::companionFailed;
-  if (!file.putInPlace()) {
+  if (!file.replace()) {
     if (aside) (void)::rename(old.c_str(), place);
     return Exchange::fileFailed;
   }
-  return companion.putInPlace() ? Exchange::done : Exchange::companionFailed;
+  return companion.replace() ? Exchange::done : Exchange::companionFailed;
 }
 
 }  // namespace
@@ -222,9 +234,11 @@ TextFile::TextFile(const std::string& path) {
   if (!S_ISREG(status.st_mode)) throw FileError(path + " is not a file");
   if (status.st_size > largestTextFile) throw FileError(path + " is too large for a calibration");
   content_.resize(static_cast<std::size_t>(status.st_size));
+  constexpr std::size_t piece = std::size_t{4} << 20;
   std::size_t filled = 0;
   while (filled < content_.size()) {
-    const ssize_t count = ::read(file.get(), content_.data() + filled, content_.size() - filled);
+    endIfCancelled();
+    const ssize_t count = ::read(file.get(), content_.data() + filled, std::min(piece, content_.size() - filled));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) throw FileError(path + ": " + std::strerror(errno));
     if (count == 0) break;
@@ -238,6 +252,7 @@ TextFile::TextFile(const std::string& path) {
 bool getline(TextFile& file, std::string_view& line) {
   const std::string& content = file.content_;
   if (file.position_ >= content.size()) return false;
+  endIfCancelled();
   std::size_t end = file.position_;  // a plain loop: find_first_of takes twice as long, and inputs may be huge
   while (end < content.size() && content[end] != '\r' && content[end] != '\n') ++end;
   line = std::string_view(content).substr(file.position_, end - file.position_);
@@ -257,7 +272,8 @@ bool fileExists(const std::string& path) {
 
 bool makeFolder(const std::string& path) {
   struct stat status {};
-  if (FileChanges::noteFolder(path) && ::mkdir(path.c_str(), 0777) == 0) return true;
+  FileChanges::noteFolder(path);
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
   return errno == EEXIST && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
@@ -342,9 +358,8 @@ bool GrowingFile::add(std::string_view text) const {
 
 bool GrowingFile::close() {
   if (!*this) return false;
-  const int descriptor = std::exchange(descriptor_, -1);
-  const bool flushed = ::fsync(descriptor) == 0;
-  return ::close(descriptor) == 0 && flushed;
+  const bool flushed = flush(descriptor_);
+  return ::close(std::exchange(descriptor_, -1)) == 0 && flushed;
 }
 
 }  // namespace vellandra

@@ -13,7 +13,7 @@ namespace vellandra {
 class TextFile {
  public:
   /// Throws FileError when `path` is no regular file, cannot be read, or is larger than any calibration can be (256
-  /// MB).
+  /// MB); Cancelled, as reading its lines does.
   explicit TextFile(const std::string& path);
   const std::string& content() const { return content_; }
 
@@ -90,7 +90,7 @@ class GrowingFile {
   explicit operator bool() const { return descriptor_ >= 0; }
   /// False when not all of `text` can be written.
   bool add(std::string_view text) const;
-  /// Flushes the file and closes it; false when a part of it cannot be written.
+  /// Flushes the file and closes it; false when a part of it cannot be written. Throws Cancelled.
   bool close();
 
  private:

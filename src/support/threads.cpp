@@ -62,6 +62,21 @@ bool startLeavable(std::function<void()> task) {
   return true;
 }
 
+void LeavableWork::show(std::int64_t done, std::int64_t total) {
+  const std::lock_guard lock(mutex_);
+  done_ = done;
+  total_ = total;
+}
+
+void LeavableWork::passOn() {
+  if (vellandra::isCancelled()) {
+    cancel();
+    throw Cancelled();
+  }
+  const std::lock_guard lock(mutex_);
+  if (total_ > 0) showProgress(done_, total_);
+}
+
 unsigned coreCount() {
   return std::max(1U, std::thread::hardware_concurrency());
 }

@@ -60,17 +60,34 @@ class Workers {
 /// Starts `task` on a thread that nobody joins; the end of the program waits for it. False when there is no thread.
 bool startLeavable(std::function<void()> task);
 
+/// What a thread that may be left to itself sees of the work that it has a part in.
+class LeavableWork : public Work {
+ public:
+  void show(std::int64_t done, std::int64_t total) override;
+  /// To the work under way of the calling thread, which waits. Throws Cancelled when that is.
+  void passOn();
+
+ private:
+  std::mutex mutex_;
+  std::int64_t done_ = 0, total_ = 0;
+};
+
 /// Has `task` done, and does not wait for it any longer when the work under way is cancelled: for calls into libraries
-/// that nothing can end. It then goes on by itself, so it has to own all that it works on.
+/// and the system that nothing can end. It then goes on by itself, cancelled, so it has to own all that it works on.
 template <typename Task>
 auto leavable(Task task) -> decltype(task()) {
   if (currentWork() == nullptr) return task();
   auto packaged = std::make_shared<std::packaged_task<decltype(task())()>>(std::move(task));
   auto result = packaged->get_future();
-  if (startLeavable([packaged] { (*packaged)(); })) {
+  const auto work = std::make_shared<LeavableWork>();
+  const bool started = startLeavable([packaged, work] {
+    const AtWork atWork(work.get());
+    (*packaged)();
+  });
+  if (started) {
     packaged.reset();
     constexpr std::chrono::milliseconds look{20};
-    while (result.wait_for(look) != std::future_status::ready) endIfCancelled();
+    while (result.wait_for(look) != std::future_status::ready) work->passOn();
   } else {
     (*packaged)();
   }

@@ -1,11 +1,13 @@
 #include "ui/application.h"
 
 #include <QTimer>
-#include <exception>
+#include <chrono>
+#include <utility>
 
 #include "calibration/session.h"
 #include "support/user_interface.h"
 #include "support/work.h"
+#include "ui/dialogs/work_dialog.h"
 
 namespace vellandra {
 
@@ -13,12 +15,22 @@ bool Application::notify(QObject* receiver, QEvent* event) {
   try {
     return QApplication::notify(receiver, event);
   } catch (...) {
-    const std::string before = lastTold;  // of the command that this may be a part of
-    (void)runCommand([thrown = std::current_exception()]() -> bool { std::rethrow_exception(thrown); });
-    if (lastTold != Cancelled().what()) showOnce(lastTold);
-    lastTold = before;
+    report(std::current_exception());
   }
   return false;
+}
+
+void Application::report(const std::exception_ptr& thrown) {
+  if (isWorkBeside()) {  // to which panel and log belong
+    constexpr std::chrono::milliseconds later{100};
+    if (!thrown_) QTimer::singleShot(later, this, [this] { report(std::exchange(thrown_, nullptr)); });
+    if (!thrown_) thrown_ = thrown;
+    return;
+  }
+  const std::string before = lastTold;  // of the command that this may be a part of
+  (void)runCommand([&thrown]() -> bool { std::rethrow_exception(thrown); });
+  if (lastTold != Cancelled().what()) showOnce(lastTold);
+  lastTold = before;
 }
 
 void Application::showOnce(const std::string& text) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QApplication>
+#include <exception>
 #include <string>
 
 namespace vellandra {
@@ -13,9 +14,11 @@ class Application : public QApplication {
   bool notify(QObject* receiver, QEvent* event) override;
 
  private:
+  void report(const std::exception_ptr& thrown);
   void showOnce(const std::string& text);
 
-  std::string shown_;  ///< what is thrown at every drawing of a window is shown once
+  std::exception_ptr thrown_;  ///< to be told when the work beside the windows is done
+  std::string shown_;          ///< what is thrown at every drawing of a window is shown once
 };
 
 }  // namespace vellandra

@@ -2,6 +2,7 @@
 
 #include <QMessageBox>
 #include <QPushButton>
+#include <optional>
 #include <utility>
 
 #include "calibration/calibration.h"
@@ -9,9 +10,12 @@
 #include "calibration/messages.h"
 #include "calibration/open_map.h"
 #include "formats/calibrations_in_folder.h"
+#include "support/file_changes.h"
 #include "support/paths.h"
+#include "support/work.h"
 #include "ui/dialogs/file_dialog.h"
 #include "ui/dialogs/folder_dialog.h"
+#include "ui/dialogs/work_dialog.h"
 #include "ui/main_window.h"
 #include "ui/widgets/qt_text.h"
 #include "ui/window_interface.h"
@@ -19,8 +23,8 @@
 namespace vellandra {
 namespace {
 
-/// The port while a folder is converted: what went wrong with a calibration stands in its row, and one answer serves
-/// all questions about files that are there.
+/// The port while a folder is converted beside the windows: what went wrong with a calibration stands in its row, and
+/// one answer serves all questions about files that are there. The panel is brought up to date for a question.
 class FolderInterface : public WindowInterface {
  public:
   explicit FolderInterface(MainWindow* window) : WindowInterface(window), before_(userInterface()) {
@@ -35,14 +39,44 @@ class FolderInterface : public WindowInterface {
       told_ += (told_.empty() ? "" : " ") + box.text;
       return Answer::ok;
     }
-    if (!box.text.starts_with("OK to overwrite ")) return WindowInterface::messageBox(box);
-    return overwritesAll_ ? Answer::ok : askToOverwrite(box);
+    const bool overwrites = box.text.starts_with("OK to overwrite ");
+    if (overwrites && overwritesAll_) return Answer::ok;
+    return ask([&] { return overwrites ? askToOverwrite(box) : WindowInterface::messageBox(box); });
   }
+  std::string askOpenFile(const FilePicker& picker) override {
+    return ask([&] { return WindowInterface::askOpenFile(picker); });
+  }
+  std::string askSaveFile(const FilePicker& picker) override {
+    return ask([&] { return WindowInterface::askSaveFile(picker); });
+  }
+  int chooseDatum(const std::string& prompt, const std::vector<std::string>& names) override {
+    return ask([&] { return WindowInterface::chooseDatum(prompt, names); });
+  }
+  WorldFileAnswer askWorldFile(const std::string& lines, const std::vector<std::string>& zones) override {
+    return ask([&] { return WindowInterface::askWorldFile(lines, zones); });
+  }
+  std::optional<std::string> askText(const std::string& prompt, const std::string& initial) override {
+    return ask([&] { return WindowInterface::askText(prompt, initial); });
+  }
+  void showPanel(const std::string& /*message*/) override {}
+  void showBusy(bool /*busy*/) override {}
+  void setMenuStates(const MenuStates& /*states*/) override {}
 
   /// What was told since the last call.
   std::string told() { return std::exchange(told_, {}); }
 
  private:
+  /// Meanwhile the run stands still, and what belongs to it can be looked at.
+  template <typename Question>
+  auto ask(const Question& question) -> decltype(question()) {
+    std::optional<decltype(question())> answer;
+    doInWindows([&] {
+      WindowInterface::showPanel(calibration.message);
+      answer = question();
+    });
+    return *answer;
+  }
+
   Answer askToOverwrite(const MessageBox& box) {
     QMessageBox question(QMessageBox::Question, shown(box.title), breakable(shown(box.text)),
                          QMessageBox::Ok | QMessageBox::YesToAll | QMessageBox::Cancel, parent());
@@ -58,15 +92,28 @@ class FolderInterface : public WindowInterface {
   bool overwritesAll_ = false;
 };
 
+/// Cancelled, it leaves the files of the calibration that it is at as they were.
 std::vector<FolderRow> convertAll(MainWindow* window, const std::vector<std::string>& paths, FolderDialog& dialog) {
   const OpenMapKeeper openMap;
   FolderInterface interface(window);
   std::vector<FolderRow> rows;
-  for (const std::string& path : paths) {
-    if (!dialog.begin(std::string(fileName(path)))) break;
-    rows.push_back(convertForFolder(path));
-    rows.back().whyNot = interface.told();
-    dialog.add(rows.back());
+  const auto convert = [&](const std::string& path) {
+    FolderRow row = convertForFolder(path);
+    endIfCancelled();
+    row.whyNot = interface.told();
+    return row;
+  };
+  try {
+    doBeside(dialog, [&] {
+      for (const std::string& path : paths) {
+        endIfCancelled();
+        doInWindows([&] { dialog.begin(std::string(fileName(path))); });
+        rows.push_back(leavingNothingWhenCancelled([&] { return convert(path); }));
+        doInWindows([&] { dialog.add(rows.back()); });
+      }
+    });
+  } catch (const Cancelled&) {
+    return rows;  // which the list says
   }
   return rows;
 }
@@ -75,7 +122,10 @@ std::vector<FolderRow> convertAll(MainWindow* window, const std::vector<std::str
 
 bool convertFolder(MainWindow* window) {
   const std::string folder = pickFolder(window, "Convert the calibrations of a folder");
-  if (folder.empty()) return false;
+  return !folder.empty() && convertFolder(window, folder);
+}
+
+bool convertFolder(MainWindow* window, const std::string& folder) {
   const std::optional<std::vector<std::string>> paths = calibrationsIn(folder);
   if (!paths || paths->empty()) {
     tell(paths ? "There is no calibration in " + folder : "Unable to read folder " + folder);

@@ -12,6 +12,7 @@
 #include "calibration/calibration.h"
 #include "raster/bitmap.h"
 #include "raster/image_header.h"
+#include "raster/large_images.h"
 #include "scripted_interface.h"
 
 namespace vellandra {

@@ -15,9 +15,10 @@
 namespace vellandra {
 namespace {
 
-/// Programs and tables lie elsewhere than maps.
+/// Programs, tables and tracks lie elsewhere than maps.
 const char* folderKeyOf(const FilePicker& picker) {
   if (picker.defaultName == "*.exe") return "programFolder";
+  if (picker.defaultName == "*.gpx") return "trackFolder";
   return picker.defaultName == "*.txt" ? "tableFolder" : "folder";
 }
 

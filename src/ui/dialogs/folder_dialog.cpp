@@ -66,10 +66,9 @@ FolderDialog::FolderDialog(QWidget* parent, const std::string& folder, int count
              .boundedTo(screen()->availableSize() * 9 / 10));
 }
 
-bool FolderDialog::begin(const std::string& name) {
+void FolderDialog::begin(const std::string& name) {
+  if (isCancelled()) return;
   step_->setText(QString("%1 of %2: ").arg(bar_->value() + 1).arg(bar_->maximum()) + shown(name));
-  QApplication::processEvents();
-  return !cancelled_;
 }
 
 void FolderDialog::add(const FolderRow& row) {
@@ -93,7 +92,7 @@ void FolderDialog::end() {
 
 void FolderDialog::reject() {
   if (ended_) return QDialog::reject();
-  cancelled_ = true;
+  cancel();
   step_->setText("Ending...");
 }
 

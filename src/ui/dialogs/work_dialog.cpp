@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QProgressBar>
+#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <exception>
@@ -71,6 +72,8 @@ class WorkDialog : public QDialog {
   QProgressBar* bar_;
   Work* work_ = nullptr;
 };
+
+int tasksBeside = 0;
 
 QPointer<WorkDialog>& display() {
   static QPointer<WorkDialog> dialog;
@@ -163,15 +166,13 @@ class WindowWork : public QObject, public Work {
 
 }  // namespace
 
-void doWorkBeside(QWidget* window, const std::string& title, const std::function<void()>& work,
-                  const ShowProgress& showProgress) {
-  WindowWork windowWork(window, title, showProgress);
+void doBeside(Work& work, const std::function<void()>& task) {
   std::exception_ptr thrown;
   QEventLoop loop;
   const auto doIt = [&] {
-    const AtWork atWork(&windowWork);
+    const AtWork atWork(&work);
     try {
-      work();
+      task();
     } catch (...) {
       thrown = std::current_exception();
     }
@@ -181,11 +182,37 @@ void doWorkBeside(QWidget* window, const std::string& title, const std::function
   try {
     thread = startThread(doIt);
   } catch (const std::exception&) {
-    return work();  // the windows have to wait
+    return task();  // the windows have to wait
   }
+  ++tasksBeside;
   loop.exec();
   thread.join();
+  --tasksBeside;
   if (thrown) std::rethrow_exception(thrown);
+}
+
+bool isWorkBeside() {
+  return tasksBeside > 0;
+}
+
+void doInWindows(const std::function<void()>& ask) {
+  if (QThread::currentThread() == qApp->thread()) return ask();
+  std::exception_ptr thrown;
+  const auto askThere = [&] {
+    try {
+      ask();
+    } catch (...) {
+      thrown = std::current_exception();
+    }
+  };
+  QMetaObject::invokeMethod(qApp, askThere, Qt::BlockingQueuedConnection);
+  if (thrown) std::rethrow_exception(thrown);
+}
+
+void doWorkBeside(QWidget* window, const std::string& title, const std::function<void()>& work,
+                  const ShowProgress& showProgress) {
+  WindowWork windowWork(window, title, showProgress);
+  doBeside(windowWork, work);
   if (!windowWork.settle()) throw Cancelled();
 }
 

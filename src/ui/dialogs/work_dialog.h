@@ -4,9 +4,20 @@
 #include <functional>
 #include <string>
 
+#include "support/work.h"
+
 class QWidget;
 
 namespace vellandra {
+
+/// Does `task`, a part of `work`, on a thread of its own, and returns when it is done; throws what it throws. Meanwhile
+/// the windows live: all that belongs to one thread, such as the open map, the log and the panel, is the task's.
+void doBeside(Work& work, const std::function<void()>& task);
+/// Whether a task is under way there.
+bool isWorkBeside();
+
+/// For such a task: does `ask` in the thread of the windows, and returns when it is done; throws what it throws.
+void doInWindows(const std::function<void()>& ask);
 
 /// `done` of `total` steps; both 0 when it is over.
 using ShowProgress = std::function<void(int done, int total)>;

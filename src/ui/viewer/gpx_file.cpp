@@ -6,12 +6,27 @@
 #include <cmath>
 #include <optional>
 
+#include "support/work.h"
+
 namespace vellandra {
 namespace {
 
-constexpr qint64 largestFile = 64 << 20;
+constexpr qint64 largestFile = 1 << 30;
 constexpr std::size_t mostPoints = 500000;
 constexpr qsizetype longestName = 60;
+
+/// A file that shows how far it has been read, and has no more to give when the work under way is cancelled.
+class WorkFile : public QFile {
+ public:
+  using QFile::QFile;
+
+ protected:
+  qint64 readData(char* data, qint64 most) override {
+    if (isCancelled()) return -1;
+    showProgress(pos(), size());
+    return QFile::readData(data, most);
+  }
+};
 
 class GpxReader {
  public:
@@ -22,7 +37,7 @@ class GpxReader {
       file_.problem = " is no GPX file";
       return file_;
     }
-    while (!xml_.atEnd() && points_ < mostPoints) {
+    while (!xml_.atEnd() && !xml_.hasError() && points_ < mostPoints) {  // a file that fails has no end
       xml_.readNext();
       if (xml_.isStartElement()) takeElement();
     }
@@ -89,7 +104,7 @@ GpxFile readGpx(QIODevice& device) {
 
 GpxFile readGpx(const QString& path) {
   GpxFile nothing;
-  QFile file(path);
+  WorkFile file(path);
   if (!QFileInfo(path).isFile()) {  // a device or a pipe might never end
     nothing.problem = " is no file";
   } else if (file.size() > largestFile) {
@@ -97,7 +112,9 @@ GpxFile readGpx(const QString& path) {
   } else if (!file.open(QIODevice::ReadOnly)) {
     nothing.problem = " cannot be read: " + file.errorString();
   } else {
-    return readGpx(file);
+    GpxFile read = readGpx(file);
+    endIfCancelled();
+    return read;
   }
   return nothing;
 }

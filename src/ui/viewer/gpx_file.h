@@ -23,7 +23,8 @@ struct GpxFile {
   bool isEmpty() const { return lines.empty() && waypoints.empty(); }
 };
 
-/// Reads a file of up to 64 MB and half a million points. What stands before a damaged place is kept.
+/// Reads a file of up to a gigabyte and half a million points. What stands before a damaged place is kept. Throws
+/// Cancelled.
 GpxFile readGpx(const QString& path);
 GpxFile readGpx(QIODevice& device);
 

@@ -15,6 +15,7 @@
 #include "support/numbers.h"
 #include "support/user_interface.h"
 #include "ui/dialogs/go_to_dialog.h"
+#include "ui/dialogs/work_dialog.h"
 #include "ui/viewer/map_canvas.h"
 #include "ui/viewer/map_viewer_dialog.h"
 #include "ui/viewer/point_grids.h"
@@ -65,6 +66,24 @@ QString wayFromMap(const Calibration& map, const ViewPoint& place, const Positio
   const auto sector = static_cast<std::size_t>(std::lround(std::atan2(east, north) / degToRad / 45) + 8) % names.size();
   return shown(formatNumber(std::hypot(east, north) / 1000, "0.0")) + " km to the " + names[sector] + " of it";
 }
+
+GpxFile readGpxFor(const Calibration& map, const QString& path) {
+  GpxFile file = readGpx(path);
+  if (file.isEmpty() || !file.problem.isEmpty()) return file;
+  const auto seen = [&map](const Position& position) { return isOnImage(map, placeOf(map, position)); };
+  const bool some = std::ranges::any_of(file.waypoints, seen, &GpxWaypoint::position) ||
+                    std::ranges::any_of(file.lines, [&](const auto& line) { return std::ranges::any_of(line, seen); });
+  if (!some) file.problem = " has no point on this map";
+  return file;
+}
+
+/// What is seen of work goes with its end.
+struct WorkDisplayed {
+  WorkDisplayed() = default;
+  WorkDisplayed(const WorkDisplayed&) = delete;
+  WorkDisplayed& operator=(const WorkDisplayed&) = delete;
+  ~WorkDisplayed() { endWorkDisplay(); }
+};
 
 }  // namespace
 
@@ -158,18 +177,16 @@ void MapViewerDialog::loadTracks() {
   const std::string path =
       userInterface().askOpenFile({"Open tracks and waypoints", "*.gpx", "GPX files (*.gpx)|*.gpx"});
   if (path.empty()) return;
-  GpxFile read = readGpx(shownPath(path));
   const std::string name = textBytes(QFileInfo(shownPath(path)).fileName());
-  if (!read.isEmpty()) {
-    const Calibration& map = session_.fit().map;
-    const auto seen = [&map](const Position& position) { return isOnImage(map, placeOf(map, position)); };
-    const bool some =
-        std::ranges::any_of(read.waypoints, seen, &GpxWaypoint::position) ||
-        std::ranges::any_of(read.lines, [&](const auto& line) { return std::ranges::any_of(line, seen); });
-    if (!some && read.problem.isEmpty()) read.problem = " has no point on this map";
+  const WorkDisplayed displayed;
+  GpxFile read;
+  try {
+    read = runWork("Reading " + name, [&path, map = session_.fit().map] { return readGpxFor(map, shownPath(path)); });
+  } catch (const Cancelled&) {
+    return;  // those that were drawn stay
   }
   const std::string problem = textBytes(read.problem);
-  if (!read.isEmpty()) {  // else those that were drawn stay
+  if (!read.isEmpty()) {  // as they do here
     tracks_ = std::move(read);
     updateOverlay();
   }
