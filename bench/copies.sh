@@ -5,18 +5,7 @@
 build release bench_copies
 
 side=${1:-8000}
-export VELLANDRA_HOME=$folder
-cp "$root/data/datums.txt" "$folder"
-/usr/bin/python3 - "$root/bench" "$folder" "$side" <<'END'
-import sys
-
-sys.path.insert(0, sys.argv[1])
-from synthetic_map import Map
-
-folder, side = sys.argv[2], int(sys.argv[3])
-map = Map(side, side, 5, 50, 1e-5, -1e-5)
-map.write(f"{folder}/map", map.picture(1))
-END
+large_map "$side"
 
 printf 'A map of %s x %s pixels, decoded %s KB, on %s cores\n' "$side" "$side" $((side * side * 3 / 1024)) "$(nproc)"
 for command in rescale crop; do

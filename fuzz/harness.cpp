@@ -18,8 +18,10 @@
 #include "formats/format_table.h"
 #include "formats/image_identification.h"
 #include "geodesy/datum.h"
+#include "gpx_check.h"
 #include "image_check.h"
 #include "imaging/map_image.h"
+#include "position_check.h"
 #include "program.h"
 #include "raster/bitmap.h"
 #include "support/files.h"
@@ -193,6 +195,10 @@ Harness::Harness(std::string kind) : kind_(std::move(kind)) {
     sequences_.emplace(folder_, home_ + "datums.txt");
     return;
   }
+  if (kind_ == "positions") {
+    resetProgram(home_ + "datums.txt");
+    LoadDatums();
+  }
   SaveImage(ImageFormat::png, allocate24Bits(64, 48), folder_ + images[0]);
   SaveImage(ImageFormat::bmp, allocate24Bits(1, 1), folder_ + images[1]);
   using namespace std::string_view_literals;
@@ -208,6 +214,7 @@ Harness::~Harness() {
 
 Harness::Verdict Harness::run(std::string_view input, bool writes) {
   if (kind_ == "images") return runImage(input);
+  if (kind_ == "gpx" || kind_ == "positions") return runText(input);
   if (sequences_) return runSequence(input);
   std::string_view answers = takeAnswers(input);
   const unsigned options = answers.empty() ? 0U : static_cast<std::uint8_t>(answers.front());
@@ -236,6 +243,19 @@ Harness::Verdict Harness::runImage(std::string_view input) {
   verdict.fault = checkImage(input, folder_, verdict.converted);
   const std::string left = clearFolder();
   if (verdict.fault.empty()) verdict.fault = left;
+  return verdict;
+}
+
+/// What the program reads and nothing is written of.
+Harness::Verdict Harness::runText(std::string_view input) {
+  Verdict verdict;
+  const std::string_view answers = kind_ == "positions" ? takeAnswers(input) : std::string_view();
+  try {
+    verdict.fault =
+        kind_ == "gpx" ? checkGpx(input, verdict.converted) : checkPosition(input, answers, verdict.converted);
+  } catch (const std::exception& error) {
+    verdict.fault = std::string("unexpected exception: ") + error.what();
+  }
   return verdict;
 }
 

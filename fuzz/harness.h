@@ -19,7 +19,8 @@ namespace vellandra {
 class Harness {
  public:
   /// `kind` is an extension that is read, "datums" for a datum table, "ini" for a preferences file or "images" for an
-  /// image of any type, which is loaded whole as it is, or "sequences" for commands, see `Sequences`. Throws
+  /// image of any type, which is loaded whole as it is, "positions" and "gpx" for texts, see `checkPosition` and
+  /// `checkGpx`, or "sequences" for commands, see `Sequences`. Throws
   /// std::system_error when the folder cannot be made: in TMPDIR, else in memory where the system has such a disk.
   explicit Harness(std::string kind);
   Harness(const Harness&) = delete;
@@ -35,6 +36,7 @@ class Harness {
 
  private:
   Verdict runSequence(std::string_view input);
+  Verdict runText(std::string_view input);
   Verdict runImage(std::string_view input);
   std::string place(std::string_view input, std::string& fault);
   std::string checkResult() const;

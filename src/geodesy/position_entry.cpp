@@ -153,6 +153,9 @@ std::string irishLetterProblem(std::string_view letter) {
 
 std::optional<Position> britishPosition(std::string_view letters, double easting, double northing) {
   const std::string square = trim(letters).empty() ? "SV" : upperCase(trim(letters));
+  std::int32_t west = 0, south = 0;
+  OsLettersToOffset(square, west, south);
+  if (west + easting < 0 || south + northing < 0) return std::nullopt;
   Position position{};
   OsGridToLatLong(square, northing, easting, position.latitude, position.longitude);
   if (!InGbGridArea(position.latitude, position.longitude)) return std::nullopt;

@@ -38,7 +38,8 @@ std::string britishLettersProblem(std::string_view letters);
 /// The same for the one letter of a square of the Irish grid.
 std::string irishLetterProblem(std::string_view letter);
 
-/// British grid reference to WGS 84; no letters mean full grid metres (from "SV"). Nothing outside the grid's area.
+/// British grid reference to WGS 84; no letters mean full grid metres (from "SV"). Nothing outside the grid's area,
+/// nor west or south of its origin, in the sea.
 std::optional<Position> britishPosition(std::string_view letters, double easting, double northing);
 
 /// Irish grid reference to degrees on the grid's own ellipsoid, that of the datum "Ireland 1965"; no letter means full

@@ -60,8 +60,11 @@ bool fitsUtm(bool southern, double easting, double northing) {
 
 void UtmToLatLong(std::int16_t zone, double northing, double easting, double dA, double dF, double& lat, double& lon) {
   const TransverseMercator projection = utmOn(zone, dA, dF);
-  constexpr double usualSpan = 250000;  // metres from the meridian: both series agree to millimetres there
-  const auto inverse = std::abs(easting - falseEasting) <= usualSpan ? fromGrid : fromGridFar;
+  // Metres from the meridian and the equator: both series agree to a millimetre there. Towards the poles the near one
+  // fails within a zone's own width.
+  constexpr double usualSpan = 250000, usualNorthing = 7250000;
+  const bool near = std::abs(easting - falseEasting) <= usualSpan && std::abs(northing) <= usualNorthing;
+  const auto inverse = near ? fromGrid : fromGridFar;
   inverse(projection, easting, northing, lat, lon);
 }
 

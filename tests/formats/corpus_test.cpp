@@ -32,7 +32,7 @@ TEST_P(CorpusTest, NoInputBringsTheProgramDown) {
 
 /// Folders of the corpus: one for every format that is read, under one of its endings, and those of other files.
 std::vector<std::string> kinds() {
-  std::vector<std::string> kinds = {"datums", "ini", "images", "sequences"};
+  std::vector<std::string> kinds = {"datums", "ini", "images", "sequences", "positions", "gpx"};
   for (const FormatRow& format : formatRows()) {
     std::string kind;
     for (const Ending& ending : format.endings) {

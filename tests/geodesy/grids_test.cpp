@@ -82,15 +82,15 @@ TEST(Utm, BandLettersEndWithAnX) {
 TEST(Utm, FootpointLoopEndsForEveryNorthing) {
   ::alarm(30);
   double lat = 0, lon = 0, easting = 0, northingAgain = 0;
-  for (const double northing : {4277170.7752077281, 4617798.2243172256, 5778068.6581060002, 7083062.9646849995,
-                                9000182.2222259995, -9000182.2222259995}) {
+  for (const double northing :
+       {4277170.7752077281, 4617798.2243172256, 5778068.6581060002, 7083062.9646849995, -7083062.9646849995}) {
     UtmToLatLong(31, northing, 500000, 0, 0, lat, lon);
     std::int16_t zone = 31;
     LatLongToUtm(lat, lon, zone, easting, northingAgain);
     EXPECT_NEAR(northingAgain, northing + (northing < 0 ? 10000000 : 0), 1e-6);
   }
   for (const double northing : {31622776.601683792, 1e12, -1e12, 1e100, 1e300, -1e308, infinity, notANumber}) {
-    UtmToLatLong(31, northing, 500000, 0, 0, lat, lon);
+    OsGridToLatLong("SV", northing, 500000, lat, lon);
     UtmToLatLong(31, 0, northing, 0, 0, lat, lon);
   }
   ::alarm(0);

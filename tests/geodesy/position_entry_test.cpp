@@ -124,6 +124,7 @@ TEST(PositionEntry, GridReferencesWithLettersAndInFullMetres) {
     EXPECT_NEAR(position->longitude, longitude, 2e-8) << latitude;
   }
   EXPECT_FALSE(britishPosition("ZZ", 0, 0)) << "a square outside the grid's area";
+  EXPECT_FALSE(britishPosition("RU", 30000, 30000)) << "a square in the sea, west of the origin";
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <QMimeData>
 
 #include "raster/image_header.h"
+#include "ui/widgets/window_settings.h"
 #include "ui/window_fixture.h"
 
 namespace vellandra {
@@ -68,14 +69,17 @@ const Step changed = [](WindowTest&) { preferencesChanged = true; };
 const Step noDatums = [](WindowTest& t) { preferences.datumsPath = t.folder + "nowhere.txt"; };
 const Step otherTable = [](WindowTest& t) { writeTestFile(t.folder + "other.txt", contentOf(preferences.datumsPath)); };
 const Step noReadme = [](WindowTest& t) { std::filesystem::remove(t.folder + "readme.txt"); };
-const Step copied = [](WindowTest&) {
-  QImage picture(300, 200, QImage::Format_RGB32);
-  picture.fill(qRgb(10, 20, 30));
-  auto* data = new QMimeData;
-  data->setImageData(picture);
-  data->setText("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
-  QApplication::clipboard()->setMimeData(data);
-};
+Step copying(const char* text) {
+  return [text](WindowTest&) {
+    QImage picture(300, 200, QImage::Format_RGB32);
+    picture.fill(qRgb(10, 20, 30));
+    auto* data = new QMimeData;
+    data->setImageData(picture);
+    data->setText(text);
+    QApplication::clipboard()->setMimeData(data);
+  };
+}
+const Step copied = copying("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
 Step both(const Step& first, const Step& second) {
   return [=](WindowTest& t) { first(t), second(t); };
 }
@@ -163,6 +167,9 @@ Step located(const std::string& datums, const std::string& sevenZip) {
   return [=](WindowTest& t) {
     EXPECT_EQ(preferences.datumsPath, datums.empty() ? SOURCE_FOLDER "/data/datums.txt" : t.folder + datums);
     EXPECT_EQ(preferences.sevenZipPath, sevenZip.empty() ? "" : t.folder + sevenZip);
+    for (const char* key : {"folder", sevenZip.empty() ? "programFolder" : "tableFolder"}) {
+      EXPECT_FALSE(windowSettings().contains(key)) << "pickers of another kind begin there";
+    }
   };
 }
 Step heightOf(const char* name, int height) {
@@ -208,9 +215,11 @@ const Way ways[] = {
     {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales,
      "broken.png: the image cannot be decoded"},
     {"LoadNeedsDatums", "mnulm", noDatums, "scan%1.png; -; OK", whichImage + "; " + noTable, start},
-    {"ClipboardWithPoints", "mnulic", copied, "Yes", copies, pending + clip + "3 points",
+    {"ClipboardWithPoints", "mnulic", copied, "Enter", copies, pending + clip + "3 points",
      "north, 1, 2, 3 : not four numbers, skipped", "", clipboardIsWritten},
     {"ClipboardByHand", "mnulic", both(copied, placing(2)), "-", copies + "; calibrate", pending + clip + "2 points"},
+    {"ClipboardWithoutText", "mnulic", both(copying(""), placing(2)), "Enter", copies + "; calibrate",
+     pending + clip + "2 points"},
     {"ClipboardKeepsPending", "mnulic", both(opened, copied), "Cancel", mayRead, pending + wales, "", "", isLeft},
     {"ClipboardNeedsDatums", "mnulic", both(noDatums, copied), "-; OK", noTable, start, "", "", isLeft},
     {"WriteEndsKeeping", "mnuwc", made, "", "", done + wales, names, "!unfinished-1.txt"},

@@ -635,7 +635,8 @@ TEST_F(MapViewerTest, TracksLieOnTheMapAndDamagedFilesAreAnswered) {
           "<?xml version='1.0'?><gpx xmlns='http://www.topografix.com/GPX/1/1'><wpt lat='49.5' lon='10.4'>"
           "<name>Hut</name></wpt><trk><trkseg><trkpt lat='49.8' lon='10.2'/><trkpt lat='49.8' "
           "lon='10.4'><ele>3</ele></trkpt></trkseg>",
-      more = "<trkseg><trkpt lat='49.8' lon='10.6'/>", end = "</trkseg></trk></gpx>";
+      more = "<trkseg><trkpt lat='49.8' lon='10.6'/>", end = "</trkseg></trk></gpx>",
+      deep = (QByteArray("<a>").repeated(200) + QByteArray("</a>").repeated(200)).toStdString();
   const struct {
     const char* name;
     std::string content;
@@ -646,18 +647,19 @@ TEST_F(MapViewerTest, TracksLieOnTheMapAndDamagedFilesAreAnswered) {
       {"ends early", head + more, "way.gpx is damaged at line 1: what stands before it is drawn", true},
       {"a place that is none", head + more + "<trkpt lat='nan' lon='10.7'/>" + end,
        "way.gpx holds points that are not on the earth, 1 of them: they are left out", true},
+      {"an extension whose prefix nobody declared", head + "<x:color>7</x:color>" + more + end, "", true},
+      {"nested too deep", head + more + deep + end, "way.gpx is damaged at line 1: what stands before it is drawn",
+       true},
+      {"a tag longer than any", head + more + "<ele" + std::string(200000, ' ') + "/>" + end,
+       "way.gpx is damaged at line 1: what stands before it is drawn", true},
+      {"entities that would fill the memory", "<!DOCTYPE gpx [<!ENTITY a 'aaa'>]>" + head.substr(21) + more + end,
+       "way.gpx is no GPX file", false},
       {"empty", "", "way.gpx is no GPX file", false},
       {"another document", "<kml/>", "way.gpx is no GPX file", false},
       {"without a track", "<gpx><trk/></gpx>", "way.gpx holds no tracks, routes or waypoints", false},
       {"damaged from the beginning", "<gpx><trk", "way.gpx is damaged", false},
       {"too many points",
-       "<gpx><rte>" +
-           [] {
-             std::string points;
-             for (int i = 0; i < 500001; ++i) points += "<rtept lat='1' lon='1'/>";
-             return points;
-           }() +
-           "</rte></gpx>",
+       "<gpx><rte>" + QByteArray("<rtept lat='1' lon='1'/>").repeated(500001).toStdString() + "</rte></gpx>",
        "way.gpx holds more than 500000 points: the first are drawn", false},
       {"on another map", "<gpx><rte><rtept lat='1' lon='1'/></rte></gpx>", "way.gpx has no point on this map", false},
   };

@@ -51,11 +51,14 @@ class WindowPerson : public QObject {
   std::vector<std::string> seen;
 
   void use(Step step) { steps_.push_back(std::move(step)); }
-  /// "" closes the dialog; in a box presses the button of this text; in a picker or a question for text gives it.
+  /// "" closes the dialog; in a box "Enter" presses that key, else the button of this text; in a picker or a question
+  /// for text gives it.
   void answer(const std::string& text) {
     use([text](QDialog* dialog) {
       if (text.empty()) {
         dialog->reject();
+      } else if (text == "Enter") {
+        QTest::keyClick(dialog, Qt::Key_Return);
       } else if (qobject_cast<QMessageBox*>(dialog) != nullptr) {
         click(dialog, text.c_str());
       } else if (auto* question = qobject_cast<QInputDialog*>(dialog)) {
