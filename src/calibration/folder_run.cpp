@@ -7,7 +7,6 @@
 #include "calibration/driver.h"
 #include "calibration/fit.h"
 #include "calibration/messages.h"
-#include "calibration/session.h"
 #include "support/numbers.h"
 #include "support/paths.h"
 #include "support/text.h"
@@ -40,14 +39,14 @@ FolderCells folderCells(const FolderRow& row) {
   return cells;
 }
 
-FolderRow convertForFolder(const std::string& path) {
+FolderRow convertForFolder(const std::string& path, Answers answers) {
   calibration = Calibration();
   driver = Driver();
   inputDatumName.clear();
   FolderRow row;
   row.file = fileName(path);
   showMessage(row.file);
-  row.stopped = runBatch(path) != 0;
+  row.stopped = runBatch(path, answers) != 0;
   if (row.stopped) row.whyNot = lastTold;
   row.datum = inputDatumName;
   row.points = calibration.pointCount;
@@ -83,7 +82,7 @@ int runFolder(const std::string& folder, const std::optional<std::vector<std::st
     return 1;
   }
   std::vector<FolderRow> rows;
-  for (const std::string& path : *calibrations) rows.push_back(convertForFolder(path));
+  for (const std::string& path : *calibrations) rows.push_back(convertForFolder(path, Answers::kept));
   calibration.message.clear();
   if (rows.empty()) showMessage("There is no calibration in " + folder);
   if (!rows.empty()) {

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "calibration/session.h"
+
 namespace vellandra {
 
 /// What became of one calibration of a folder: a row of the table that ends a run over the folder.
@@ -21,7 +23,7 @@ struct FolderRow {
 
 /// Converts the calibration `path` and writes every output, as a batch of its own would: of the calibration before
 /// nothing is left, and the panel starts empty. The map that was open is lost.
-FolderRow convertForFolder(const std::string& path);
+FolderRow convertForFolder(const std::string& path, Answers answers);
 
 /// What a row shows, UTF-8, in the order of `folderCaptions`.
 using FolderCells = std::array<std::string, 7>;

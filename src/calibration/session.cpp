@@ -107,13 +107,13 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   return {Task::batch, onePath(arguments, 0)};
 }
 
-int runBatch(const std::string& path) {
+int runBatch(const std::string& path, Answers answers) {
   driver.stage = batch;
   driver.inputPath = path;
   const Preferences before = preferences;
   const int status = runCommand(do_it) ? 0 : 1;
   const std::string whyStopped = lastTold;
-  runCommand([&before] { return keepAnswers(before); });
+  if (answers == Answers::kept) runCommand([&before] { return keepAnswers(before); });
   lastTold = whyStopped;
   return status;
 }

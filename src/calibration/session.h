@@ -32,9 +32,14 @@ struct CommandLine {
 };
 CommandLine readCommandLine(const std::vector<std::string>& arguments);
 
-/// Converts `path` and writes every output; where the person located the datum table or matched a datum, writes the
-/// preferences, too. Returns the exit status: 0 when the run came to its end, 1 when it stopped, for the reason that is
-/// in `lastTold`.
-int runBatch(const std::string& path);
+/// What becomes of the preferences where the person located the datum table or matched a datum.
+enum class Answers {
+  kept,    ///< they are written: nobody asks at the end
+  forNow,  ///< they hold until the program ends, which asks
+};
+
+/// Converts `path` and writes every output. Returns the exit status: 0 when the run came to its end, 1 when it stopped,
+/// for the reason that is in `lastTold`.
+int runBatch(const std::string& path, Answers answers = Answers::kept);
 
 }  // namespace vellandra

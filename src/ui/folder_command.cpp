@@ -98,9 +98,9 @@ std::vector<FolderRow> convertAll(MainWindow* window, const std::vector<std::str
   FolderInterface interface(window);
   std::vector<FolderRow> rows;
   const auto convert = [&](const std::string& path) {
-    FolderRow row = convertForFolder(path);
+    FolderRow row = convertForFolder(path, Answers::forNow);
     endIfCancelled();
-    row.whyNot = interface.told();
+    if (std::string told = interface.told(); !told.empty()) row.whyNot = std::move(told);
     return row;
   };
   try {

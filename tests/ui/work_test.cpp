@@ -100,7 +100,7 @@ TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
   const std::string before = calibration.imagePath;
   for (const char* name : {"other.map", "third.map"}) writeTestFile(folder + name, map);
   for (const char* name : {"other.gmi", "third.gmi"}) writeTestFile(folder + name, "old");
-  writeTestFile(folder + "empty.map", map.substr(0, map.find("Point01")));
+  writeTestFile(folder + "empty.map", std::string(map).replace(map.find(",xy,") + 4, 5, "50000"));
   const Seen seen = {"Convert the calibrations of a folder", "Vellandra|OK to overwrite " + folder + "other.gmi",
                      "Convert a folder"};
   for (const bool cancelled : {true, false}) {
@@ -112,7 +112,8 @@ TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
     });
     someone.use([&](QDialog* dialog) {
       EXPECT_EQ(part<QLabel>(dialog, "step")->text(),
-                cancelled ? "Cancelled: 3 of 4 are left as they were" : "All are done");
+                QString(cancelled ? "Cancelled: 3 of 4 are left as they were" : "All are done") +
+                    "; 1 could not be converted");
       click(dialog, "copy");
       dialog->reject();
     });
@@ -120,6 +121,7 @@ TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
     EXPECT_EQ(someone.seen, seen);
     const std::string list = QApplication::clipboard()->text().toStdString();
     EXPECT_TRUE(list.starts_with("file\tdatum\tpoints\troot mean square\twritten\tkept\twhy not\nempty.map\t")) << list;
+    EXPECT_NE(list.find("\tOverflow: pixel 50000"), std::string::npos) << list;
     EXPECT_EQ(list.find("other.map\tORD SRVY GRT BRITN\t9\t") == std::string::npos, cancelled) << list;
     EXPECT_EQ(contentOf(folder + "third.gmi") == "old", cancelled);
     EXPECT_EQ(exists("other.tfw"), !cancelled);  // written before the question

@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/widgets/qt_text.h"
 
@@ -43,6 +44,7 @@ FolderDialog::FolderDialog(QWidget* parent, const std::string& folder, int count
   list_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   list_->setHeaderLabels(textsOf(folderCaptions));
   list_->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+  list_->header()->setSectionResizeMode(0, QHeaderView::Interactive);
   list_->header()->setStretchLastSection(false);
 
   auto* buttons = new QDialogButtonBox;
@@ -74,15 +76,22 @@ void FolderDialog::begin(const std::string& name) {
 void FolderDialog::add(const FolderRow& row) {
   auto* item = new QTreeWidgetItem(list_, textsOf(folderCells(row)));
   for (int column = 2; column < 6; ++column) item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+  for (int column = 0; column < item->columnCount(); ++column) item->setToolTip(column, item->text(column));
+  // Long names leave room for what became of them.
+  list_->resizeColumnToContents(0);
+  list_->setColumnWidth(0, std::min(list_->columnWidth(0), list_->viewport()->width() * 2 / 5));
   list_->scrollToItem(item);
+  if (row.stopped) ++stopped_;
   bar_->setValue(bar_->value() + 1);
 }
 
 void FolderDialog::end() {
   ended_ = true;
-  const int rest = bar_->maximum() - bar_->value();
-  step_->setText(rest == 0 ? QString("All are done")
-                           : QString("Cancelled: %1 of %2 are left as they were").arg(rest).arg(bar_->maximum()));
+  const int count = bar_->maximum(), rest = count - bar_->value();
+  QString text = "All are done";
+  if (rest > 0) text = QString("Cancelled: %1 of %2 are left as they were").arg(rest).arg(count);
+  if (stopped_ > 0) text += QString("; %1 could not be converted").arg(stopped_);
+  step_->setText(text);
   bar_->hide();
   copy_->setEnabled(true);
   cancel_->setText("&Close");

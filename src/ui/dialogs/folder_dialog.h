@@ -40,6 +40,7 @@ class FolderDialog : public QDialog, public Work {
   QProgressBar* bar_;
   QTreeWidget* list_;
   QPushButton *copy_, *cancel_;
+  int stopped_ = 0;  ///< calibrations that could not be converted
   bool ended_ = false;
 };
 
