@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -123,7 +124,11 @@ int main(int argc, char** argv) {
     slowest = std::max(slowest, measure("zoom", canvas, [&](int i) { canvas.zoomBy(i % 2 == 0 ? 1.02 : 1 / 1.02); }));
   }
   const double memory = 1 + (residentBytes() - before) / decoded;
-  std::printf("slowest %.2f ms, limit %.0f; memory %.3f of the decoded image, limit %.1f\n", slowest, longestFrame,
-              memory, mostMemory);
+  const double pyramid = static_cast<double>(canvas.extraBytes()) / decoded;
+  const double shown = 4.0 * viewer.width() * viewer.height() * std::pow(canvas.devicePixelRatioF(), 2) / decoded;
+  std::printf(
+      "slowest %.2f ms, limit %.0f; memory %.3f of the decoded image, limit %.1f; of it %.3f are the image's "
+      "halves and %.3f the window's pixels\n",
+      slowest, longestFrame, memory, mostMemory, pyramid, shown);
   return slowest < longestFrame && memory < mostMemory ? 0 : 1;
 }

@@ -110,10 +110,6 @@ void MapCanvas::letGo() {
   dragging_ = false;
 }
 
-std::size_t MapCanvas::extraBytes() const {
-  return pyramid_.extraBytes() + static_cast<std::size_t>(strip_.sizeInBytes());
-}
-
 void MapCanvas::changeView() {
   update();
   if (aiming_) pointAt(QPointF(width() / 2.0, height() / 2.0));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QImage>
 #include <QWidget>
 #include <array>
 #include <functional>
@@ -64,7 +63,7 @@ class MapCanvas : public QWidget {
   /// Ends what the mouse is doing: the marks are about to become others, or a dialog takes the mouse.
   void letGo();
 
-  std::size_t extraBytes() const;  ///< held beside the map image
+  std::size_t extraBytes() const { return pyramid_.extraBytes(); }  ///< held beside the map image
 
  Q_SIGNALS:
   void mapClicked(int x, int y);  ///< a pixel of the image, also by Enter while the aim is shown
@@ -117,7 +116,6 @@ class MapCanvas : public QWidget {
   const Bitmap& image_;
   ImagePyramid pyramid_;
   MapView view_;
-  QImage strip_;  ///< of the window, in device pixels
   std::vector<CanvasMark> marks_;
   std::function<int(double, double)> hitTest_;
   std::optional<Calibration> gridMap_;

@@ -1,3 +1,4 @@
+#include <QImage>
 #include <QPaintEngine>
 #include <QPaintEvent>
 #include <QPainter>
@@ -114,13 +115,13 @@ void MapCanvas::drawMap(QPainter& painter, bool whole) {
     drawMap(*pixels, ratio, 0);
     return;
   }
-  if (strip_.width() != size.width()) strip_ = QImage(size.width(), stripRows, QImage::Format_RGB32);
+  QImage strip(size.width(), stripRows, QImage::Format_RGB32);
   painter.save();
   painter.scale(1 / ratio, 1 / ratio);
   for (int top = 0; top < size.height(); top += stripRows) {
     const int height = std::min(stripRows, size.height() - top);
-    drawMap(frameOf(strip_, QRect(0, 0, size.width(), height)), ratio, top);
-    painter.drawImage(QPointF(0, top), strip_, QRectF(0, 0, size.width(), height));
+    drawMap(frameOf(strip, QRect(0, 0, size.width(), height)), ratio, top);
+    painter.drawImage(QPointF(0, top), strip, QRectF(0, 0, size.width(), height));
   }
   painter.restore();
 }
@@ -129,9 +130,10 @@ void MapCanvas::drawMap(QPainter& painter, bool whole) {
 void MapCanvas::drawMap(const Frame& frame, double ratio, int top) const {
   const ViewPoint corner = view_.toWindow(0, 0);
   pyramid_.draw({corner.x * ratio, corner.y * ratio - top, view_.scale() * ratio}, frame,
-                palette().color(QPalette::Dark).rgb());
-  drawGridLines(frame, ratio, top);
-  drawTracks(frame, ratio, top);
+                palette().color(QPalette::Dark).rgb(), [&](const Frame& band, int bandTop) {
+                  drawGridLines(band, ratio, top + bandTop);
+                  drawTracks(band, ratio, top + bandTop);
+                });
 }
 
 void MapCanvas::paintEvent(QPaintEvent* event) {
@@ -223,9 +225,12 @@ void MapCanvas::findTracks() {
 }
 
 void MapCanvas::drawTracks(const Frame& frame, double ratio, int top) const {
+  constexpr double reach = 4;  // window units: more than half a line, and its slope's part
+  const double low = top / ratio - reach, high = (top + frame.height) / ratio + reach;
   for (const LineStyle& style :
        {LineStyle{5 * ratio, trackEdge.rgb(), 1}, LineStyle{2.6 * ratio, trackColor.rgb(), 1}}) {
     for (const auto& [from, to] : trackPieces_) {
+      if (std::max(from.y, to.y) < low || std::min(from.y, to.y) > high) continue;
       drawLine(frame, {from.x * ratio, from.y * ratio - top}, {to.x * ratio, to.y * ratio - top}, style);
     }
   }

@@ -5,25 +5,17 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
+#include <optional>
 
 #include "support/errors.h"
 #include "support/threads.h"
+#include "ui/viewer/map_canvas_rows.h"
 
 namespace vellandra {
 namespace {
 
 constexpr int bytesPerPixel = 3;
 constexpr int smallestSide = 64;  ///< of a level that is worth halving
-constexpr std::uint32_t opaque = 0xff000000U;
-
-/// Calls `work` for `count` rows, cut into one band for each core when there is enough to do.
-void inBands(int count, std::int64_t pixels, const std::function<void(int, int)>& work) {
-  constexpr std::int64_t pixelsWorthAThread = 300'000;
-  const int most = static_cast<int>(std::min(coreCount(), 8U));
-  const int bands = static_cast<int>(std::clamp<std::int64_t>(pixels / pixelsWorthAThread, 1, most));
-  const auto start = [&](int band) { return static_cast<int>(static_cast<std::int64_t>(count) * band / bands); };
-  forEachNumber(bands, static_cast<unsigned>(bands), [&](int band) { work(start(band), start(band + 1)); });
-}
 
 Bitmap halved(const Bitmap& image) {
   const int width = (image.width() + 1) / 2;
@@ -49,16 +41,11 @@ Bitmap halved(const Bitmap& image) {
   return half;
 }
 
-/// Which source pixels one row or column of the frame is made of: `first` and, with `weight` of 256, the next one.
-struct Sample {
-  int first;
-  int weight;
-};
-
 /// The run of frame pixels that show the image along one axis, and what each is made of.
 struct Axis {
   int begin = 0, end = 0;
   std::vector<Sample> samples;  ///< of begin to end
+  const Sample& at(int place) const { return samples[static_cast<std::size_t>(place - begin)]; }
 };
 
 Axis axisOf(double edge, double scale, int imageSize, int frameSize, int levelSize, double levelScale, bool enlarged) {
@@ -73,114 +60,65 @@ Axis axisOf(double edge, double scale, int imageSize, int frameSize, int levelSi
     const double whole = std::floor(from);
     const int first = std::clamp(static_cast<int>(whole), 0, levelSize - 1);
     const bool between = !enlarged && whole >= 0 && first < levelSize - 1;
-    axis.samples.push_back({first, between ? static_cast<int>((from - whole) * 256) : 0});
+    axis.samples.push_back({first, between ? static_cast<int>((from - whole) * fullWeight) : 0});
   }
   return axis;
 }
 
-/// Where pixel `x` begins in a row.
-std::ptrdiff_t byteOf(int x) {
-  return std::ptrdiff_t{bytesPerPixel} * x;
+/// Calls `work` with the first row and the end of each band of a frame, on all cores when there is enough to do.
+void forEachBand(const Frame& frame, const std::function<void(int, int)>& work) {
+  constexpr int rows = 64;  // few enough for the cache
+  constexpr std::int64_t pixelsWorthAThread = 300'000;
+  const std::int64_t wanted = std::int64_t{frame.width} * frame.height / pixelsWorthAThread;
+  const auto threads = static_cast<unsigned>(std::clamp<std::int64_t>(wanted, 1, std::min(coreCount(), 8U)));
+  forEachNumber((frame.height + rows - 1) / rows, threads,
+                [&](int band) { work(band * rows, std::min((band + 1) * rows, frame.height)); });
 }
-
-std::uint32_t pixelAtBytes(const std::uint8_t* bgr) {
-  return opaque | static_cast<std::uint32_t>(bgr[2]) << 16U | static_cast<std::uint32_t>(bgr[1]) << 8U | bgr[0];
-}
-
-/// A pixel with one byte more than it has. Reads up to `overhang` bytes behind the pixel.
-constexpr std::size_t overhang = 1;
-std::uint32_t opaqueAt(const std::uint8_t* bgr) {
-  static_assert(std::endian::native == std::endian::little, "blue, green, red in memory is 0xRRGGBB in a number");
-  std::uint32_t pixel = 0;
-  std::memcpy(&pixel, bgr, sizeof pixel);
-  return opaque | pixel;
-}
-
-void blendRows(const std::uint8_t* above, const std::uint8_t* below, unsigned weight, std::size_t count,
-               std::uint8_t* out) {
-  const unsigned rest = 256 - weight;
-  for (std::size_t i = 0; i < count; ++i) {
-    out[i] = static_cast<std::uint8_t>((above[i] * rest + below[i] * weight) >> 8U);
-  }
-}
-
-/// Blends the pixels of a row with their neighbours. The neighbours are laid side by side first: then the compiler
-/// blends many bytes at once.
-class RowBlender {
- public:
-  explicit RowBlender(const Axis& across) : across_(across), left_(across.samples.size()), right_(left_.size()) {
-    for (const Sample& sample : across.samples)
-      weights_.insert(weights_.end(), 4, static_cast<std::uint8_t>(sample.weight));
-  }
-
-  /// `row` begins with the pixel of the first sample.
-  void blend(const std::uint8_t* row, std::uint32_t* out) {
-    const int first = across_.samples.front().first;
-    for (std::size_t i = 0; i < left_.size(); ++i) {
-      const std::uint8_t* pixel = row + byteOf(across_.samples[i].first - first);
-      left_[i] = opaqueAt(pixel);
-      right_[i] = opaqueAt(pixel + bytesPerPixel);
-    }
-    const auto* left = reinterpret_cast<const std::uint8_t*>(left_.data());
-    const auto* right = reinterpret_cast<const std::uint8_t*>(right_.data());
-    const std::uint8_t* weights = weights_.data();
-    auto* bytes = reinterpret_cast<std::uint8_t*>(out);
-    const std::size_t count = weights_.size();
-    for (std::size_t i = 0; i < count; ++i) {
-      bytes[i] = static_cast<std::uint8_t>((left[i] * (256U - weights[i]) + right[i] * unsigned{weights[i]}) >> 8U);
-    }
-  }
-
- private:
-  const Axis& across_;
-  std::vector<std::uint32_t> left_, right_;
-  std::vector<std::uint8_t> weights_;  ///< of the right pixel, for each of its bytes
-};
 
 std::uint32_t* rowOf(const Frame& frame, int y) {
   return frame.pixels + static_cast<std::ptrdiff_t>(y) * frame.stride;
 }
 
-void drawEnlarged(const Bitmap& image, const Axis& across, const Axis& down, const Frame& frame, int first, int end) {
+/// The rows of a frame from `first` to `end`, which show the image.
+void drawEnlarged(const Bitmap& image, const RowCopier& columns, const Axis& across, const Axis& down,
+                  const Frame& frame, int first, int end) {
   int shown = -1;
   for (int y = first; y < end; ++y) {
     std::uint32_t* out = rowOf(frame, y) + across.begin;
-    const int source = down.samples[static_cast<std::size_t>(y - down.begin)].first;
+    const int source = down.at(y).first;
     if (source == shown) {
       std::memcpy(out, out - frame.stride, across.samples.size() * sizeof *out);
-      continue;
+    } else {
+      columns.make(image.row(source).data(), out);
     }
     shown = source;
-    const std::uint8_t* row = image.row(source).data();
-    for (const Sample& sample : across.samples) *out++ = pixelAtBytes(row + byteOf(sample.first));
   }
 }
 
-void drawReduced(const Bitmap& level, const Axis& across, const Axis& down, const Frame& frame, int first, int end) {
-  RowBlender blender(across);
-  const int left = across.samples.front().first;
-  const auto bytes = static_cast<std::size_t>(across.samples.back().first + 1 - left) * bytesPerPixel;
-  const auto available = static_cast<std::size_t>(level.width() - left) * bytesPerPixel;
-  const std::size_t count = std::min(bytes + bytesPerPixel, available);
-  std::vector<std::uint8_t> scratch(bytes + bytesPerPixel + overhang);  // of the part of a row that is seen
+void drawReduced(const Bitmap& level, const RowBlender& columns, const Axis& across, const Axis& down,
+                 const Frame& frame, int first, int end) {
+  const auto pairAt = [&](int y) {
+    const Sample& row = down.at(y);
+    const std::uint8_t* above = level.row(row.first).data();
+    return RowPair{above, row.weight == 0 ? above : level.row(row.first + 1).data(), row.weight};
+  };
+  if (first >= end) return;
+  RowBlender::Scratch scratch;
+  RowPair rows = pairAt(first);
   for (int y = first; y < end; ++y) {
-    const Sample& row = down.samples[static_cast<std::size_t>(y - down.begin)];
-    const std::uint8_t* above = level.row(row.first).data() + byteOf(left);
-    const std::uint8_t* below = row.weight == 0 ? above : level.row(row.first + 1).data() + byteOf(left);
-    blendRows(above, below, static_cast<unsigned>(row.weight), count, scratch.data());
-    blender.blend(scratch.data(), rowOf(frame, y) + across.begin);
+    const RowPair next = pairAt(std::min(y + 1, end - 1));
+    columns.make(rows, next, scratch, rowOf(frame, y) + across.begin);
+    rows = next;
   }
 }
 
-void fillBeside(const Axis& across, const Axis& down, const Frame& frame, std::uint32_t background) {
-  for (int y = 0; y < frame.height; ++y) {
+void fillBeside(const Axis& across, const Axis& down, const Frame& frame, int first, int end,
+                std::uint32_t background) {
+  for (int y = first; y < end; ++y) {
     std::uint32_t* row = rowOf(frame, y);
-    if (y < down.begin || y >= down.end) {
-      std::fill(row, row + frame.width, background);
-    } else {
-      std::fill(row, row + across.begin, background);
-      std::fill(row + across.end, row + frame.width, background);
-    }
+    const bool beside = y < down.begin || y >= down.end;
+    std::fill(row, row + (beside ? frame.width : across.begin), background);
+    if (!beside) std::fill(row + across.end, row + frame.width, background);
   }
 }
 
@@ -204,7 +142,8 @@ std::size_t ImagePyramid::extraBytes() const {
   return bytes;
 }
 
-void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32_t background) const {
+void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32_t background,
+                        const std::function<void(const Frame& band, int top)>& over) const {
   const bool enlarged = place.scale >= 1;
   const int wanted = enlarged ? 0 : static_cast<int>(std::floor(-std::log2(place.scale)));
   const int index = std::min(wanted, static_cast<int>(halves_.size()));
@@ -214,16 +153,17 @@ void ImagePyramid::draw(const FramePlace& place, const Frame& frame, std::uint32
       axisOf(place.left, place.scale, image_.width(), frame.width, source.width(), levelScale, enlarged);
   const Axis down =
       axisOf(place.top, place.scale, image_.height(), frame.height, source.height(), levelScale, enlarged);
-  fillBeside(across, down, frame, background);
-  if (across.samples.empty() || down.samples.empty()) return;
+  std::optional<RowCopier> copier;
+  std::optional<RowBlender> blender;
+  if (!across.samples.empty() && enlarged) copier.emplace(across.samples, source.width());
+  if (!across.samples.empty() && !enlarged) blender.emplace(across.samples, source.width());
 
-  const std::int64_t pixels = static_cast<std::int64_t>(across.samples.size()) * (down.end - down.begin);
-  inBands(down.end - down.begin, pixels, [&](int first, int end) {
-    if (enlarged) {
-      drawEnlarged(source, across, down, frame, down.begin + first, down.begin + end);
-    } else {
-      drawReduced(source, across, down, frame, down.begin + first, down.begin + end);
-    }
+  forEachBand(frame, [&](int top, int bottom) {
+    const int first = std::max(top, down.begin), end = std::min(bottom, down.end);
+    fillBeside(across, down, frame, top, bottom, background);
+    if (copier) drawEnlarged(source, *copier, across, down, frame, first, end);
+    if (blender) drawReduced(source, *blender, across, down, frame, first, end);
+    if (over) over({rowOf(frame, top), frame.width, bottom - top, frame.stride}, top);
   });
 }
 

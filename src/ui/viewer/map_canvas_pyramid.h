@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "raster/bitmap.h"
@@ -28,8 +30,10 @@ class ImagePyramid {
   explicit ImagePyramid(const Bitmap& image);
 
   /// Draws the image over the whole frame: single pixels as squares when enlarged, averaged when reduced; `background`
-  /// beside it.
-  void draw(const FramePlace& place, const Frame& frame, std::uint32_t background) const;
+  /// beside it. `over` then draws over each band of rows, of which `top` is the first, while it is in the cache, on the
+  /// thread that drew it.
+  void draw(const FramePlace& place, const Frame& frame, std::uint32_t background,
+            const std::function<void(const Frame& band, int top)>& over = {}) const;
 
   std::size_t extraBytes() const;  ///< held beside the image
 
