@@ -64,6 +64,17 @@ TEST_F(TransformTest, PointsOnOneLineFailAlsoWhereDoublesWouldRound) {
   EXPECT_FALSE(logHas("determinant lon"));
 }
 
+TEST_F(TransformTest, MercatorMapOfPointsOnOneRowOrColumnIsConformal) {
+  for (const TiePoints& pair : {TiePoints{{0, 0, 50, 10}, {1000, 0, 50, 30}}, {{0, 0, 50, 10}, {0, 1000, 30, 10}}}) {
+    setPoints(pair);
+    calibration.projection = " mercator";
+    calibration.imageWidth = calibration.imageHeight = 1000;
+    derive();
+    expectExact();
+    EXPECT_NEAR((calibration.mercatorTop - calibration.mercatorBottom) / 1000, calibration.tf1 * M_PI / 180, 1e-12);
+  }
+}
+
 TEST_F(TransformTest, TwoPointsOfALinearMapGiveATurnedOrStretchedTransform) {
   // A map turned by 30 degrees at 50 N: 111229 m and 71696 m a degree there (WGS 84).
   setPoints({{100, 100, 50, 10}, {1100, 100, 50.04495, 10.12079}});
