@@ -111,6 +111,20 @@ TEST_F(TransformTest, TwoPointsOfALinearMapGiveATurnedOrStretchedTransform) {
   EXPECT_DOUBLE_EQ(calibration.tf4, -0.00125);
 }
 
+TEST_F(TransformTest, ReferencePairSpansTheMostGroundOrElseTheMostPixels) {
+  const std::tuple<TiePoints, int, int> rows[] = {
+      {{{0, 0, 10, 10}, {0, 0, 0, 0}, {100, 100, 9, 11}, {100, 0, 10, 11}}, 2, 4},  // 1 and 2 share a pixel
+      {{{0, 0, 10, 10}, {50, 0, 10, 11}, {90, 0, 10, 12}}, 1, 3},                   // on one parallel
+      {{{5, 5, 10, 10}, {5, 5, 11, 11}}, 0, 0},
+      {{}, 0, 0},
+  };
+  for (const auto& [given, i, j] : rows) {
+    setPoints(given);
+    const auto pair = chooseReferencePair(calibration, std::nullopt, journal).value_or(ReferencePair{0, 0});
+    EXPECT_EQ(std::pair(pair.i, pair.j), std::pair(i, j)) << given.size();
+  }
+}
+
 TEST_F(TransformTest, WorldFileTermsStretchOnlyARotatedLinearMap) {
   setPoints({{0, 0, 50, 10}, {1000, 0, 49.9, 11}, {1000, 1000, 49, 10.8}, {0, 1000, 49.1, 9.8}});
   fit();
