@@ -34,6 +34,19 @@ class McdFile : public MapTest {
   }
 };
 
+TEST_F(McdFile, ReadsARectangleAcrossTheEndOfLongitudes) {
+  const std::pair<Numbers, const char*> rows[] = {
+      {{0, 199, 178, -16, 99, 0, -179, -18, 0},
+       "0,0 -16.0 178.0; 99,0 -16.0 181.0; 0,199 -18.0 178.0; 99,199 -18.0 181.0"},
+      {{0, 199, -180, 90, 99, 0, 180, -90, 0},  // the whole world is not
+       "0,0 90.0 -180.0; 99,0 90.0 180.0; 0,199 -90.0 -180.0; 99,199 -90.0 180.0"},
+  };
+  for (const auto& [numbers, expected] : rows) {
+    EXPECT_FALSE(read("mcd", bytesOf(numbers)).stopped);
+    EXPECT_EQ(points(), expected);
+  }
+}
+
 TEST_F(McdFile, StopsAtWhatIsNoCalibration) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const std::string corners = "its two points are not opposite corners";
@@ -60,10 +73,13 @@ TEST_F(McdFile, StopsAtWhatIsNoCalibration) {
 }
 
 TEST_F(McdFile, WritesDegreesOutsideTheBritishGrid) {
+  EXPECT_EQ(write(179.5, 0.015625, 45, -0.0078125)[6], -178.953125);
   EXPECT_EQ(write(-4.5, 1 / 99.0, 61.25, -0.5 / 199)[3], 61.25);  // partly outside
   EXPECT_TRUE(person.panel.empty()) << person.panel;
   EXPECT_TRUE(write(10, 0.01, 90.5, -0.01).empty());
   EXPECT_TRUE(panelHas("No .mcd file is written: a corner of the image lies beyond a pole\r\n"));
+  write(-4.5, 1 / 99.0, 53, -0.5 / 199);  // on the British grid
+  EXPECT_TRUE(panelHas("The .mcd file cannot hold the rotation of this map: corners are up to "));
 }
 
 }  // namespace
