@@ -9,7 +9,6 @@
 
 #include "fixture_rows.h"
 #include "geodesy/constants.h"
-#include "geodesy/mercator.h"
 #include "geodesy/national_grids.h"
 #include "support/errors.h"
 
@@ -162,17 +161,6 @@ TEST(BritishGrid, AreaLeavesOutItsBounds) {
   EXPECT_TRUE(InGbGridArea(60.9999, -8.9999));
   const std::pair<double, double> bounds[] = {{49.6, -3}, {61, -3}, {55, -9}, {55, 2}};
   for (const auto& [lat, lon] : bounds) EXPECT_FALSE(InGbGridArea(lat, lon)) << lat << " " << lon;
-}
-
-// cs2cs -f %.12f +proj=longlat +R=1 +to +proj=merc +R=1
-TEST(Mercator, AgreesWithProj) {
-  const std::pair<double, double> rows[] = {
-      {0, 0}, {30, 0.549306144334}, {51.5, 1.052065686770}, {80, 2.436246053716}, {89.5, 5.434514979936}};
-  for (const auto& [lat, ordinate] : rows) {
-    EXPECT_NEAR(MercatorY(lat), ordinate, 1e-12);
-    EXPECT_NEAR(MercatorY(-lat), -ordinate, 1e-12);
-    EXPECT_NEAR(latitudeOfMercatorY(ordinate), lat, 1e-10);
-  }
 }
 
 }  // namespace

@@ -107,26 +107,6 @@ TEST_F(GarminMapTest, KmlIsWellFormedAndKeepsNamesWhateverTheyHold) {
   }
 }
 
-TEST_F(GarminMapTest, BoxAndRotationByTheFormula) {
-  calibration.x0 = 179.9, calibration.tf1 = 2e-4, calibration.tf3 = -7e-5;
-  calibration.y0 = 60, calibration.tf2 = -5e-5, calibration.tf4 = -11e-5;
-  const OverlayBox box = overlayBox({100, 200, 300, 500}, mapRotation());
-  EXPECT_NEAR(box.north, 59.96898143658284, 1e-11);  // the formula in 40 digits (Python, mpmath)
-  EXPECT_NEAR(box.south, 59.93401856341716, 1e-11);
-  EXPECT_NEAR(box.east, 179.9366896201004, 1e-11);
-  EXPECT_NEAR(box.west, 179.8943103798996, 1e-11);
-  EXPECT_NEAR(box.rotation, -19.29004621918873, 1e-11);
-  calibration = mercatorMap(400, 1000, 12, 40, 0.001);
-  calibration.mercatorTop = MercatorY(40);
-  calibration.mercatorBottom = MercatorY(39);
-  EXPECT_NEAR(overlayBox({0, 500, 400, 1000}, mapRotation()).north, 39.50179850334617, 1e-11);  // as above
-  calibration.tf1 = 0;
-  for (const auto& [tf3, rotation] : {std::pair(2e-4, 90.0), {-2e-4, -90.0}, {0.0, 0.0}, {-0.0, 0.0}}) {
-    calibration.tf3 = tf3;
-    EXPECT_EQ(mapRotation(), rotation);
-  }
-}
-
 /// A map that is turned by `degrees`, whose pixels are `pixel` degrees of latitude high and as wide on the ground at
 /// the latitude of its middle.
 Calibration turnedMap(double longitude, double pixel, double degrees) {

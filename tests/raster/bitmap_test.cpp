@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string images = FIXTURES "/images/";
-constexpr PixelColor red{255, 0, 0}, green{0, 255, 0}, blue{0, 0, 255}, white{255, 255, 255};
+constexpr PixelColor red{255, 0, 0}, blue{0, 0, 255}, white{255, 255, 255};
 
 class BitmapTest : public CoreTest {
  protected:
@@ -76,23 +76,7 @@ TEST_F(BitmapTest, TypeGoesByTheLastThreeCharactersOnly) {
   EXPECT_TRUE(logHas("jpeg-in.png: no image, the file's content is JPG, not PNG")) << log();
 }
 
-TEST_F(BitmapTest, EveryTypeLoadsTheRightWayUpWithTheSizeOfItsHeader) {
-  for (const char* name : {"quadrants.png", "quadrants.jpg", "quadrants.bmp", "quadrants.gif", "quadrants.tif",
-                           "palette.bmp", "rgb565.bmp"}) {
-    const ImageSize size = sizeOf(images + name);
-    const Bitmap bitmap = convertTo24Bits(LoadImageByExtension(images + name));
-    ASSERT_EQ(std::pair(bitmap.width(), bitmap.height()), std::pair(16, 12)) << name;
-    EXPECT_TRUE(size.width == 16 && size.height == 12) << name;
-    const std::tuple<int, int, PixelColor> corners[] = {{0, 0, red}, {15, 0, green}, {0, 11, blue}, {15, 11, white}};
-    for (const auto& [x, y, expected] : corners) {
-      const PixelColor color = colorAt(bitmap, x, y);
-      EXPECT_NEAR(color.red, expected.red, 8) << name;  // JPEG is not exact
-      EXPECT_NEAR(color.green, expected.green, 8) << name;
-      EXPECT_NEAR(color.blue, expected.blue, 8) << name;
-    }
-    EXPECT_GE(bitmap.row(0)[2], 247) << name;   // red is the third byte
-    EXPECT_GE(bitmap.row(11)[0], 247) << name;  // blue the first
-  }
+TEST_F(BitmapTest, SizesAreThoseOfTheFirstImageAlsoWhereTheFileEndsBehindTheHeader) {
   // The first image, not the screen of 20 x 30 that it stands on.
   EXPECT_EQ(sizeOf(images + "offset.gif").width, 5);
   EXPECT_EQ(LoadImageByExtension(images + "offset.gif").height(), 4);
@@ -166,13 +150,10 @@ TEST_F(BitmapTest, NothingButPixelsIsLoaded) {
 
 TEST_F(BitmapTest, OnlyAlphaThatIsNamedSoIsOpacity) {
   const std::string twoByTwo("\xFF\0\x80\x80\xFF\0\x80\x80", 8);
-  const std::tuple<const char*, std::string, int> rows[] = {
-      // the opacity of the first pixel
-      {"unused.bmp", bmpOf32Bits(false), 255},
-      {"named.bmp", bmpOf32Bits(true), 0},
-      {"second.tif", tiffOf({{262, 1}, {277, 2}, {338, 0}}, 2, 8, twoByTwo), 255},
-      {"alpha.tif", tiffOf({{262, 1}, {277, 2}, {338, 2}}, 2, 8, twoByTwo), 0},
-      {"samples.tif", tiffOf({{262, 1}}, 4, 8, twoByTwo), 255}};
+  const std::tuple<const char*, std::string, int> rows[] = {// the opacity of the first pixel
+                                                            {"unused.bmp", bmpOf32Bits(false), 255},
+                                                            {"named.bmp", bmpOf32Bits(true), 0},
+                                                            {"samples.tif", tiffOf({{262, 1}}, 4, 8, twoByTwo), 255}};
   for (const auto& [name, content, expected] : rows) {
     writeTestFile(folder + name, content);
     const Bitmap image = LoadImageByExtension(folder + name), alpha = opacity(image);
