@@ -1,11 +1,11 @@
 #include "ui/application.h"
 
 #include <QTimer>
-#include <exception>
 
 #include "calibration/session.h"
 #include "support/user_interface.h"
 #include "support/work.h"
+#include "ui/dialogs/work_dialog.h"
 
 namespace vellandra {
 
@@ -14,7 +14,7 @@ bool Application::notify(QObject* receiver, QEvent* event) {
     return QApplication::notify(receiver, event);
   } catch (...) {
     const std::string before = lastTold;  // of the command that this may be a part of
-    (void)runCommand([thrown = std::current_exception()]() -> bool { std::rethrow_exception(thrown); });
+    reportThrown();
     if (lastTold != Cancelled().what()) showOnce(lastTold);
     lastTold = before;
   }
@@ -25,7 +25,14 @@ void Application::showOnce(const std::string& text) {
   if (text == shown_) return;
   shown_ = text;
   // When the handler is left: a box in the middle of a drawing would draw again.
-  QTimer::singleShot(0, this, [text] {
+  showAfter(0, text);
+}
+
+void Application::showAfter(int milliseconds, const std::string& text) {
+  QTimer::singleShot(milliseconds, this, [this, text] {
+    // Beside work a box could not be answered.
+    constexpr int nextLook = 100;  // ms
+    if (isWorkUnderWay()) return showAfter(nextLook, text);
     userInterface().messageBox({text, "***** Error *****", Buttons::ok, Icon::error});
   });
 }

@@ -14,6 +14,7 @@ class Application : public QApplication {
 
  private:
   void showOnce(const std::string& text);
+  void showAfter(int milliseconds, const std::string& text);
 
   std::string shown_;  ///< what is thrown at every drawing of a window is shown once
 };

@@ -77,6 +77,8 @@ QPointer<WorkDialog>& display() {
   return dialog;
 }
 
+int underWay = 0;
+
 /// Work as the windows see it.
 class WindowWork : public QObject, public Work {
  public:
@@ -87,10 +89,12 @@ class WindowWork : public QObject, public Work {
     timer_.start(lookEvery);
     qApp->installEventFilter(this);
     QApplication::setOverrideCursor(Qt::BusyCursor);
+    ++underWay;
   }
   WindowWork(const WindowWork&) = delete;
   WindowWork& operator=(const WindowWork&) = delete;
   ~WindowWork() override {
+    --underWay;
     QApplication::restoreOverrideCursor();
     showProgress_(0, 0);
     if (display() != nullptr) display()->end();
@@ -187,6 +191,10 @@ void doWorkBeside(QWidget* window, const std::string& title, const std::function
   thread.join();
   if (thrown) std::rethrow_exception(thrown);
   if (!windowWork.settle()) throw Cancelled();
+}
+
+bool isWorkUnderWay() {
+  return underWay > 0;
 }
 
 void endWorkDisplay() {

@@ -18,6 +18,9 @@ using ShowProgress = std::function<void(int done, int total)>;
 void doWorkBeside(QWidget* window, const std::string& title, const std::function<void()>& work,
                   const ShowProgress& showProgress);
 
+/// Whether the windows take no input because of it.
+bool isWorkUnderWay();
+
 /// Takes the display away: at the end of a command, and before it asks something.
 void endWorkDisplay();
 
