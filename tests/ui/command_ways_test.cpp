@@ -143,6 +143,7 @@ const Step clipboardIsWritten = [](WindowTest& t) {
   t.choose("mnuwc");
   EXPECT_EQ(cornerOf(LoadImageByExtension(t.folder + "copied.png")), (PixelColor{10, 20, 30, 0}));
   EXPECT_TRUE(t.exists("copied.map"));
+  EXPECT_EQ(driver.inputPath, t.folder + "copied.png");
 };
 const Step newPictureIsShown = [](WindowTest&) { EXPECT_EQ(cornerOf(mapImage.bitmap), PixelColor()); };
 const Step worldFileStays = [](WindowTest& t) {
