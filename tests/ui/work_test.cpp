@@ -106,6 +106,7 @@ TEST_F(WorkTest, WhatAHandlerThrowsIsShownOnceAndTheCommandGoesOn) {
 
 TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
   openWales();
+  keepUnfinished(calibration);
   const std::string map = contentOf(folder + "wales.map");
   const std::string before = calibration.imagePath;
   for (const char* name : {"other.map", "third.map"}) writeTestFile(folder + name, map);
@@ -137,6 +138,7 @@ TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
     EXPECT_TRUE(preferences.warnOverwrite && driver.calibrationPending && action("mnuwc")->isEnabled());
   }
   EXPECT_NE(contentOf(folder + "third.tfw"), "old");
+  EXPECT_TRUE(isUnfinishedKept());
 }
 
 }  // namespace
