@@ -188,6 +188,7 @@ bool saveClipboardImage() {
   if (!formatTable().saveClipboardImage(path)) return stop("Unable to save " + path);
   driver.writtenFiles.push_back(path);
   calibration.imagePath = path;
+  driver.inputPath = path;
   splitInputPath(path);
   return true;
 }

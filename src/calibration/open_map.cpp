@@ -32,6 +32,11 @@ OpenMapKeeper::~OpenMapKeeper() {
   updateMenuStates();
 }
 
+void OpenMapKeeper::keepNew() {
+  putBack_ = false;
+  unfinished_.drop();
+}
+
 void openDerivedMap(const Calibration& map, const std::string& imagePath) {
   replaceCalibration(map);
   calibration.imagePath = imagePath;

@@ -4,23 +4,26 @@
 
 #include "calibration/calibration.h"
 #include "calibration/driver.h"
+#include "calibration/unfinished.h"
 
 namespace vellandra {
 
-/// Sets the open map aside (calibration, driver, datum) while a command works with others, and puts it back at the end
-/// of the command, also after an error. The panel's text goes on. With `keepNew` the map that is open then stays.
+/// Sets the open map aside (calibration, driver, datum, kept points) while a command works with others, and puts it
+/// back at the end of the command, also after an error. The panel's text goes on. With `keepNew` the map that is open
+/// then stays.
 class OpenMapKeeper {
  public:
   OpenMapKeeper();
   OpenMapKeeper(const OpenMapKeeper&) = delete;
   OpenMapKeeper& operator=(const OpenMapKeeper&) = delete;
   ~OpenMapKeeper();
-  void keepNew() { putBack_ = false; }
+  void keepNew();
 
  private:
   Calibration calibration_;
   Driver driver_;
   std::string datumName_;
+  UnfinishedAside unfinished_;
   bool putBack_ = true;
 };
 

@@ -83,6 +83,16 @@ bool runCommand(const std::function<bool()>& command) {
     const bool done = command();
     if (!driver.calibrationPending) dropUnfinished();
     return done;
+  } catch (...) {
+    reportThrown();
+  }
+  if (!driver.calibrationPending) leaveUnfinished();
+  return false;
+}
+
+void reportThrown() {
+  try {
+    throw;
   } catch (const Cancelled& cancelled) {
     lastTold = cancelled.what();
     showMessage(lastTold);
@@ -93,8 +103,6 @@ bool runCommand(const std::function<bool()>& command) {
   } catch (const std::exception& error) {
     showError(error.what());
   }
-  if (!driver.calibrationPending) leaveUnfinished();
-  return false;
 }
 
 CommandLine readCommandLine(const std::vector<std::string>& arguments) {

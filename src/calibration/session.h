@@ -21,6 +21,9 @@ void endLog();
 /// "Cancelled". Returns what the command returned, false after either.
 bool runCommand(const std::function<bool()>& command);
 
+/// In a handler of exceptions: tells what was thrown as `runCommand` does.
+void reportThrown();
+
 /// What the arguments of the command line ask for.
 struct CommandLine {
   enum class Task { help, window, batch, folder };

@@ -1,7 +1,13 @@
 #include "calibration/unfinished.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
-#include <memory>
+#include <exception>
+#include <filesystem>
+#include <utility>
 #include <vector>
 
 #include "calibration/driver.h"
@@ -15,23 +21,44 @@
 #include "support/text.h"
 
 namespace vellandra {
+
+/// A file that belongs to this process.
+struct KeptFile {
+  explicit KeptFile(const std::string& stem) : file(stem + ".txt"), picture(stem + ".png") {}
+  HeldFile file;
+  std::string picture;
+  std::string content;  ///< of the file; empty while no point is kept
+};
+
 namespace {
 
 constexpr const char* header = "'Points of a calibration that is not finished. The program offers to go on with it.";
 constexpr const char* endMark = "end";
 
-/// The file of this process.
-struct Kept {
-  explicit Kept(const std::string& stem) : file(stem + ".txt"), picture(stem + ".png") {}
-  HeldFile file;
-  std::string picture;
-  std::string content;  ///< of the file, as it was written last
-};
-std::unique_ptr<Kept> kept;
+std::unique_ptr<KeptFile> kept;  ///< of the open map
 bool failureTold = false;
 
+constexpr std::string_view stemName = "unfinished-";
+
 std::string stemOf(int number) {
-  return settingsFolder() + "unfinished-" + std::to_string(number);
+  return settingsFolder() + std::string(stemName) + std::to_string(number);
+}
+
+/// The least number above `number` of which there is a file; nothing when there is none.
+std::optional<int> numberAfter(int number) {
+  std::optional<int> next;
+  std::error_code error;
+  for (std::filesystem::directory_iterator file(settingsFolder(), error), end; !error && file != end;
+       file.increment(error)) {
+    const std::string name = file->path().filename().string();
+    if (!name.starts_with(stemName)) continue;
+    int found = 0;
+    const char* const last = name.data() + name.size();
+    const auto [rest, problem] = std::from_chars(name.data() + stemName.size(), last, found);
+    if (problem != std::errc() || std::string_view(rest, last) != ".txt" || found <= number) continue;
+    next = std::min(next.value_or(found), found);
+  }
+  return next;
 }
 
 std::string pointLine(const EnteredPoint& entered) {
@@ -66,12 +93,15 @@ std::string contentOf(const Calibration& map) {
 }
 
 /// Nothing for a file that is not as `contentOf` writes it.
-std::optional<UnfinishedCalibration> read(const std::string& path) {
+std::optional<UnfinishedCalibration> read(KeptFile& found) {
   UnfinishedCalibration work;
   std::vector<EnteredPoint> points;
   bool whole = false;
   try {
-    TextFile file(path);
+    TextFile file(found.file.path());
+    found.content = file.content();
+    struct stat status {};
+    if (::stat(found.file.path().c_str(), &status) == 0) work.keptAt = status.st_mtime;
     std::string_view line;
     while (getline(file, line)) {
       const std::size_t equals = line.find('=');
@@ -93,35 +123,62 @@ std::optional<UnfinishedCalibration> read(const std::string& path) {
   return whole && !work.map.imagePath.empty() ? std::optional(work) : std::nullopt;
 }
 
-/// False when the points cannot be written.
-bool write(const Calibration& map) {
-  const std::string content = contentOf(map);
-  if (!kept) {
-    int number = 1;
-    while (fileExists(stemOf(number) + ".txt")) ++number;
-    kept = std::make_unique<Kept>(stemOf(number));
-    const auto savePicture = formatTable().saveClipboardImage;
-    if (map.imagePath == clipboardImage && savePicture != nullptr) savePicture(kept->picture);
+/// Takes a file for this process, unless it has one. False when none can be made.
+bool reserve() {
+  for (int number = 1; !kept; ++number) {
+    auto made = std::make_unique<KeptFile>(stemOf(number));
+    if (made->file.create()) {
+      kept = std::move(made);
+    } else if (!fileExists(made->file.path())) {
+      return false;
+    }
   }
+  return true;
+}
+
+/// False when the points cannot be written.
+bool write(const std::string& content) {
+  if (!reserve()) return false;
   if (content == kept->content) return true;
+  if (!kept->file.write(content)) return false;
   kept->content = content;
-  return kept->file.write(content);
+  return true;
+}
+
+void tellNotKept(const std::string& why) {
+  showMessage("The points are not kept against a crash: " + why);
 }
 
 }  // namespace
 
+void keepUnfinishedPicture() {
+  const auto save = formatTable().saveClipboardImage;
+  if (calibration.imagePath != clipboardImage || save == nullptr || kept) return;
+  bool saved = false;
+  try {
+    saved = reserve() && save(kept->picture);
+  } catch (const std::exception&) {
+  }
+  if (saved) return;
+  dropUnfinished();
+  tellNotKept("the clipboard's picture is not saved");
+}
+
 void keepUnfinished(const Calibration& map) {
-  if (map.pointCount == 0 && map.offPoints.empty()) {
+  const bool none = map.pointCount == 0 && map.offPoints.empty();
+  if (map.imagePath == clipboardImage) {
+    if (!kept) return;
+  } else if (none) {
     dropUnfinished();
     return;
   }
-  if (write(map) || failureTold) return;
+  if (write(none ? "" : contentOf(map)) || failureTold) return;
   failureTold = true;
-  showMessage("The points are not kept against a crash: unable to write " + kept->file.path());
+  tellNotKept("unable to write in " + settingsFolder());
 }
 
 bool isUnfinishedKept() {
-  return kept != nullptr;
+  return kept && !kept->content.empty();
 }
 
 void dropUnfinished() {
@@ -132,24 +189,42 @@ void dropUnfinished() {
 }
 
 void leaveUnfinished() {
+  if (!isUnfinishedKept()) dropUnfinished();
   kept.reset();
 }
 
 std::optional<UnfinishedCalibration> takeUnfinished(int& number) {
-  for (;;) {
-    const std::string stem = stemOf(++number);
-    if (!fileExists(stem + ".txt")) return std::nullopt;
-    auto found = std::make_unique<Kept>(stem);
+  while (const std::optional<int> next = numberAfter(number)) {
+    number = *next;
+    auto found = std::make_unique<KeptFile>(stemOf(number));
     if (!found->file.takeOver()) continue;
-    if (auto work = read(found->file.path())) {
-      kept = std::move(found);
-      return work;
-    }
+    const auto work = read(*found);
+    std::error_code error;
+    const bool noPoints = std::filesystem::file_size(found->file.path(), error) == 0;  // ended before the first
+    if (work || noPoints) kept = std::move(found);
+    if (work) return work;
+    if (noPoints) dropUnfinished();
   }
+  return std::nullopt;
 }
 
 std::string unfinishedPicture() {
   return kept ? kept->picture : std::string();
+}
+
+UnfinishedAside::UnfinishedAside() : aside_(std::move(kept)) {}
+
+UnfinishedAside::~UnfinishedAside() {
+  if (!putBack_) return;
+  leaveUnfinished();
+  kept = std::move(aside_);
+}
+
+void UnfinishedAside::drop() {
+  putBack_ = false;
+  std::swap(kept, aside_);
+  dropUnfinished();
+  kept = std::move(aside_);
 }
 
 }  // namespace vellandra

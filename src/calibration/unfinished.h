@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -15,12 +17,17 @@ struct UnfinishedCalibration {
   Calibration map;
   std::string inputPath;
   bool inputIsWindows1252 = false;
+  std::time_t keptAt = 0;
 };
 
-/// Keeps the image's path and size, the points and the projection of `map`, in place of what was kept; the picture,
-/// too, when it is the clipboard's. Without a point there is nothing to keep. A file that cannot be written is told on
-/// the panel once.
+/// Keeps the picture on show when the open map's image is the clipboard's, before points are placed on it: work that
+/// takes long. When it fails or the person ends it, which the panel tells, the points are not kept either.
+void keepUnfinishedPicture();
+
+/// Keeps the image's path and size, the points and the projection of `map`, in place of what was kept. Without a point
+/// there is nothing to keep. A file that cannot be written is told on the panel once.
 void keepUnfinished(const Calibration& map);
+/// Whether points are kept.
 bool isUnfinishedKept();
 
 /// Nothing has to be kept any more: it is written, or given up on purpose. Takes the file away.
@@ -33,7 +40,25 @@ void leaveUnfinished();
 /// now on, as if it had been kept here. Nothing when there is no other. Damaged files are passed over.
 std::optional<UnfinishedCalibration> takeUnfinished(int& number);
 
-/// The kept picture of the clipboard, see `keepUnfinished`.
+/// The kept picture of the clipboard, see `keepUnfinishedPicture`.
 std::string unfinishedPicture();
+
+struct KeptFile;
+
+/// Sets what is kept aside while a command works with other maps. At the end it is kept again, and what was kept
+/// meanwhile is left for the next start: only an error comes between.
+class UnfinishedAside {
+ public:
+  UnfinishedAside();
+  UnfinishedAside(const UnfinishedAside&) = delete;
+  UnfinishedAside& operator=(const UnfinishedAside&) = delete;
+  ~UnfinishedAside();
+  /// What was set aside is given up, and what is kept now stays so.
+  void drop();
+
+ private:
+  std::unique_ptr<KeptFile> aside_;
+  bool putBack_ = true;
+};
 
 }  // namespace vellandra

@@ -69,6 +69,13 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+/// Whether the open file is still the one under `path`.
+bool isNamed(int descriptor, const std::string& path) {
+  struct stat opened {};
+  struct stat named {};
+  return ::fstat(descriptor, &opened) == 0 && ::lstat(path.c_str(), &named) == 0 && isSameFile(opened, named);
+}
+
 std::function<std::vector<std::string>()>& filesInUse() {
   static std::function<std::vector<std::string>()> files;
   return files;
@@ -317,15 +324,19 @@ HeldFile::~HeldFile() {
   const Descriptor closed(descriptor_);
 }
 
+bool HeldFile::create() {
+  return hold(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+}
+
 bool HeldFile::takeOver() {
-  Descriptor file(::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return hold(::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+}
+
+bool HeldFile::hold(int descriptor) {
+  Descriptor file(descriptor);
   if (!file || (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) return false;
-  // A living process may have put a new one in its place meanwhile.
-  struct stat opened {};
-  struct stat named {};
-  if (::fstat(file.get(), &opened) != 0 || ::lstat(path_.c_str(), &named) != 0 || !isSameFile(opened, named)) {
-    return false;
-  }
+  // Before the lock another process may have put a new one in its place, or taken it away.
+  if (!isNamed(file.get(), path_)) return false;
   const Descriptor before(std::exchange(descriptor_, file.release()));
   return true;
 }
@@ -341,7 +352,7 @@ bool HeldFile::write(std::string_view content) {
 
 void HeldFile::remove() {
   const Descriptor closed(std::exchange(descriptor_, -1));
-  if (closed) ::unlink(path_.c_str());
+  if (closed && isNamed(closed.get(), path_)) ::unlink(path_.c_str());
 }
 
 GrowingFile::GrowingFile(std::string path) : path_(std::move(path)) {

@@ -67,13 +67,18 @@ class HeldFile {
   HeldFile& operator=(const HeldFile&) = delete;
   ~HeldFile();  ///< gives the lock up; the file stays
   const std::string& path() const { return path_; }
+  /// Makes an empty file, so that no other process takes the name. False when something is there, or none can be made.
+  bool create();
   /// Makes what a process that is no more has left this one's. False when nothing is there, or another one's.
   bool takeOver();
   /// Writes the file as `writeWholeFile` does.
   bool write(std::string_view content);
+  /// Takes the file away when it is held.
   void remove();
 
  private:
+  bool hold(int descriptor);
+
   std::string path_;
   int descriptor_ = -1;
 };

@@ -1,7 +1,6 @@
 #include "ui/application.h"
 
 #include <QTimer>
-#include <chrono>
 #include <utility>
 
 #include "calibration/session.h"
@@ -10,6 +9,11 @@
 #include "ui/dialogs/work_dialog.h"
 
 namespace vellandra {
+namespace {
+
+constexpr int nextLook = 100;  // ms
+
+}  // namespace
 
 bool Application::notify(QObject* receiver, QEvent* event) {
   try {
@@ -22,13 +26,16 @@ bool Application::notify(QObject* receiver, QEvent* event) {
 
 void Application::report(const std::exception_ptr& thrown) {
   if (isWorkBeside()) {  // to which panel and log belong
-    constexpr std::chrono::milliseconds later{100};
-    if (!thrown_) QTimer::singleShot(later, this, [this] { report(std::exchange(thrown_, nullptr)); });
+    if (!thrown_) QTimer::singleShot(nextLook, this, [this] { report(std::exchange(thrown_, nullptr)); });
     if (!thrown_) thrown_ = thrown;
     return;
   }
   const std::string before = lastTold;  // of the command that this may be a part of
-  (void)runCommand([&thrown]() -> bool { std::rethrow_exception(thrown); });
+  try {
+    std::rethrow_exception(thrown);
+  } catch (...) {
+    reportThrown();
+  }
   if (lastTold != Cancelled().what()) showOnce(lastTold);
   lastTold = before;
 }
@@ -37,7 +44,13 @@ void Application::showOnce(const std::string& text) {
   if (text == shown_) return;
   shown_ = text;
   // When the handler is left: a box in the middle of a drawing would draw again.
-  QTimer::singleShot(0, this, [text] {
+  showAfter(0, text);
+}
+
+void Application::showAfter(int milliseconds, const std::string& text) {
+  QTimer::singleShot(milliseconds, this, [this, text] {
+    // Beside work a box could not be answered.
+    if (isWorkBeside()) return showAfter(nextLook, text);
     userInterface().messageBox({text, "***** Error *****", Buttons::ok, Icon::error});
   });
 }

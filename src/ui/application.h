@@ -16,6 +16,7 @@ class Application : public QApplication {
  private:
   void report(const std::exception_ptr& thrown);
   void showOnce(const std::string& text);
+  void showAfter(int milliseconds, const std::string& text);
 
   std::exception_ptr thrown_;  ///< to be told when the work beside the windows is done
   std::string shown_;          ///< what is thrown at every drawing of a window is shown once

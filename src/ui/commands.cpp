@@ -1,7 +1,10 @@
 #include "ui/commands.h"
 
+#include <array>
 #include <cstdint>
+#include <ctime>
 #include <optional>
+#include <utility>
 
 #include "calibration/calibration.h"
 #include "calibration/clipboard_points.h"
@@ -31,6 +34,33 @@ bool haveDatums() {
   return false;
 }
 
+/// As OpenMapKeeper; what is on show is kept with it when it is the clipboard's, which could not be loaded again.
+class ShownMapKeeper {
+ public:
+  ShownMapKeeper() {
+    if (calibration.imagePath == clipboardImage && isOnShow(clipboardImage)) picture_ = std::exchange(mapImage, {});
+  }
+  ShownMapKeeper(const ShownMapKeeper&) = delete;
+  ShownMapKeeper& operator=(const ShownMapKeeper&) = delete;
+  ~ShownMapKeeper() {
+    if (picture_.bitmap) mapImage = std::move(picture_);
+  }
+  void keepNew() {
+    openMap_.keepNew();
+    picture_ = MapImage();
+  }
+
+ private:
+  MapImage picture_;
+  OpenMapKeeper openMap_;
+};
+
+/// The viewer keeps the points as they change, but does no work that takes long.
+ViewerResult viewKeeping(const Viewer& viewer, ViewerMode mode) {
+  keepUnfinishedPicture();
+  return viewer(mode);
+}
+
 /// The map on show becomes the open map, as yet without points.
 void openShownMap(const std::string& path, std::int16_t width, std::int16_t height) {
   calibration.clear();
@@ -49,15 +79,11 @@ void openShownMap(const std::string& path, std::int16_t width, std::int16_t heig
   updateMenuStates();
 }
 
-/// The same for a new calibration. The one before has been given up.
-void beginCalibration(const std::string& path, std::int16_t width, std::int16_t height) {
-  dropUnfinished();
-  openShownMap(path, width, height);
-}
-
 /// Converts and fits the points that were placed.
 bool calculate() {
   if (calibration.pointCount < 2) {
+    // They are in no file either.
+    if (!enteredPoints(calibration).empty()) driver.calibrationPending = true;
     driver.transformValid = false;
     driver.whyNotValid = Driver().whyNotValid;
     updateMenuStates();
@@ -99,6 +125,22 @@ bool openUnfinished(const UnfinishedCalibration& work) {
   return true;
 }
 
+/// Date and time of the locale, as in the log.
+std::string shownTime(std::time_t time) {
+  std::tm local{};
+  localtime_r(&time, &local);
+  std::array<char, 128> text{};
+  return {text.data(), std::strftime(text.data(), text.size(), "%x %X", &local)};
+}
+
+bool asksToGoOn(const UnfinishedCalibration& work) {
+  const std::size_t count = enteredPoints(work.map).size();
+  return askOkCancel("The calibration of " + std::string(fileName(work.map.imagePath)) + ", " + std::to_string(count) +
+                         (count == 1 ? " point" : " points") + " of " + shownTime(work.keptAt) +
+                         ", was not finished : OK to go on with it else cancel",
+                     "Not finished");
+}
+
 /// Asks before another map takes the place of a calibration that is in no file yet. True to go on.
 bool mayReplacePending() {
   return !driver.calibrationPending || askOkCancel("Calibrations not written : OK to read else cancel", "Not written");
@@ -122,9 +164,10 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
   std::int16_t width = 0;
   std::int16_t height = 0;
   getidata(image, width, height);
-  if (image.empty() || !haveDatums() || !loadMapImage(image)) return false;
-  OpenMapKeeper openMap;
-  beginCalibration(image, width, height);
+  if (image.empty() || !haveDatums()) return false;
+  ShownMapKeeper openMap;
+  if (!loadMapImage(image)) return false;
+  openShownMap(image, width, height);
   viewer(ViewerMode::calibrate);
   openMap.keepNew();
   return calculate();
@@ -132,35 +175,40 @@ bool mnulm(const Viewer& viewer, const std::string& path) {
 
 bool mnulic(const Viewer& viewer) {
   if (!mayReplacePending() || !haveDatums()) return false;
+  ShownMapKeeper openMap;
   if (!takeMapImage(userInterface().clipboardPicture())) {
     tell("There is no picture on the clipboard");
     return false;
   }
-  beginCalibration(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
-                   static_cast<std::int16_t>(mapImage.bitmap.height()));
+  openShownMap(clipboardImage, static_cast<std::int16_t>(mapImage.bitmap.width()),
+               static_cast<std::int16_t>(mapImage.bitmap.height()));
   const Answer answer = userInterface().messageBox(
       {"Click 'Yes' to copy coordinates from the clipboard\n'No' to calibrate manually", "Vellandra", Buttons::yesNo,
        Icon::question, userInterface().clipboardText().empty()});
   if (answer == Answer::yes) {
     readClipboardPoints(userInterface().clipboardText());
+    keepUnfinishedPicture();
     keepUnfinished(calibration);
   } else {
-    viewer(ViewerMode::calibrate);
+    viewKeeping(viewer, ViewerMode::calibrate);
   }
+  openMap.keepNew();
   return calculate();
 }
 
 bool goOnWithUnfinished(const Viewer& viewer) {
   int number = 0;
   while (const std::optional<UnfinishedCalibration> work = takeUnfinished(number)) {
-    const std::string name(fileName(work->map.imagePath));
-    if (askOkCancel("The calibration of " + name + " was not finished : OK to go on with it else cancel",
-                    "Not finished")) {
+    if (asksToGoOn(*work)) {
       if (!haveDatums() || !openUnfinished(*work)) {
         leaveUnfinished();
         return false;
       }
-      if (!viewer(ViewerMode::calibrate).recalculate) setEnteredPoints(calibration, {});
+      driver.calibrationPending = true;
+      if (!viewer(ViewerMode::calibrate).recalculate) {
+        setEnteredPoints(calibration, {});
+        driver.calibrationPending = false;
+      }
       return calculate();
     }
     askOkCancel("Points not kept : OK to abandon them else cancel", "Not kept") ? dropUnfinished() : leaveUnfinished();
@@ -191,7 +239,7 @@ bool showOpenMap() {
 
 bool mnuvc(const Viewer& viewer) {
   if (!showOpenMap()) return false;
-  if (!viewer(ViewerMode::view).recalculate) return true;
+  if (!viewKeeping(viewer, ViewerMode::view).recalculate) return true;
   if (calibration.pointCount >= 2) {
     showMessage("Recalculating...........................");
     driver.inputFormat = nullptr;

@@ -89,6 +89,19 @@ TEST_F(FilesTest, WhatAKilledProgramLeftIsTakenAwayAndAnothersFileIsNot) {
   EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 2) << "left over";  // the log and this one
 }
 
+TEST_F(FilesTest, AHeldFileHasOneHolder) {
+  const std::string path = folder + "held.txt";
+  HeldFile ours(path), theirs(path);
+  ASSERT_TRUE(ours.create());
+  EXPECT_FALSE(theirs.create() || theirs.takeOver());
+  ASSERT_TRUE(ours.write("points"));
+  EXPECT_FALSE(theirs.takeOver());
+  fs::remove(path);
+  ASSERT_TRUE(theirs.create()) << "somebody has taken the file away";
+  ours.remove();
+  EXPECT_TRUE(fileExists(path));
+}
+
 TEST_F(FilesTest, FilesAreFoundWithoutRegardToCaseSeparatorAndEncoding) {
   fs::create_directories(folder + "Maps/\xC3\x89t\xC3\xA9");
   writeTestFile(folder + "Maps/\xC3\x89t\xC3\xA9/Area.PNG", "x");

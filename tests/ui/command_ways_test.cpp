@@ -69,17 +69,23 @@ const Step changed = [](WindowTest&) { preferencesChanged = true; };
 const Step noDatums = [](WindowTest& t) { preferences.datumsPath = t.folder + "nowhere.txt"; };
 const Step otherTable = [](WindowTest& t) { writeTestFile(t.folder + "other.txt", contentOf(preferences.datumsPath)); };
 const Step noReadme = [](WindowTest& t) { std::filesystem::remove(t.folder + "readme.txt"); };
-Step copying(const char* text) {
+/// A picture and text on the clipboard.
+Step copiedWith(const std::string& text) {
   return [text](WindowTest&) {
     QImage picture(300, 200, QImage::Format_RGB32);
     picture.fill(qRgb(10, 20, 30));
     auto* data = new QMimeData;
     data->setImageData(picture);
-    data->setText(text);
+    data->setText(QString::fromStdString(text));
     QApplication::clipboard()->setMimeData(data);
   };
 }
-const Step copied = copying("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
+const Step copied = copiedWith("10, 10, 50.0, 1.0\r\nnorth, 1, 2, 3\r\n200,20,49.99,1.19\n30,150,49.86,1.02\n");
+const Step tooMany = copiedWith(QString("10,10,50,1\n").repeated(31).toStdString());
+/// The person ends the saving of the clipboard's picture.
+const Step unsaved = [](WindowTest&) {
+  setFormatTable({formatRows(), getidata, [](const std::string&) -> bool { throw Cancelled(); }});
+};
 Step both(const Step& first, const Step& second) {
   return [=](WindowTest& t) { first(t), second(t); };
 }
@@ -98,10 +104,12 @@ Step placing(int count) {
       calibration.points[slot].setPosition(50 - 0.001 * y, 1 + 0.001 * x);
       calibration.points[slot].datumName = "WGS 84";
     }
+    keepUnfinished(calibration);
     return ViewerResult{true, {}};
   });
 }
 const Step throwing = inViewer([]() -> ViewerResult { throw SubscriptOutOfRange("point 51"); });
+const Step cancelling = inViewer([]() -> ViewerResult { throw Cancelled(); });
 const Step cropping = inViewer([] { return ViewerResult{false, {10, 20, 110, 220}}; });
 /// The map has been on show, and then another image took its file's place: of as many bytes, or of the same time.
 Step replaced(int width, int height, bool ofTheSameBytes) {
@@ -132,6 +140,7 @@ const Step unticking = [](WindowTest& t) {
 
 /// Points that make no calibration are in no file, and can be looked at again.
 const Step cannotBeWritten = [](WindowTest& t) {
+  EXPECT_TRUE(driver.calibrationPending);
   EXPECT_TRUE(t.action("mnuvc")->isEnabled());
   EXPECT_FALSE(t.action("mnucm")->isEnabled());
   EXPECT_FALSE(t.action("mnuwc")->isEnabled());
@@ -147,6 +156,7 @@ const Step clipboardIsWritten = [](WindowTest& t) {
   t.choose("mnuwc");
   EXPECT_EQ(cornerOf(LoadImageByExtension(t.folder + "copied.png")), (PixelColor{10, 20, 30, 0}));
   EXPECT_TRUE(t.exists("copied.map"));
+  EXPECT_EQ(driver.inputPath, t.folder + "copied.png");
 };
 const Step newPictureIsShown = [](WindowTest&) { EXPECT_EQ(cornerOf(mapImage.bitmap), PixelColor()); };
 const Step worldFileStays = [](WindowTest& t) {
@@ -184,6 +194,7 @@ const std::string scan = "scan%1.png, 300 x 300 pixels, ", clip = "clip.board, 3
 
 const std::string mayRead = "Not written|Calibrations not written : OK to read else cancel";
 const std::string mayExit = "Not written|Calibrations not written : OK to exit program else cancel";
+const std::string mayAbandon = "Not written|Calibrations not written : OK to abandon them else cancel; ";
 const std::string maySave = "Preferences not saved|OK to save preferences, cancel to ignore";
 const std::string whichMap = "Open calibration file for map", whichImage = "Open image file";
 const std::string newImage = whichImage + "; calibrate";
@@ -211,19 +222,25 @@ const Way ways[] = {
      "!scan%1.map"},
     {"LoadKeepsPending", "mnulm", made, "Cancel", mayRead, pending + wales, "", "unfinished-1.txt"},
     {"LoadCancelled", "mnulm", opened, "OK; -", mayRead + "; " + whichImage, pending + wales},
+    {"LoadEndsCancelled", "mnulm", both(made, cancelling), "OK; scan%1.png", mayRead + "; " + newImage, pending + wales,
+     "Cancelled", "unfinished-1.txt"},
     {"LoadTooFewPoints", "mnulm", placing(1), "scan%1.png", newImage, none + scan + "1 point", tooFew},
     {"LoadUnreadable", "mnulm", written, "broken.png; OK", whichImage + unreadable, done + wales,
      "broken.png: the image cannot be decoded"},
     {"LoadNeedsDatums", "mnulm", noDatums, "scan%1.png; -; OK", whichImage + "; " + noTable, start},
     {"ClipboardWithPoints", "mnulic", copied, "Enter", copies, pending + clip + "3 points",
      "north, 1, 2, 3 : not four numbers, skipped", "", clipboardIsWritten},
-    {"ClipboardByHand", "mnulic", both(copied, placing(2)), "-", copies + "; calibrate", pending + clip + "2 points"},
-    {"ClipboardWithoutText", "mnulic", both(copying(""), placing(2)), "Enter", copies + "; calibrate",
+    {"ClipboardByHand", "mnulic", both(copied, placing(2)), "-", copies + "; calibrate", pending + clip + "2 points",
+     "", "unfinished-1.png"},
+    {"ClipboardWithoutText", "mnulic", both(copiedWith(""), placing(2)), "Enter", copies + "; calibrate",
      pending + clip + "2 points"},
+    {"ClipboardIsNotKept", "mnulic", both(both(copied, unsaved), placing(2)), "-", copies + "; calibrate",
+     pending + clip + "2 points", "The points are not kept", "!unfinished-1.txt"},
+    {"ClipboardTooManyPoints", "mnulic", both(made, tooMany), "OK; Yes", mayRead + "; " + copies, pending + wales, error,
+     "unfinished-1.txt"},
     {"ClipboardKeepsPending", "mnulic", both(opened, copied), "Cancel", mayRead, pending + wales, "", "", isLeft},
     {"ClipboardNeedsDatums", "mnulic", both(noDatums, copied), "-; OK", noTable, start, "", "", isLeft},
     {"WriteEndsKeeping", "mnuwc", made, "", "", done + wales, names, "!unfinished-1.txt"},
-    {"ErrorKeepsPoints", "mnuvc", both(made, throwing), "", "view", pending + wales, error, "unfinished-1.txt"},
     {"WriteWrites", "mnuwc", written, "", "", done + wales, names, "wales.jpr"},
     {"WriteCancelled", "mnuwc", opened, "Cancel", "Vellandra|OK to overwrite wales.tfw", done + wales, kept,
      "wales.jpr", worldFileStays},
@@ -241,8 +258,8 @@ const Way ways[] = {
     {"ViewRecalculates", "mnuvc", both(opened, placing(3)), "", "view", pending + size + "3 points",
      "Recalculating...........................\n", "", fitted},
     {"ViewCloses", "mnuvc", written, "", "view", done + wales},
-    {"ViewTooFewPoints", "mnuvc", both(written, placing(1)), "", "view", none + size + "1 point", tooFew, "",
-     cannotBeWritten},
+    {"ViewTooFewPoints", "mnuvc", both(written, placing(1)), "", "view", none + size + "1 point", tooFew,
+     "unfinished-1.txt", cannotBeWritten},
     {"ViewSeesLaterFile", "mnuvc", replaced(520, 600, true), "", "view", done + wales, "", "", newPictureIsShown},
     {"ViewSeesOtherBytes", "mnuvc", replaced(520, 600, false), "", "view", done + wales, "", "", newPictureIsShown},
     {"ViewRefusesAnotherSize", "mnuvc", replaced(300, 300, false), "OK", otherSize, done + wales},
@@ -259,8 +276,9 @@ const Way ways[] = {
     {"CropSaves", "mnucm", both(written, cropping), "part.png", "crop; " + saveAs, done + wales, "Done cropping",
      "part.map", heightOf("part.png", 200)},
     {"CropCancelled", "mnucm", written, "", "crop", done + wales},
-    {"MergeCancelled", "mnumm", written, "wales.map; -; OK",
-     baseMap + "; " + mergeMap + "; No input|No input file specified", done + wales},
+    {"MergeCancelled", "mnumm", made, "OK; wales.map; -; OK",
+     mayAbandon + baseMap + "; " + mergeMap + "; No input|No input file specified", pending + wales, "",
+     "unfinished-1.txt"},
     {"HelpTells", "mnuhelphelp", {}, "OK", about, start},
     {"HelpOpensTheText", "mnuhelphelp", {}, "openReadme; -", about + "; readme.txt", start},
     {"HelpMissesTheText", "mnuhelphelp", noReadme, "openReadme; OK", about + "; Vellandra" + noText, start},

@@ -1,3 +1,5 @@
+#include <utime.h>
+
 #include <QDragEnterEvent>
 #include <QMenu>
 #include <QMimeData>
@@ -79,14 +81,18 @@ TEST_F(WindowTest, OpenedFilesAreOfferedAgain) {
 }
 
 TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
+  const utimbuf times{0, 1'767'323'045};
+  char time[99];
+  (void)std::strftime(time, sizeof time, "%x %X", std::localtime(&times.modtime));
   const std::string mayGoOn = "Not finished|The calibration of ",
-                    was = " was not finished : OK to go on with it else cancel";
+                    was = std::string(", 9 points of ") + time + ", was not finished : OK to go on with it else cancel";
   const std::string wales = mayGoOn + "wales.png" + was,
                     mayAbandon = "Not kept|Points not kept : OK to abandon them else cancel";
   HeldFile elsewhere(folder + "unfinished-1.txt");
   const auto fromClipboard = [] {
     dropUnfinished();
     mapImage.path = calibration.imagePath = clipboardImage;
+    keepUnfinishedPicture();
     keepUnfinished(calibration);
     leaveUnfinished();
     mapImage = MapImage();
@@ -103,6 +109,10 @@ TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
       {"gives up", leaveUnfinished, "Cancel;OK", wales + ";" + mayAbandon, false, false},
       {"decides later", leaveUnfinished, "Cancel;Cancel", wales + ";" + mayAbandon, false, true},
       {"is at work elsewhere", [&] { leaveUnfinished(), elsewhere.takeOver(); }, "", "", false, true},
+      {"is not the first",
+       [&] { leaveUnfinished(), std::filesystem::rename(elsewhere.path(), folder + "unfinished-7.txt"); }, "OK",
+       wales + ";calibrate", true, false},
+      {"had no point yet", [&] { dropUnfinished(), writeTestFile(elsewhere.path(), ""); }, "", "", false, false},
       {"came from the clipboard", fromClipboard, "OK", mayGoOn + "clip.board" + was + ";calibrate", true, true},
       {"is damaged", [&] { leaveUnfinished(), std::filesystem::resize_file(elsewhere.path(), 300); }, "", "", false,
        true},
@@ -115,6 +125,7 @@ TEST_F(WindowTest, CalibrationThatWasNotFinishedIsGoneOnWith) {
     loadMapImage(calibration.imagePath);
     keepUnfinished(calibration);
     row.ends();
+    for (const char* name : {"unfinished-1.txt", "unfinished-7.txt"}) (void)::utime((folder + name).c_str(), &times);
     calibration = Calibration();
     driver = Driver();
     onMap = [&] { return ViewerResult{row.gives, {}}; };

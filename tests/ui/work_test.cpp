@@ -80,22 +80,33 @@ TEST_F(WorkTest, EndsByWhateverEndsIt) {
 
 TEST_F(WorkTest, WhatAHandlerThrowsIsShownOnceAndTheCommandGoesOn) {
   openWales();
+  driver.calibrationPending = false;
   onMap = [this]() -> ViewerResult {
+    keepUnfinished(calibration);
     QEventLoop loop;
     for (int i = 0; i < 3; ++i) QTimer::singleShot(0, window.get(), [] { throw SubscriptOutOfRange("point 51"); });
     QTimer::singleShot(300, &loop, &QEventLoop::quit);
     someone.answer("OK");
     loop.exec();
+    // While work goes on no box could be answered.
+    QTimer::singleShot(20, window.get(), [] { throw SubscriptOutOfRange("point 52"); });
+    QTimer::singleShot(600, &loop, &QEventLoop::quit);
+    someone.answer("OK");
+    interface->doWork("Loading a map", [] { std::this_thread::sleep_for(200ms); });
+    loop.exec();
+    EXPECT_TRUE(isUnfinishedKept());
     return {};
   };
   choose("mnuvc");
-  EXPECT_EQ(someone.seen, (Seen{"view", "***** Error *****|Subscript out of range: point 51"}));
-  EXPECT_TRUE(panel().ends_with("point 51"));
+  const std::string box = "***** Error *****|Subscript out of range: point 5";
+  EXPECT_EQ(someone.seen, (Seen{"view", box + "1", box + "2"}));
+  EXPECT_TRUE(panel().ends_with("point 52"));
   EXPECT_TRUE(driver.transformValid);
 }
 
 TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
   openWales();
+  keepUnfinished(calibration);
   const std::string map = contentOf(folder + "wales.map");
   const std::string before = calibration.imagePath;
   for (const char* name : {"other.map", "third.map"}) writeTestFile(folder + name, map);
@@ -128,6 +139,7 @@ TEST_F(WindowTest, AFolderIsConvertedAndOneAnswerServesAllFilesThatAreThere) {
     EXPECT_EQ(calibration.imagePath, before) << "the open map";
     EXPECT_TRUE(preferences.warnOverwrite && driver.calibrationPending && action("mnuwc")->isEnabled());
   }
+  EXPECT_TRUE(isUnfinishedKept());
 }
 
 }  // namespace

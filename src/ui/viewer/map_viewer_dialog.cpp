@@ -234,14 +234,14 @@ void MapViewerDialog::pointsChanged() {
     showCrop();
     return;
   }
+  if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
+  showPoints();
   // While one point is on its way, what the disk takes would make it stutter.
   if (session_.stepCount() != keptStep_) {
     keepPoints();
   } else {
     keepLater_.start();
   }
-  if (selected_ > static_cast<int>(session_.points().size())) selected_ = 0;
-  showPoints();
 }
 
 void MapViewerDialog::keepPoints() {
