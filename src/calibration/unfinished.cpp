@@ -198,7 +198,7 @@ std::optional<UnfinishedCalibration> takeUnfinished(int& number) {
     number = *next;
     auto found = std::make_unique<KeptFile>(stemOf(number));
     if (!found->file.takeOver()) continue;
-    const auto work = read(*found);
+    auto work = read(*found);
     std::error_code error;
     const bool noPoints = std::filesystem::file_size(found->file.path(), error) == 0;  // ended before the first
     if (work || noPoints) kept = std::move(found);

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -182,12 +183,13 @@ bool isLarge(std::size_t bytes) {
 
 void release(FIBITMAP* image) {
   // While it takes memory back the system gives none to any thread, so it gets the pages of the pixels bit by bit.
-  constexpr std::uintptr_t page = 4096, piece = std::uintptr_t{8} << 20;
-  if (const std::size_t size = pixelBytes(image); isLarge(size)) {
-    const auto pixels = reinterpret_cast<std::uintptr_t>(FreeImage_GetBits(image));
-    const std::uintptr_t end = (pixels + size) / page * page;
-    for (std::uintptr_t at = (pixels + page - 1) / page * page; at < end; at += piece) {
-      (void)::madvise(reinterpret_cast<void*>(at), std::min(piece, end - at), MADV_DONTNEED);
+  constexpr std::size_t page = 4096, piece = std::size_t{8} << 20;
+  std::size_t bytes = pixelBytes(image);
+  void* pixels = FreeImage_GetBits(image);
+  if (isLarge(bytes) && std::align(page, page, pixels, bytes) != nullptr) {
+    bytes -= bytes % page;
+    for (std::size_t at = 0; at < bytes; at += piece) {
+      (void)::madvise(static_cast<unsigned char*>(pixels) + at, std::min(piece, bytes - at), MADV_DONTNEED);
     }
   }
   FreeImage_Unload(image);

@@ -50,7 +50,7 @@ DecodedImage decodeForWork(ImageFormat format, const std::shared_ptr<ImageFile>&
     }
     return left;
   });
-  for (const std::string& message : decoded.said) writeLog(path + ": " + message);
+  for (std::string& message : decoded.said) writeLog(message.insert(0, path + ": "));
   return std::move(decoded.image);
 }
 
