@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/errors.h"
 #include "support/user_interface.h"
 #include "support/work.h"
 
@@ -50,12 +51,17 @@ class FileChanges {
   std::map<std::string, HoldingFolder> holding_;
 };
 
-/// The result of `task`. When it is cancelled, every file is as it was before.
+/// The result of `task`, its files in their places. When it is cancelled, every file is as it was before. Throws
+/// RunTimeError when a file cannot go to its place.
 template <typename Task>
 auto leavingNothingWhenCancelled(const Task& task) -> decltype(task()) {
   FileChanges changes;
   try {
-    return task();
+    auto result = task();
+    if (const std::string unplaced = FileChanges::putHeldInPlace(); !unplaced.empty()) {
+      throw RunTimeError("unable to write " + unplaced, "");
+    }
+    return result;
   } catch (const Cancelled&) {
     runWork("Ending", [&changes] { changes.takeBack(); });
     throw;

@@ -101,6 +101,10 @@ std::vector<FolderRow> convertAll(MainWindow* window, const std::vector<std::str
     FolderRow row = convertForFolder(path, Answers::forNow);
     endIfCancelled();
     if (std::string told = interface.told(); !told.empty()) row.whyNot = std::move(told);
+    if (const std::string unplaced = FileChanges::putHeldInPlace(); !unplaced.empty()) {
+      row.stopped = true;
+      row.whyNot += (row.whyNot.empty() ? "" : " ") + ("unable to write " + unplaced);
+    }
     return row;
   };
   try {
